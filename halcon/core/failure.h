@@ -1,0 +1,76 @@
+// How things fail inside this library, and how a failure becomes the one-line HException that callers see.
+#ifndef HALCONCPP_CORE_FAILURE_H
+#define HALCONCPP_CORE_FAILURE_H
+
+#include <exception>
+#include <new>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "HalconCpp.h"
+
+namespace HalconCpp::detail {
+
+// A reason why an operator cannot go on; `operate` puts the operator's name in front.
+class Refusal {
+ public:
+  explicit Refusal(std::string reason) : reason_(std::move(reason)) {}
+  const std::string& reason() const noexcept { return reason_; }
+
+ private:
+  std::string reason_;
+};
+
+[[noreturn]] inline void refuse(std::string reason) { throw Refusal(std::move(reason)); }
+
+// "'name'", with control characters replaced so that a message stays one line, and cut when it is very long.
+std::string quoted(std::string_view name);
+
+// Throws the HException "operation: reason" (one line whatever the reason holds).
+[[noreturn]] void raise(const char* operation, std::string_view reason);
+[[noreturn]] void raise_out_of_memory(const char* operation);
+
+// Keeps calls that the library makes to itself from being reported to a watcher.
+class QuietScope {
+ public:
+  QuietScope() noexcept;
+  ~QuietScope();
+  QuietScope(const QuietScope&) = delete;
+  QuietScope& operator=(const QuietScope&) = delete;
+};
+
+// Rethrows what is in flight as the HException that callers see.
+[[noreturn]] void translate_failure(const char* operation);
+
+// Runs the body of an operator: reports the call, then turns every failure into an HException.
+template <class Body>
+auto operate(const char* operation, Body&& body) {
+  pass_gate(operation);
+  QuietScope quiet;
+  try {
+    return body();
+  } catch (...) {
+    translate_failure(operation);
+  }
+}
+
+// Runs a body on behalf of one file: its refusals and failures name the file.
+template <class Body>
+auto in_file(std::string_view path, Body&& body) {
+  try {
+    return body();
+  } catch (const Refusal& refusal) {
+    refuse(quoted(path) + ": " + refusal.reason());
+  } catch (const std::bad_alloc&) {
+    refuse(quoted(path) + ": out of memory");
+  }
+}
+
+// Lets a watcher replace an answer (HalconHook.h).
+void offer_answer(const char* operation, HTuple& answer);
+void offer_answer(const char* operation, void*& pointer);
+
+}  // namespace HalconCpp::detail
+
+#endif

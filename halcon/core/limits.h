@@ -1,0 +1,23 @@
+// What this provider accepts at most. Each limit is named, with its number, in the message of a refusal.
+#ifndef HALCONCPP_CORE_LIMITS_H
+#define HALCONCPP_CORE_LIMITS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace HalconCpp::detail::limits {
+
+// Nesting of dictionaries, arrays and handles in a file.
+inline constexpr int nesting = 1024;
+// Width and height of an image, and its number of channels.
+inline constexpr std::int64_t image_side = 1 << 20;
+inline constexpr std::size_t image_channels = 4096;
+// All planes of one image together.
+inline constexpr std::uint64_t image_bytes = std::uint64_t{16} << 30;
+// A compressed image of n bytes may unfold to `decoded_free` bytes or `decoded_per_byte` * n bytes, whichever is more.
+inline constexpr std::uint64_t decoded_free = std::uint64_t{256} << 20;
+inline constexpr std::uint64_t decoded_per_byte = 2048;
+
+}  // namespace HalconCpp::detail::limits
+
+#endif

@@ -1,0 +1,95 @@
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include "core/access.h"
+#include "core/failure.h"
+#include "core/string_data.h"
+#include "core/utf8.h"
+
+namespace HalconCpp {
+
+namespace detail {
+
+const StringData* new_valid_string(std::string_view utf8) {
+  if (const auto nul = utf8.find('\0'); nul != std::string_view::npos) utf8 = utf8.substr(0, nul);
+  if (utf8.empty()) return nullptr;
+  if (utf8.size() >= std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  void* block = ::operator new(sizeof(StringData) + utf8.size() + 1);
+  auto* data = new (block) StringData;
+  data->length = static_cast<std::uint32_t>(utf8.size());
+  std::memcpy(data->text(), utf8.data(), utf8.size());
+  data->text()[utf8.size()] = '\0';
+  return data;
+}
+
+const StringData* new_string(std::string_view narrow) {
+  return is_utf8(narrow) ? new_valid_string(narrow) : new_valid_string(latin1_to_utf8(narrow));
+}
+
+void retain(const StringData* data) noexcept {
+  if (data) data->references.fetch_add(1, std::memory_order_relaxed);
+}
+
+void release(const StringData* data) noexcept {
+  if (!data || data->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  delete[] data->wide.load(std::memory_order_relaxed);
+  data->~StringData();
+  ::operator delete(const_cast<StringData*>(data));
+}
+
+namespace {
+
+// Two threads may both make the wide text; the first to publish it wins.
+const wchar_t* make_wide(const StringData& data) {
+  const std::string_view text = text_of(&data);
+  const std::size_t length = wide_length(text);
+  auto made = std::make_unique_for_overwrite<wchar_t[]>(length + 1);
+  to_wide(text, made.get());
+  made[length] = L'\0';
+  const wchar_t* expected = nullptr;
+  if (data.wide.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel)) return made.release();
+  return expected;
+}
+
+}  // namespace
+}  // namespace detail
+
+HString::HString(const char* narrow)
+    : data_(detail::operate("HString", [&] { return narrow ? detail::new_string(narrow) : nullptr; })) {}
+
+HString::HString(const wchar_t* wide)
+    : data_(detail::operate("HString",
+                            [&] { return wide ? detail::new_valid_string(detail::to_utf8(wide)) : nullptr; })) {}
+
+HString::HString(const HString& other) noexcept : data_(other.data_) { detail::retain(data_); }
+
+HString& HString::operator=(const HString& other) noexcept {
+  detail::retain(other.data_);
+  detail::release(data_);
+  data_ = other.data_;
+  return *this;
+}
+
+HString& HString::operator=(HString&& other) noexcept {
+  std::swap(data_, other.data_);
+  return *this;
+}
+
+HString::~HString() { detail::release(data_); }
+
+const char* HString::Text() const {
+  detail::pass_gate("HString::Text");
+  return data_ ? data_->text() : "";
+}
+
+const wchar_t* HString::TextW() const {
+  return detail::operate("HString::TextW", [&]() -> const wchar_t* {
+    if (!data_) return L"";
+    const wchar_t* wide = data_->wide.load(std::memory_order_acquire);
+    return wide ? wide : detail::make_wide(*data_);
+  });
+}
+
+}  // namespace HalconCpp

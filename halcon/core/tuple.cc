@@ -1,0 +1,454 @@
+
+#include "core/access.h"
+#include "core/failure.h"
+
+namespace HalconCpp {
+
+namespace detail {
+
+ArrayData::~ArrayData() = default;
+
+namespace {
+
+template <class T>
+struct PlainArray final : ArrayData {
+  PlainArray(ArrayKind array_kind, Buffer<T> from) noexcept
+      : ArrayData(array_kind, from.data(), static_cast<Hlong>(from.size())), values(std::move(from)) {}
+  void refresh() noexcept {
+    elements = values.data();
+    length = static_cast<Hlong>(values.size());
+  }
+  Buffer<T> values;
+};
+
+// Holds one reference to each of its elements.
+template <class T>
+struct CountedArray final : ArrayData {
+  CountedArray(ArrayKind array_kind, Buffer<T> from) noexcept
+      : ArrayData(array_kind, from.data(), static_cast<Hlong>(from.size())), values(std::move(from)) {}
+  ~CountedArray() override {
+    for (T element : values) release(element);
+  }
+  void refresh() noexcept {
+    elements = values.data();
+    length = static_cast<Hlong>(values.size());
+  }
+  Buffer<T> values;
+};
+
+using IntegerArray = PlainArray<Hlong>;
+using RealArray = PlainArray<double>;
+using StringArray = CountedArray<const StringData*>;
+using HandleArray = CountedArray<HandleData*>;
+
+struct MixedArray final : ArrayData {
+  explicit MixedArray(std::vector<HTuple> from) noexcept
+      : ArrayData(ArrayKind::Mixed, from.data(), static_cast<Hlong>(from.size())), values(std::move(from)) {}
+  void refresh() noexcept {
+    elements = values.data();
+    length = static_cast<Hlong>(values.size());
+  }
+  std::vector<HTuple> values;
+};
+
+struct ConstantArray final : ArrayData {
+  ConstantArray(HTuple element, Hlong n) noexcept
+      : ArrayData(ArrayKind::Constant, &value, n), value(std::move(element)) {}
+  HTuple value;
+};
+
+struct LentArray final : ArrayData {
+  LentArray(ArrayKind array_kind, const void* first, std::size_t count, std::shared_ptr<const void> keeper) noexcept
+      : ArrayData(array_kind, first, static_cast<Hlong>(count)), owner(std::move(keeper)) {}
+  std::shared_ptr<const void> owner;
+};
+
+const HTuple& mixed_element(const ArrayData& array, Hlong index) {
+  return static_cast<const HTuple*>(array.elements)[array.kind == ArrayKind::Constant ? 0 : index];
+}
+
+// What all elements are; `Array` when they differ, `Empty` when there is none.
+TupleKind common_kind(const HTuple& tuple) {
+  const TupleKind kind = Access::kind(tuple);
+  if (kind != TupleKind::Array) return kind;
+  const ArrayData& array = Access::array(tuple);
+  return array.kind == ArrayKind::Mixed ? TupleKind::Array : Access::element_kind(tuple, 0);
+}
+
+// Adds the elements of `from`, all of them of the stored type, to an array of plain integers or reals.
+template <class T>
+void append_plain(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
+  const Hlong count = from.Length();
+  if (Access::kind(from) == TupleKind::Array) {
+    const ArrayData& array = Access::array(from);
+    if (array.kind == ArrayKind::Integers || array.kind == ArrayKind::Reals)
+      return to.append(static_cast<const T*>(array.elements), static_cast<std::size_t>(count));
+  }
+  for (Hlong i = 0; i < count; ++i) to.push_back(read(Access::element(from, i)));
+}
+
+template <class T>
+void append_counted(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
+  to.reserve(to.size() + static_cast<std::size_t>(from.Length()));
+  for (Hlong i = 0; i < from.Length(); ++i) {
+    T element = read(Access::element(from, i));
+    retain(element);
+    to.push_back(element);
+  }
+}
+
+void append_mixed(std::vector<HTuple>& to, const HTuple& from) {
+  for (Hlong i = 0; i < from.Length(); ++i) to.push_back(Access::element(from, i));
+}
+
+// Whether `array` belongs to one tuple alone and can take more elements of `kind`.
+bool can_grow(const ArrayData& array, TupleKind kind) {
+  if (array.references.load(std::memory_order_acquire) != 1) return false;
+  switch (array.kind) {
+    case ArrayKind::Integers:
+      return kind == TupleKind::Integer && dynamic_cast<const IntegerArray*>(&array);
+    case ArrayKind::Reals:
+      return kind == TupleKind::Real && dynamic_cast<const RealArray*>(&array);
+    case ArrayKind::Strings:
+      return kind == TupleKind::String;
+    case ArrayKind::Handles:
+      return kind == TupleKind::Handle;
+    case ArrayKind::Mixed:
+      return true;
+    case ArrayKind::Integers32:
+    case ArrayKind::Constant:
+      return false;
+  }
+  return false;
+}
+
+void grow(ArrayData& array, const HTuple& by) {
+  const auto add = [&](auto& typed, auto append, auto... read) {
+    append(typed.values, by, read...);
+    typed.refresh();
+  };
+  switch (array.kind) {
+    case ArrayKind::Integers:
+      return add(static_cast<IntegerArray&>(array), append_plain<Hlong>, Access::integer);
+    case ArrayKind::Reals:
+      return add(static_cast<RealArray&>(array), append_plain<double>, Access::real);
+    case ArrayKind::Strings:
+      return add(static_cast<StringArray&>(array), append_counted<const StringData*>, Access::string_data);
+    case ArrayKind::Handles:
+      return add(static_cast<HandleArray&>(array), append_counted<HandleData*>, Access::handle_data);
+    default:
+      return add(static_cast<MixedArray&>(array), append_mixed);
+  }
+}
+
+ArrayData* new_array(TupleKind kind) {
+  switch (kind) {
+    case TupleKind::Integer:
+      return new IntegerArray(ArrayKind::Integers, {});
+    case TupleKind::Real:
+      return new RealArray(ArrayKind::Reals, {});
+    case TupleKind::String:
+      return new StringArray(ArrayKind::Strings, {});
+    case TupleKind::Handle:
+      return new HandleArray(ArrayKind::Handles, {});
+    default:
+      return new MixedArray({});
+  }
+}
+
+void release_array(ArrayData* array) noexcept {
+  if (array->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete array;
+}
+
+struct ReleaseArray {
+  void operator()(ArrayData* array) const noexcept { delete array; }
+};
+
+const char* type_name(const HTuple& element) {
+  switch (Access::kind(element)) {
+    case TupleKind::Integer:
+      return "integer";
+    case TupleKind::Real:
+      return "real";
+    case TupleKind::String:
+      return "string";
+    default:
+      return Access::handle_data(element) ? Access::handle_data(element)->semantic_type() : "handle";
+  }
+}
+
+}  // namespace
+
+TupleKind Access::element_kind(const HTuple& tuple, Hlong index) noexcept {
+  if (tuple.kind_ != TupleKind::Array) return tuple.kind_;
+  const ArrayData& array = *tuple.data_.array;
+  switch (array.kind) {
+    case ArrayKind::Integers:
+    case ArrayKind::Integers32:
+      return TupleKind::Integer;
+    case ArrayKind::Reals:
+      return TupleKind::Real;
+    case ArrayKind::Strings:
+      return TupleKind::String;
+    case ArrayKind::Handles:
+      return TupleKind::Handle;
+    default:
+      return mixed_element(array, index).kind_;
+  }
+}
+
+HTuple Access::element(const HTuple& tuple, Hlong index) noexcept {
+  if (tuple.kind_ != TupleKind::Array) return tuple;
+  const ArrayData& array = *tuple.data_.array;
+  switch (array.kind) {
+    case ArrayKind::Integers:
+      return static_cast<const Hlong*>(array.elements)[index];
+    case ArrayKind::Integers32:
+      return Hlong{static_cast<const std::int32_t*>(array.elements)[index]};
+    case ArrayKind::Reals:
+      return static_cast<const double*>(array.elements)[index];
+    case ArrayKind::Strings: {
+      const StringData* string = static_cast<const StringData* const*>(array.elements)[index];
+      retain(string);
+      return adopt_string(string);
+    }
+    case ArrayKind::Handles: {
+      HandleData* handle = static_cast<HandleData* const*>(array.elements)[index];
+      retain(handle);
+      return handle_tuple(wrap(handle));
+    }
+    default:
+      return mixed_element(array, index);
+  }
+}
+
+HTuple Access::integers(Buffer<Hlong> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return values[0];
+  return from_array(new IntegerArray(ArrayKind::Integers, std::move(values)));
+}
+
+HTuple Access::reals(Buffer<double> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return values[0];
+  return from_array(new RealArray(ArrayKind::Reals, std::move(values)));
+}
+
+HTuple Access::elements(std::vector<HTuple> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return std::move(values[0]);
+  TupleKind kind = values[0].kind_;
+  for (const HTuple& value : values)
+    if (value.kind_ != kind) kind = TupleKind::Array;
+  if (kind == TupleKind::Array) return from_array(new MixedArray(std::move(values)));
+  std::unique_ptr<ArrayData, ReleaseArray> array(new_array(kind));
+  for (const HTuple& value : values) grow(*array, value);
+  return from_array(array.release());
+}
+
+HTuple Access::lend(std::span<const double> values, std::shared_ptr<const void> owner) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return values[0];
+  return from_array(new LentArray(ArrayKind::Reals, values.data(), values.size(), std::move(owner)));
+}
+
+HTuple Access::lend(std::span<const std::int32_t> values, std::shared_ptr<const void> owner) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return Hlong{values[0]};
+  return from_array(new LentArray(ArrayKind::Integers32, values.data(), values.size(), std::move(owner)));
+}
+
+HTuple Access::repeat(HTuple element, Hlong n) {
+  if (n <= 0) return {};
+  if (n == 1) return element;
+  return from_array(new ConstantArray(std::move(element), n));
+}
+
+}  // namespace detail
+
+using detail::Access;
+using detail::TupleKind;
+
+HTuple::HTuple(const char* value) : HTuple(HString(value)) {}
+HTuple::HTuple(const wchar_t* value) : HTuple(HString(value)) {}
+
+HTuple::HTuple(const HString& value) : kind_(TupleKind::String) {
+  detail::pass_gate("HTuple");
+  data_.string = Access::data(value);
+  detail::retain(data_.string);
+}
+
+HTuple::HTuple(const HHandle& value) : kind_(TupleKind::Handle) {
+  detail::pass_gate("HTuple");
+  data_.handle = Access::data(value);
+  detail::retain(data_.handle);
+}
+
+HTuple::HTuple(const HTupleElement& element) : HTuple() {
+  detail::pass_gate("HTuple");
+  const HTuple& tuple = *element.tuple_;
+  if (element.index_ < 0 || element.index_ >= tuple.Length()) element.refuse("HTuple");
+  *this = Access::element(tuple, element.index_);
+}
+
+HTuple& HTuple::operator=(const HTuple& other) noexcept { return *this = HTuple(other); }
+
+HTuple& HTuple::operator=(HTuple&& other) noexcept {
+  std::swap(kind_, other.kind_);
+  std::swap(data_, other.data_);
+  return *this;
+}
+
+void HTuple::add_reference() const noexcept {
+  if (kind_ == TupleKind::String) detail::retain(data_.string);
+  if (kind_ == TupleKind::Handle) detail::retain(data_.handle);
+  if (kind_ == TupleKind::Array) data_.array->references.fetch_add(1, std::memory_order_relaxed);
+}
+
+void HTuple::drop() noexcept {
+  if (kind_ == TupleKind::String) detail::release(data_.string);
+  if (kind_ == TupleKind::Handle) detail::release(data_.handle);
+  if (kind_ == TupleKind::Array) detail::release_array(data_.array);
+}
+
+HTuple& HTuple::Append(const HTuple& other) {
+  detail::operate("HTuple::Append", [&] {
+    if (other.Length() == 0) return;
+    if (Length() == 0) {
+      *this = other;
+      return;
+    }
+    const HTuple more = other;  // `other` may be this tuple
+    const TupleKind kind =
+        detail::common_kind(*this) == detail::common_kind(more) ? detail::common_kind(more) : TupleKind::Array;
+    if (kind_ != TupleKind::Array || !detail::can_grow(*data_.array, kind)) {
+      std::unique_ptr<detail::ArrayData, detail::ReleaseArray> array(detail::new_array(kind));
+      detail::grow(*array, *this);
+      HTuple grown;
+      grown.kind_ = TupleKind::Array;
+      grown.data_.array = array.release();
+      std::swap(kind_, grown.kind_);
+      std::swap(data_, grown.data_);
+    }
+    detail::grow(*data_.array, more);
+  });
+  return *this;
+}
+
+// Elements, off the fast path.
+
+void HTupleElement::refuse(const char* operation) const {
+  if (index_ < 0 || index_ >= tuple_->Length())
+    detail::raise(operation, "element " + std::to_string(index_) + " of a tuple of " +
+                                 std::to_string(tuple_->Length()) + " does not exist");
+  detail::raise(operation, "element " + std::to_string(index_) + " is of type " +
+                               detail::type_name(Access::element(*tuple_, index_)));
+}
+
+Hlong HTupleElement::rare_integer() const {
+  if (index_ >= 0 && index_ < tuple_->Length()) {
+    const HTuple value = Access::element(*tuple_, index_);
+    if (value.kind_ == TupleKind::Integer) return value.data_.integer;
+  }
+  refuse("HTupleElement::L");
+}
+
+double HTupleElement::rare_real() const {
+  if (index_ >= 0 && index_ < tuple_->Length()) {
+    const HTuple value = Access::element(*tuple_, index_);
+    if (value.kind_ == TupleKind::Real) return value.data_.real;
+    if (value.kind_ == TupleKind::Integer) return static_cast<double>(value.data_.integer);
+  }
+  refuse("HTupleElement::D");
+}
+
+HString HTupleElement::S() const {
+  detail::pass_gate("HTupleElement::S");
+  if (index_ >= 0 && index_ < tuple_->Length()) {
+    const HTuple value = Access::element(*tuple_, index_);
+    if (value.kind_ == TupleKind::String) {
+      detail::retain(value.data_.string);
+      return Access::adopt(value.data_.string);
+    }
+  }
+  refuse("HTupleElement::S");
+}
+
+HHandle HTupleElement::H() const {
+  detail::pass_gate("HTupleElement::H");
+  if (index_ >= 0 && index_ < tuple_->Length()) {
+    const HTuple value = Access::element(*tuple_, index_);
+    if (value.kind_ == TupleKind::Handle) {
+      detail::retain(value.data_.handle);
+      return Access::wrap(value.data_.handle);
+    }
+  }
+  refuse("HTupleElement::H");
+}
+
+// Flags and types, one answer per element.
+
+namespace {
+
+template <class Answer>
+HTuple per_element(const HTuple& tuple, Answer answer) {
+  const TupleKind kind = detail::common_kind(tuple);
+  if (kind == TupleKind::Empty) return {};
+  if (kind != TupleKind::Array && kind != TupleKind::Handle)
+    return Access::repeat(answer(Access::element(tuple, 0)), tuple.Length());
+  std::vector<HTuple> answers;
+  answers.reserve(static_cast<std::size_t>(tuple.Length()));
+  for (Hlong i = 0; i < tuple.Length(); ++i) answers.push_back(answer(Access::element(tuple, i)));
+  return Access::elements(std::move(answers));
+}
+
+HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
+  return per_element(tuple, [&](const HTuple& element) { return HTuple(Access::kind(element) == wanted ? 1 : 0); });
+}
+
+// The four names that make up nearly all answers are made once.
+HTuple type_tuple(const HTuple& element) {
+  static const HTuple integer = Access::text_tuple("integer");
+  static const HTuple real = Access::text_tuple("real");
+  static const HTuple string = Access::text_tuple("string");
+  static const HTuple dict = Access::text_tuple("dict");
+  const std::string_view name = detail::type_name(element);
+  for (const HTuple* known : {&integer, &real, &string, &dict})
+    if (Access::text(*known) == name) return *known;
+  return Access::text_tuple(name);
+}
+
+HTuple common_type(const HTuple& tuple) {
+  if (tuple.Length() == 0) return Access::text_tuple("any");
+  const HTuple first = type_tuple(Access::element(tuple, 0));
+  if (detail::common_kind(tuple) != TupleKind::Array && detail::common_kind(tuple) != TupleKind::Handle) return first;
+  for (Hlong i = 1; i < tuple.Length(); ++i)
+    if (detail::type_name(Access::element(tuple, i)) != Access::text(first)) return Access::text_tuple("mixed");
+  return first;
+}
+
+}  // namespace
+
+HTuple HTuple::TupleIsHandleElem() const {
+  return detail::operate("TupleIsHandleElem", [&] { return kind_flags(*this, TupleKind::Handle); });
+}
+HTuple HTuple::TupleIsStringElem() const {
+  return detail::operate("TupleIsStringElem", [&] { return kind_flags(*this, TupleKind::String); });
+}
+HTuple HTuple::TupleIsIntElem() const {
+  return detail::operate("TupleIsIntElem", [&] { return kind_flags(*this, TupleKind::Integer); });
+}
+HTuple HTuple::TupleSemType() const {
+  return detail::operate("TupleSemType", [&] { return common_type(*this); });
+}
+HTuple HTuple::TupleSemTypeElem() const {
+  return detail::operate("TupleSemTypeElem", [&] { return per_element(*this, type_tuple); });
+}
+
+void TupleIsHandleElem(const HTuple& t, HTuple* flags) { *flags = t.TupleIsHandleElem(); }
+void TupleIsStringElem(const HTuple& t, HTuple* flags) { *flags = t.TupleIsStringElem(); }
+void TupleIsIntElem(const HTuple& t, HTuple* flags) { *flags = t.TupleIsIntElem(); }
+void TupleSemType(const HTuple& t, HTuple* name) { *name = t.TupleSemType(); }
+void TupleSemTypeElem(const HTuple& t, HTuple* names) { *names = t.TupleSemTypeElem(); }
+
+}  // namespace HalconCpp

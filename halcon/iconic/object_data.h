@@ -1,0 +1,57 @@
+// The iconic objects themselves. All of them are immutable once made and shared between object tuples.
+#ifndef HALCONCPP_ICONIC_OBJECT_DATA_H
+#define HALCONCPP_ICONIC_OBJECT_DATA_H
+
+#include <atomic>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "HalconCpp.h"
+
+namespace HalconCpp::detail {
+
+enum class ObjectClass : std::uint8_t { Image, Region, Contour, Polygon, Parallels };
+
+// "image", "region", "xld_cont", "xld_poly", "xld_parallel".
+const char* class_name(ObjectClass object_class) noexcept;
+
+struct IconicObject {
+  explicit IconicObject(ObjectClass c) noexcept : object_class(c) {}
+  virtual ~IconicObject() = default;
+  const ObjectClass object_class;
+};
+
+using ObjectRef = std::shared_ptr<const IconicObject>;
+
+// What an HObject refers to: the shared list of its objects.
+class ObjectTuple {
+ public:
+  explicit ObjectTuple(std::vector<ObjectRef> objects) noexcept : objects_(std::move(objects)) {}
+  const std::vector<ObjectRef>& objects() const noexcept { return objects_; }
+
+ private:
+  friend void retain(const ObjectTuple* data) noexcept;
+  friend void release(const ObjectTuple* data) noexcept;
+  mutable std::atomic<std::uint32_t> references_{1};
+  std::vector<ObjectRef> objects_;
+};
+
+HObject make_object(std::vector<ObjectRef> objects);
+HObject make_object(ObjectRef object);
+
+// The objects of a tuple; refuses an unset HObject.
+const std::vector<ObjectRef>& objects_of(const HObject& object);
+// The one object of a tuple, of the class that T stands for; refuses anything else by name.
+template <class T>
+const T& single(const HObject& object);
+const IconicObject& single_of_class(const HObject& object, ObjectClass wanted);
+
+template <class T>
+const T& single(const HObject& object) {
+  return static_cast<const T&>(single_of_class(object, T::kind));
+}
+
+}  // namespace HalconCpp::detail
+
+#endif
