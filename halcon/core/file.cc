@@ -1,0 +1,140 @@
+#include "core/file.h"
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+#include "core/failure.h"
+
+namespace HalconCpp::detail {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string system_reason(int error) {
+  return error ? std::generic_category().message(error) : std::string("the system gives no reason");
+}
+
+// Refuses what cannot be read as a file: nothing there, a folder, a device.
+void require_regular_file(const fs::path& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (status.type() == fs::file_type::not_found) refuse("no such file");
+  if (error) refuse(error.message());
+  if (status.type() == fs::file_type::directory) refuse("is a folder, not a file");
+  if (status.type() != fs::file_type::regular) refuse("is no regular file");
+}
+
+// A name beside the target that nothing has yet.
+fs::path unused_neighbour(const fs::path& target) {
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    fs::path name = target;
+    name += ".part" + std::to_string(attempt);
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(name, error))) return name;
+  }
+  refuse("no free name for a temporary file beside it");
+}
+
+// Where the bytes end up: the file behind a link, so that the link stays one.
+fs::path behind_links(const fs::path& path) {
+  std::error_code error;
+  if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
+  const fs::path resolved = fs::weakly_canonical(path, error);
+  return error ? path : resolved;
+}
+
+}  // namespace
+
+fs::path native_path(std::string_view utf8) {
+  std::u8string text(utf8.begin(), utf8.end());
+  for (char8_t& c : text)
+    if (c == u8'\\') c = u8'/';
+  return fs::path(text);
+}
+
+std::string extension_of(std::string_view path) {
+  const auto dot = path.find_last_of("./\\");
+  if (dot == std::string_view::npos || path[dot] != '.') return {};
+  std::string extension(path.substr(dot + 1));
+  for (char& c : extension)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return extension;
+}
+
+InputFile::InputFile(std::string_view path) {
+  const fs::path name = native_path(path);
+  require_regular_file(name);
+  errno = 0;
+  stream_.rdbuf()->pubsetbuf(nullptr, 0);
+  stream_.open(name, std::ios::binary);
+  if (!stream_) refuse("cannot be opened: " + system_reason(errno));
+  stream_.seekg(0, std::ios::end);
+  const std::streamoff end = stream_.tellg();
+  stream_.seekg(0);
+  if (end < 0 || !stream_) refuse("its size cannot be read");
+  size_ = static_cast<std::uint64_t>(end);
+}
+
+void InputFile::read(void* to, std::size_t bytes) {
+  if (bytes > left()) refuse("the file ends too early");
+  stream_.read(static_cast<char*>(to), static_cast<std::streamsize>(bytes));
+  if (static_cast<std::size_t>(stream_.gcount()) != bytes) refuse("the file could not be read to its end");
+  position_ += bytes;
+}
+
+Buffer<std::byte> InputFile::read_all() {
+  Buffer<std::byte> content(static_cast<std::size_t>(left()));
+  read(content.data(), content.size());
+  return content;
+}
+
+Buffer<std::byte> read_file(std::string_view path) { return InputFile(path).read_all(); }
+
+OutputFile::OutputFile(std::string_view path) : target_(behind_links(native_path(path))) {
+  std::error_code error;
+  const fs::file_status status = fs::status(target_, error);
+  if (target_.empty() || !target_.has_filename()) refuse("is no file name");
+  if (status.type() == fs::file_type::directory) refuse("is a folder, not a file");
+  const fs::path folder = target_.parent_path();
+  if (!folder.empty() && !fs::is_directory(folder, error)) refuse("its folder does not exist");
+  const bool direct = fs::exists(status) && status.type() != fs::file_type::regular;
+  written_ = direct ? target_ : unused_neighbour(target_);
+  errno = 0;
+  stream_.open(written_, std::ios::binary | std::ios::trunc);
+  if (!stream_) {
+    const int reason = errno;
+    written_ = target_;  // nothing of ours is there to be removed
+    refuse("cannot be written: " + system_reason(reason));
+  }
+}
+
+OutputFile::~OutputFile() {
+  if (committed_ || written_ == target_) return;
+  stream_.close();
+  std::error_code error;
+  fs::remove(written_, error);
+}
+
+void OutputFile::write(const void* from, std::size_t bytes) {
+  errno = 0;
+  stream_.write(static_cast<const char*>(from), static_cast<std::streamsize>(bytes));
+  if (!stream_) refuse("could not be written: " + system_reason(errno));
+}
+
+void OutputFile::commit() {
+  errno = 0;
+  stream_.close();
+  if (!stream_) refuse("could not be written: " + system_reason(errno));
+  if (written_ != target_) {
+    std::error_code error;
+    const fs::file_status before = fs::status(target_, error);
+    if (fs::exists(before)) fs::permissions(written_, before.permissions(), error);
+    fs::rename(written_, target_, error);
+    if (error) refuse("could not be put in its place: " + error.message());
+  }
+  committed_ = true;
+}
+
+}  // namespace HalconCpp::detail

@@ -1,0 +1,70 @@
+#include "iconic/image.h"
+
+#include <string>
+#include <utility>
+
+#include "core/failure.h"
+#include "core/limits.h"
+#include "images/codec.h"
+
+namespace HalconCpp::detail {
+
+namespace {
+
+constexpr std::pair<PixelType, const char*> pixel_types[] = {
+    {PixelType::Byte, "byte"}, {PixelType::Int1, "int1"}, {PixelType::Int2, "int2"}, {PixelType::UInt2, "uint2"},
+    {PixelType::Int4, "int4"}, {PixelType::Int8, "int8"}, {PixelType::Real, "real"},
+};
+
+}  // namespace
+
+const char* pixel_type_name(PixelType type) noexcept {
+  for (const auto& [known, name] : pixel_types)
+    if (known == type) return name;
+  return "";
+}
+
+PixelType pixel_type_of(std::string_view name) {
+  for (const auto& [type, known] : pixel_types)
+    if (name == known) return type;
+  refuse(quoted(name) + " is no pixel type (byte, int1, int2, uint2, int4, int8, real)");
+}
+
+std::size_t pixel_size(PixelType type) noexcept {
+  return with_pixel_type(type, [](auto pixel) { return sizeof pixel; });
+}
+
+ImageDraft::ImageDraft(PixelType type, std::int32_t width, std::int32_t height, std::size_t channels)
+    : type_(type), width_(width), height_(height) {
+  const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * pixel_size(type);
+  planes_.reserve(channels);
+  for (std::size_t i = 0; i < channels; ++i) planes_.emplace_back(bytes);
+}
+
+std::shared_ptr<const Image> ImageDraft::finish(RunsRef domain) {
+  std::vector<Plane> planes;
+  planes.reserve(planes_.size());
+  for (auto& plane : planes_) planes.push_back(std::make_shared<const Buffer<std::byte>>(std::move(plane)));
+  return std::make_shared<const Image>(type_, width_, height_, std::move(planes), std::move(domain));
+}
+
+void check_image_size(std::uint64_t width, std::uint64_t height, std::uint64_t channels, PixelType type,
+                      std::uint64_t file_bytes) {
+  const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
+  if (width == 0 || height == 0) refuse("an image of " + size + " holds nothing");
+  if (width > limits::image_side || height > limits::image_side)
+    refuse("an image of " + size + " is larger than the " + std::to_string(limits::image_side) +
+           " rows and columns that are read");
+  if (channels == 0 || channels > limits::image_channels)
+    refuse(std::to_string(channels) + " channels; 1 to " + std::to_string(limits::image_channels) + " are read");
+  // At most 2^20 * 2^20 * 2^12 * 2^3: fits.
+  const std::uint64_t bytes = width * height * channels * pixel_size(type);
+  if (bytes > limits::image_bytes)
+    refuse("an image of " + size + " and " + std::to_string(channels) + " channels takes " + std::to_string(bytes) +
+           " bytes; at most " + std::to_string(limits::image_bytes) + " are read");
+  if (bytes > limits::decoded_free && bytes / limits::decoded_per_byte > file_bytes)
+    refuse("claims " + size + " and " + std::to_string(channels) + " channels, more than a file of " +
+           std::to_string(file_bytes) + " bytes can hold");
+}
+
+}  // namespace HalconCpp::detail

@@ -1,0 +1,78 @@
+#include "iconic/object_data.h"
+
+#include <string>
+
+#include "core/access.h"
+#include "core/failure.h"
+
+namespace HalconCpp {
+
+namespace detail {
+
+const char* class_name(ObjectClass object_class) noexcept {
+  switch (object_class) {
+    case ObjectClass::Image:
+      return "image";
+    case ObjectClass::Region:
+      return "region";
+    case ObjectClass::Contour:
+      return "xld_cont";
+    case ObjectClass::Polygon:
+      return "xld_poly";
+    case ObjectClass::Parallels:
+      return "xld_parallel";
+  }
+  return "";
+}
+
+void retain(const ObjectTuple* data) noexcept {
+  if (data) data->references_.fetch_add(1, std::memory_order_relaxed);
+}
+
+void release(const ObjectTuple* data) noexcept {
+  if (data && data->references_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete data;
+}
+
+HObject make_object(std::vector<ObjectRef> objects) { return Access::wrap(new ObjectTuple(std::move(objects))); }
+
+HObject make_object(ObjectRef object) {
+  std::vector<ObjectRef> objects;
+  objects.push_back(std::move(object));
+  return make_object(std::move(objects));
+}
+
+const std::vector<ObjectRef>& objects_of(const HObject& object) {
+  const ObjectTuple* tuple = Access::data(object);
+  if (!tuple) refuse("the object is not set");
+  return tuple->objects();
+}
+
+const IconicObject& single_of_class(const HObject& object, ObjectClass wanted) {
+  const auto& objects = objects_of(object);
+  if (objects.size() != 1)
+    refuse("expects one object of class \"" + std::string(class_name(wanted)) + "\", not " +
+           std::to_string(objects.size()) + " objects");
+  if (objects[0]->object_class != wanted)
+    refuse("expects an object of class \"" + std::string(class_name(wanted)) + "\", not \"" +
+           class_name(objects[0]->object_class) + "\"");
+  return *objects[0];
+}
+
+}  // namespace detail
+
+HObject::HObject(const HObject& other) noexcept : data_(other.data_) { detail::retain(data_); }
+
+HObject& HObject::operator=(const HObject& other) noexcept {
+  detail::retain(other.data_);
+  detail::release(std::exchange(data_, other.data_));
+  return *this;
+}
+
+HObject& HObject::operator=(HObject&& other) noexcept {
+  std::swap(data_, other.data_);
+  return *this;
+}
+
+HObject::~HObject() { detail::release(data_); }
+
+}  // namespace HalconCpp
