@@ -13,7 +13,7 @@ using namespace std::string_view_literals;
 std::uint8_t byte_at(Bytes file, std::size_t i) { return static_cast<std::uint8_t>(file[i]); }
 
 bool is_png(Bytes file) { return starts_with(file, "\x89PNG\r\n\x1a\n"); }
-bool is_jpeg(Bytes file) { return starts_with(file, "\xff\xd8\xff"); }
+bool is_jpeg(Bytes file) { return starts_with(file, "\xff\xd8"); }
 
 // Classic and big files of both byte orders.
 bool is_tiff(Bytes file) {
@@ -32,7 +32,7 @@ bool is_ras(Bytes file) { return starts_with(file, "\x59\xa6\x6a\x95"); }
 bool is_pnm(Bytes file) {
   if (file.size() < 3 || !starts_with(file, "P")) return false;
   const auto kind = byte_at(file, 1), next = byte_at(file, 2);
-  return kind >= '1' && kind <= '6' && (next == ' ' || (next >= '\t' && next <= '\r') || next == '#');
+  return kind >= '1' && kind <= '7' && (next == ' ' || (next >= '\t' && next <= '\r') || next == '#');
 }
 
 bool is_bmp(Bytes file) { return starts_with(file, "BM"); }
