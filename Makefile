@@ -59,7 +59,7 @@ packages-%:
 configured-%: packages-build
 	@if [ ! build/$*/build.ninja -nt CMakePresets.json ]; then \
 	  echo "Configuring build/$*"; \
-	  cmake --preset $* >/dev/null && touch build/$*/build.ninja; \
+	  cmake --preset $* --no-warn-unused-cli >/dev/null && touch build/$*/build.ninja; \
 	fi
 
 configured-windows: packages-windows

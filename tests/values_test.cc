@@ -124,7 +124,6 @@ TEST(Tuples, AreCopiedByThreadsAtOnce) {
   HTuple shared;
   for (const char* text : {"one", "two", "three"}) shared.Append(text);
   std::vector<std::thread> threads;
-  threads.reserve(4);
   for (int t = 0; t < 4; ++t)
     threads.emplace_back([&shared] {
       for (int i = 0; i < 2000; ++i) {
