@@ -2,13 +2,16 @@
 
 # Header-only libraries: their own folders are linked into the build tree and found there. /usr/include as a whole must
 # never reach MinGW, it holds the C library of this machine.
-foreach(folder rapidjson CLI)
-  if(EXISTS /usr/include/${folder})
-    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/headers/include)
-    file(CREATE_LINK /usr/include/${folder} ${CMAKE_BINARY_DIR}/headers/include/${folder} SYMBOLIC)
-  endif()
+set(headers ${CMAKE_BINARY_DIR}/headers)
+file(MAKE_DIRECTORY ${headers}/include ${headers}/share/cmake)
+foreach(folder include/CLI include/rapidjson share/cmake/CLI11)
+  file(CREATE_LINK /usr/${folder} ${headers}/${folder} SYMBOLIC)
 endforeach()
-list(APPEND CMAKE_FIND_ROOT_PATH ${CMAKE_BINARY_DIR}/headers)
+list(APPEND CMAKE_FIND_ROOT_PATH ${headers})
+include_directories(SYSTEM ${headers}/include)
+
+# zlib is linked in: one file less to hand out.
+set(ZLIB_USE_STATIC_LIBS ON)
 
 # The runtime libraries stand beside our own: exceptions cross from one to the other, so they must share one runtime.
 foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
