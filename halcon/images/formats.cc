@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/failure.h"
+#include "images/raster.h"
 
 namespace HalconCpp::detail {
 
@@ -37,20 +38,22 @@ bool is_pnm(Bytes file) {
 
 bool is_bmp(Bytes file) { return starts_with(file, "BM"); }
 
-// Version 7 in the second word, after a header size that is not absurd, in either byte order.
+// Version 7 after a header size that is not absurd and before one of the three formats, in either byte order.
 bool is_xwd(Bytes file) {
-  if (file.size() < 8) return false;
-  const Bytes size = file.first(4), version = file.subspan(4, 4);
-  const bool big = starts_with(version, "\0\0\0\7"sv) && starts_with(size, "\0\0"sv);
-  const bool little = starts_with(version, "\7\0\0\0"sv) && byte_at(size, 2) == 0 && byte_at(size, 3) == 0;
-  return big || little;
+  if (file.size() < 12) return false;
+  for (const std::endian order : {std::endian::big, std::endian::little}) {
+    const Fields fields(file, order);
+    if (fields.u32(0) < 65536 && fields.u32(4) == 7 && fields.u32(8) <= 2) return true;
+  }
+  return false;
 }
 
-// One byte of magic, then a version, an encoding and a depth that exist.
+// One byte of magic, then a version, an encoding, a depth and a number of planes that exist.
 bool is_pcx(Bytes file) {
-  if (file.size() < 4 || byte_at(file, 0) != 10) return false;
+  if (file.size() < 66 || byte_at(file, 0) != 10) return false;
   const auto version = byte_at(file, 1), encoding = byte_at(file, 2), bits = byte_at(file, 3);
-  return version <= 5 && version != 1 && encoding <= 1 && (bits == 1 || bits == 2 || bits == 4 || bits == 8);
+  return version <= 5 && version != 1 && encoding <= 1 && (bits == 1 || bits == 2 || bits == 4 || bits == 8) &&
+         byte_at(file, 65) >= 1 && byte_at(file, 65) <= 4;
 }
 
 // The codec function, or null when this build does without its library.
