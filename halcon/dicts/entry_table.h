@@ -3,7 +3,9 @@
 #ifndef HALCONCPP_DICTS_ENTRY_TABLE_H
 #define HALCONCPP_DICTS_ENTRY_TABLE_H
 
+#include <atomic>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "core/access.h"
@@ -18,24 +20,41 @@ struct Entry {
   bool holds_object() const noexcept { return Access::data(object) != nullptr; }
 };
 
+// Reading from several threads is safe; writing is not. Keys of different types are different.
 class EntryTable {
  public:
+  EntryTable() noexcept = default;
+  EntryTable(const EntryTable&) = delete;
+  EntryTable& operator=(const EntryTable&) = delete;
+  ~EntryTable() { drop_index(); }
+
   // Replaces the value of an equal key at its place, or adds the key at the end. Refuses a key that is not one string,
   // integer or real.
   void set(HTuple key, HTuple value);
   void set(HTuple key, HObject object);
-  // Null when the key is not there.
+  // Takes over entries whose keys are valid and all different.
+  void adopt(std::vector<Entry> entries);
+  // Null when the key is not there. Asking for the keys in their order costs no search.
   const Entry* find(const HTuple& key) const noexcept;
   std::span<const Entry> entries() const noexcept { return entries_; }
-  void reserve(std::size_t count);
+  void reserve(std::size_t count) { entries_.reserve(count); }
 
  private:
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
   Entry& slot(HTuple key);
   std::size_t position(const HTuple& key) const noexcept;  // npos when absent
-  void index_new_entry();
+  std::size_t search(const HTuple& key) const noexcept;
+  std::size_t scan(const HTuple& key) const noexcept;
+  const std::uint32_t* index() const noexcept;
+  void add_to_index(std::size_t position) noexcept;
+  void drop_index() noexcept { delete[] index_.exchange(nullptr, std::memory_order_relaxed); }
 
   std::vector<Entry> entries_;
-  std::vector<std::uint32_t> buckets_;  // open addressing into entries_ (0: free, else 1 + position); empty while small
+  // Made by the first search in a table that is not small. Element 0 is the number of buckets, a power of two; the
+  // buckets follow, open addressing into entries_ (0: free, else 1 + position).
+  mutable std::atomic<std::uint32_t*> index_{nullptr};
+  mutable std::atomic<std::uint32_t> last_found_{0};
 };
 
 struct DictData final : HandleData {
