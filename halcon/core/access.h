@@ -77,6 +77,9 @@ struct Access {
   // The elements move into the tuple without a copy.
   static HTuple integers(Buffer<Hlong> values);
   static HTuple reals(Buffer<double> values);
+  // The same; the tuple takes over one reference to each element, also when this throws.
+  static HTuple strings(Buffer<const StringData*> values);
+  static HTuple handles(Buffer<HandleData*> values);
   // One-element tuples of any mix become the tuple of their elements, stored by what they have in common.
   static HTuple elements(std::vector<HTuple> values);
   // The tuple reads `values`, which `owner` keeps alive.

@@ -89,11 +89,10 @@ void append_plain(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) no
 
 template <class T>
 void append_counted(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
-  to.reserve(to.size() + static_cast<std::size_t>(from.Length()));
   for (Hlong i = 0; i < from.Length(); ++i) {
     T element = read(Access::element(from, i));
-    retain(element);
     to.push_back(element);
+    retain(element);
   }
 }
 
@@ -244,6 +243,32 @@ HTuple Access::elements(std::vector<HTuple> values) {
   std::unique_ptr<ArrayData, ReleaseArray> array(new_array(kind));
   for (const HTuple& value : values) grow(*array, value);
   return from_array(array.release());
+}
+
+namespace {
+
+template <class Array, class T>
+Array* new_counted(ArrayKind kind, Buffer<T> values) {
+  try {
+    return new Array(kind, std::move(values));
+  } catch (...) {
+    for (T value : values) release(value);
+    throw;
+  }
+}
+
+}  // namespace
+
+HTuple Access::strings(Buffer<const StringData*> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return adopt_string(values[0]);
+  return from_array(new_counted<StringArray>(ArrayKind::Strings, std::move(values)));
+}
+
+HTuple Access::handles(Buffer<HandleData*> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return handle_tuple(wrap(values[0]));
+  return from_array(new_counted<HandleArray>(ArrayKind::Handles, std::move(values)));
 }
 
 HTuple Access::lend(std::span<const double> values, std::shared_ptr<const void> owner) {

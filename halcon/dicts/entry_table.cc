@@ -22,30 +22,46 @@ HashSeed new_seed() noexcept {
   return {now * 0xD6E8FEB86659FD93u ^ place, place * 0xA0761D6478BD642Fu ^ now};
 }
 
-bool is_key(const HTuple& key) {
-  const TupleKind kind = Access::kind(key);
-  return kind == TupleKind::String || kind == TupleKind::Integer || kind == TupleKind::Real;
+// A key to compare and hash, without a reference to it. Reals go by their bits, so that each is equal to itself.
+struct KeyView {
+  TupleKind kind;
+  std::uint64_t bits;
+  const StringData* text;
+
+  bool valid() const noexcept {
+    return kind == TupleKind::String || kind == TupleKind::Integer || kind == TupleKind::Real;
+  }
+  bool operator==(const KeyView& other) const noexcept {
+    if (kind != other.kind || bits != other.bits) return false;
+    return text == other.text || text_of(text) == text_of(other.text);
+  }
+  std::uint64_t hash() const noexcept { return kind == TupleKind::String ? hash_of(text_of(text)) : hash_of(bits); }
+};
+
+KeyView view_of(const HTuple& key) noexcept {
+  switch (Access::kind(key)) {
+    case TupleKind::String:
+      return {TupleKind::String, 0, Access::string_data(key)};
+    case TupleKind::Integer:
+      return {TupleKind::Integer, static_cast<std::uint64_t>(Access::integer(key)), nullptr};
+    case TupleKind::Real:
+      return {TupleKind::Real, std::bit_cast<std::uint64_t>(Access::real(key)), nullptr};
+    default:
+      return {TupleKind::Empty, 0, nullptr};
+  }
 }
 
-std::uint64_t key_hash(const HTuple& key) noexcept {
-  if (Access::kind(key) == TupleKind::String) return hash_of(Access::text(key));
-  if (Access::kind(key) == TupleKind::Real) return hash_of(std::bit_cast<std::uint64_t>(Access::real(key)));
-  return hash_of(static_cast<std::uint64_t>(Access::integer(key)));
+KeyView view_of(const HTuple& keys, std::size_t at) noexcept {
+  if (Access::kind(keys) != TupleKind::Array) return view_of(keys);
+  const ArrayData& array = Access::array(keys);
+  if (array.kind == ArrayKind::Strings)
+    return {TupleKind::String, 0, static_cast<const StringData* const*>(array.elements)[at]};
+  return view_of(Access::element(keys, static_cast<Hlong>(at)));  // the array goes on holding its text
 }
 
-// Reals by their bits, so that every real is equal to itself.
-bool same_key(const HTuple& a, const HTuple& b) noexcept {
-  if (Access::kind(a) != Access::kind(b)) return false;
-  if (Access::kind(a) == TupleKind::String)
-    return Access::string_data(a) == Access::string_data(b) || Access::text(a) == Access::text(b);
-  if (Access::kind(a) == TupleKind::Real)
-    return std::bit_cast<std::uint64_t>(Access::real(a)) == std::bit_cast<std::uint64_t>(Access::real(b));
-  return Access::integer(a) == Access::integer(b);
-}
-
-void put_in_bucket(std::uint32_t* index, const HTuple& key, std::size_t position) noexcept {
+void put_in_bucket(std::uint32_t* index, const KeyView& key, std::size_t position) noexcept {
   const std::size_t mask = index[0] - 1;
-  std::size_t bucket = key_hash(key) & mask;
+  std::size_t bucket = key.hash() & mask;
   while (index[1 + bucket] != 0) bucket = (bucket + 1) & mask;
   index[1 + bucket] = static_cast<std::uint32_t>(position + 1);
 }
@@ -55,21 +71,22 @@ void put_in_bucket(std::uint32_t* index, const HTuple& key, std::size_t position
 const HashSeed hash_seed = new_seed();
 
 void EntryTable::set(HTuple key, HTuple value) {
-  Entry& entry = slot(std::move(key));
+  Entry& entry = slot(key);
   entry.tuple = std::move(value);
   entry.object = HObject();
 }
 
 void EntryTable::set(HTuple key, HObject object) {
-  Entry& entry = slot(std::move(key));
+  Entry& entry = slot(key);
   entry.tuple = HTuple();
   entry.object = std::move(object);
 }
 
-void EntryTable::adopt(std::vector<Entry> entries) {
+void EntryTable::adopt(HTuple keys, std::vector<Entry> entries) {
   if (entries.size() > most_entries) throw std::bad_alloc();
   drop_index();
   last_found_.store(0, std::memory_order_relaxed);
+  keys_ = std::move(keys);
   entries_ = std::move(entries);
 }
 
@@ -78,13 +95,18 @@ const Entry* EntryTable::find(const HTuple& key) const noexcept {
   return at == npos ? nullptr : &entries_[at];
 }
 
-Entry& EntryTable::slot(HTuple key) {
-  if (!is_key(key)) refuse("a key is one string, one integer or one real");
+Entry& EntryTable::slot(const HTuple& key) {
+  if (!view_of(key).valid()) refuse("a key is one string, one integer or one real");
   if (const std::size_t at = position(key); at != npos) return entries_[at];
   if (entries_.size() >= most_entries) throw std::bad_alloc();
   Entry& entry = entries_.emplace_back();
-  entry.key = std::move(key);
-  add_to_index(entries_.size() - 1);
+  try {
+    keys_.Append(key);
+  } catch (...) {
+    entries_.pop_back();
+    throw;
+  }
+  index_last_key();
   return entry;
 }
 
@@ -92,25 +114,28 @@ Entry& EntryTable::slot(HTuple key) {
 std::size_t EntryTable::position(const HTuple& key) const noexcept {
   if (entries_.empty()) return npos;
   const std::size_t last = last_found_.load(std::memory_order_relaxed);
-  if (same_key(entries_[last].key, key)) return last;
+  const KeyView wanted = view_of(key);
+  if (view_of(keys_, last) == wanted) return last;
   std::size_t found = last + 1 < entries_.size() ? last + 1 : 0;
-  if (!same_key(entries_[found].key, key)) found = search(key);
+  if (!(view_of(keys_, found) == wanted)) found = search(key);
   if (found != npos) last_found_.store(static_cast<std::uint32_t>(found), std::memory_order_relaxed);
   return found;
 }
 
 std::size_t EntryTable::search(const HTuple& key) const noexcept {
-  const std::uint32_t* buckets = entries_.size() > small_table && is_key(key) ? index() : nullptr;
+  const std::uint32_t* buckets = entries_.size() > small_table ? index() : nullptr;
   if (!buckets) return scan(key);
+  const KeyView wanted = view_of(key);
   const std::size_t mask = buckets[0] - 1;
-  for (std::size_t bucket = key_hash(key) & mask; buckets[1 + bucket] != 0; bucket = (bucket + 1) & mask)
-    if (const std::size_t at = buckets[1 + bucket] - 1; same_key(entries_[at].key, key)) return at;
+  for (std::size_t bucket = wanted.hash() & mask; buckets[1 + bucket] != 0; bucket = (bucket + 1) & mask)
+    if (const std::size_t at = buckets[1 + bucket] - 1; view_of(keys_, at) == wanted) return at;
   return npos;
 }
 
 std::size_t EntryTable::scan(const HTuple& key) const noexcept {
+  const KeyView wanted = view_of(key);
   for (std::size_t at = 0; at < entries_.size(); ++at)
-    if (same_key(entries_[at].key, key)) return at;
+    if (view_of(keys_, at) == wanted) return at;
   return npos;
 }
 
@@ -121,7 +146,7 @@ const std::uint32_t* EntryTable::index() const noexcept {
   auto* made = new (std::nothrow) std::uint32_t[1 + buckets]();
   if (!made) return nullptr;
   made[0] = static_cast<std::uint32_t>(buckets);
-  for (std::size_t at = 0; at < entries_.size(); ++at) put_in_bucket(made, entries_[at].key, at);
+  for (std::size_t at = 0; at < entries_.size(); ++at) put_in_bucket(made, view_of(keys_, at), at);
   std::uint32_t* expected = nullptr;
   if (index_.compare_exchange_strong(expected, made, std::memory_order_acq_rel)) return made;
   delete[] made;
@@ -129,11 +154,11 @@ const std::uint32_t* EntryTable::index() const noexcept {
 }
 
 // An index that is half full is dropped; the next search makes a larger one.
-void EntryTable::add_to_index(std::size_t position) noexcept {
+void EntryTable::index_last_key() noexcept {
   std::uint32_t* buckets = index_.load(std::memory_order_relaxed);
   if (!buckets) return;
-  if ((position + 1) * 2 > buckets[0]) return drop_index();
-  put_in_bucket(buckets, entries_[position].key, position);
+  if (entries_.size() * 2 > buckets[0]) return drop_index();
+  put_in_bucket(buckets, view_of(keys_, entries_.size() - 1), entries_.size() - 1);
 }
 
 }  // namespace HalconCpp::detail

@@ -14,7 +14,6 @@
 namespace HalconCpp::detail {
 
 struct Entry {
-  HTuple key;      // one string, integer or real
   HTuple tuple;    // unless the entry holds an object
   HObject object;  // set when the entry holds an object
   bool holds_object() const noexcept { return Access::data(object) != nullptr; }
@@ -32,24 +31,30 @@ class EntryTable {
   // integer or real.
   void set(HTuple key, HTuple value);
   void set(HTuple key, HObject object);
-  // Takes over entries whose keys are valid and all different.
-  void adopt(std::vector<Entry> entries);
+  // Takes over valid keys, all different, and their entries.
+  void adopt(HTuple keys, std::vector<Entry> entries);
   // Null when the key is not there. Asking for the keys in their order costs no search.
   const Entry* find(const HTuple& key) const noexcept;
+
+  // Key i belongs to entry i.
+  const HTuple& keys() const noexcept { return keys_; }
   std::span<const Entry> entries() const noexcept { return entries_; }
+  std::size_t size() const noexcept { return entries_.size(); }
   void reserve(std::size_t count) { entries_.reserve(count); }
 
  private:
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
-  Entry& slot(HTuple key);
+  Entry& slot(const HTuple& key);
   std::size_t position(const HTuple& key) const noexcept;  // npos when absent
   std::size_t search(const HTuple& key) const noexcept;
   std::size_t scan(const HTuple& key) const noexcept;
   const std::uint32_t* index() const noexcept;
-  void add_to_index(std::size_t position) noexcept;
+  void index_last_key() noexcept;
   void drop_index() noexcept { delete[] index_.exchange(nullptr, std::memory_order_relaxed); }
 
+  // One tuple, so that answering "keys" is a copy of it, and dictionaries with the same keys can share it.
+  HTuple keys_;
   std::vector<Entry> entries_;
   // Made by the first search in a table that is not small. Element 0 is the number of buckets, a power of two; the
   // buckets follow, open addressing into entries_ (0: free, else 1 + position).
