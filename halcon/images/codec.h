@@ -14,7 +14,6 @@
 namespace HalconCpp::detail {
 
 using Bytes = std::span<const std::byte>;
-using ImageRef = std::shared_ptr<const Image>;
 
 // A format: `recognizes` looks at the first bytes only and is cheap; `read` decodes the first image of a whole file in
 // memory and refuses what it cannot. A null `read` stands for a library that this build does without; `missing` says
