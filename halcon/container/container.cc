@@ -170,12 +170,10 @@ HObject read_container_objects(std::string_view path) {
 }
 
 // Children are written before their parents: the list of parts from its end.
-void write_container_handle(std::string_view path, const HHandle& handle) {
-  const HandleData* root = Access::data(handle);
-  if (!root) refuse("the handle to be written is empty");
-  const std::vector<Part> parts = parts_of(*root);
+void write_container_handle(std::string_view path, const HandleData& handle) {
+  const std::vector<Part> parts = parts_of(handle);
   Writer out(path);
-  write_header(out, container::kind_of(*root));
+  write_header(out, container::kind_of(handle));
   out.count(parts.size());
   for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
     out.value(container::kind_of(*part->handle));

@@ -26,7 +26,7 @@ HHandle read_container_handle(std::string_view path, std::string_view semantic_t
 HObject read_container_objects(std::string_view path);
 
 // Refuse content that the format does not hold, by its key. A failure leaves a file of that name as it was.
-void write_container_handle(std::string_view path, const HHandle& handle);
+void write_container_handle(std::string_view path, const HandleData& handle);
 void write_container_objects(std::string_view path, const HObject& objects);
 
 }  // namespace HalconCpp::detail
