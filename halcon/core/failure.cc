@@ -64,8 +64,7 @@ static void offer(const char* operation, Answer& answer) {
 void offer_answer(const char* operation, HTuple& answer) { offer(operation, answer); }
 void offer_answer(const char* operation, void*& pointer) { offer(operation, pointer); }
 
-QuietScope::QuietScope() noexcept { ++quiet_depth; }
-QuietScope::~QuietScope() { --quiet_depth; }
+void QuietScope::change_depth(int by) noexcept { quiet_depth += by; }
 
 std::string quoted(std::string_view name) {
   if (name.size() <= longest_name) return "'" + one_line(name) + "'";

@@ -31,13 +31,23 @@ std::string quoted(std::string_view name);
 [[noreturn]] void raise(const char* operation, std::string_view reason);
 [[noreturn]] void raise_out_of_memory(const char* operation);
 
-// Keeps calls that the library makes to itself from being reported to a watcher.
+// Keeps calls that the library makes to itself from being reported to a watcher; free while nobody watches.
 class QuietScope {
  public:
-  QuietScope() noexcept;
-  ~QuietScope();
+  QuietScope() noexcept : watched_(calls_are_watched.load(std::memory_order_relaxed)) {
+    if (watched_) [[unlikely]]
+      change_depth(1);
+  }
+  ~QuietScope() {
+    if (watched_) [[unlikely]]
+      change_depth(-1);
+  }
   QuietScope(const QuietScope&) = delete;
   QuietScope& operator=(const QuietScope&) = delete;
+
+ private:
+  static void change_depth(int by) noexcept;
+  const bool watched_;
 };
 
 // Rethrows what is in flight as the HException that callers see.

@@ -369,7 +369,8 @@ HTuple& HTuple::Append(const HTuple& other) {
       *this = other;
       return;
     }
-    const HTuple more = other;  // `other` may be this tuple
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): `other` may be this tuple
+    const HTuple more = other;
     const TupleKind kind =
         detail::common_kind(*this) == detail::common_kind(more) ? detail::common_kind(more) : TupleKind::Array;
     if (kind_ != TupleKind::Array || !detail::can_grow(*data_.array, kind)) {
@@ -471,7 +472,7 @@ HTuple type_tuple(const HTuple& element) {
 
 HTuple common_type(const HTuple& tuple) {
   if (tuple.Length() == 0) return Access::text_tuple("any");
-  const HTuple first = type_tuple(Access::element(tuple, 0));
+  HTuple first = type_tuple(Access::element(tuple, 0));
   if (detail::common_kind(tuple) != TupleKind::Array && detail::common_kind(tuple) != TupleKind::Handle) return first;
   for (Hlong i = 1; i < tuple.Length(); ++i)
     if (detail::type_name(Access::element(tuple, i)) != Access::text(first)) return Access::text_tuple("mixed");

@@ -43,6 +43,11 @@ struct Image final : IconicObject {
   RunsRef domain;               // null: the whole frame; otherwise inside it
 };
 
+using ImageRef = std::shared_ptr<const Image>;
+
+// An image of the same planes with that domain; runs that cover the whole frame become null.
+ImageRef with_domain(const Image& image, RunsRef domain);
+
 // An image under construction: planes of the final size, not yet filled. Its size has passed `check_image_size`.
 class ImageDraft {
  public:
@@ -53,6 +58,7 @@ class ImageDraft {
     return reinterpret_cast<T*>(planes_[channel].data());
   }
   std::size_t channels() const noexcept { return planes_.size(); }
+  std::size_t plane_bytes() const noexcept { return planes_[0].size(); }
   // Takes a channel away again (a palette that proves gray, say).
   void keep_channels(std::size_t count) { planes_.resize(count); }
   std::shared_ptr<const Image> finish(RunsRef domain = nullptr);

@@ -52,10 +52,14 @@ const IconicObject& single_of_class(const HObject& object, ObjectClass wanted) {
   if (objects.size() != 1)
     refuse("expects one object of class \"" + std::string(class_name(wanted)) + "\", not " +
            std::to_string(objects.size()) + " objects");
-  if (objects[0]->object_class != wanted)
-    refuse("expects an object of class \"" + std::string(class_name(wanted)) + "\", not \"" +
-           class_name(objects[0]->object_class) + "\"");
+  require_class(*objects[0], wanted);
   return *objects[0];
+}
+
+void require_class(const IconicObject& object, ObjectClass wanted) {
+  if (object.object_class != wanted)
+    refuse("expects an object of class \"" + std::string(class_name(wanted)) + "\", not \"" +
+           class_name(object.object_class) + "\"");
 }
 
 }  // namespace detail

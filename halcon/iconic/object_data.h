@@ -46,6 +46,8 @@ const std::vector<ObjectRef>& objects_of(const HObject& object);
 template <class T>
 const T& single(const HObject& object);
 const IconicObject& single_of_class(const HObject& object, ObjectClass wanted);
+// Refuses an object of another class.
+void require_class(const IconicObject& object, ObjectClass wanted);
 
 template <class T>
 const T& single(const HObject& object) {

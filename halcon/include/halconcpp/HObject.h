@@ -29,7 +29,7 @@ class HALCONCPP_API HObject {
   const detail::ObjectTuple* data_ = nullptr;  // null: unset
 };
 
-// An HObject whose objects are all images. Pointers and sizes are those of the first image.
+// An HObject whose objects are all images. The members expect exactly one.
 class HALCONCPP_API HImage : public HObject {
  public:
   HImage() noexcept = default;

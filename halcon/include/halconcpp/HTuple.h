@@ -109,11 +109,16 @@ class HALCONCPP_API HTuple {
 
 inline Hlong HTupleElement::L() const {
   detail::pass_gate("HTupleElement::L");
+  if (tuple_->kind_ == detail::TupleKind::Integer && index_ == 0) return tuple_->data_.integer;
   if (tuple_->kind_ == detail::TupleKind::Array) {
     const detail::ArrayData& array = *tuple_->data_.array;
     if (static_cast<std::uint64_t>(index_) < static_cast<std::uint64_t>(array.length)) {
       if (array.kind == detail::ArrayKind::Integers) return static_cast<const Hlong*>(array.elements)[index_];
       if (array.kind == detail::ArrayKind::Integers32) return static_cast<const std::int32_t*>(array.elements)[index_];
+      if (array.kind == detail::ArrayKind::Constant) {
+        const HTuple& value = *static_cast<const HTuple*>(array.elements);
+        if (value.kind_ == detail::TupleKind::Integer) return value.data_.integer;
+      }
     }
   }
   return rare_integer();

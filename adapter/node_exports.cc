@@ -1,0 +1,101 @@
+// The node accessors: they read fields and cannot fail.
+#include "adapter/reader.h"
+#include "content/value_text.h"
+
+using namespace quovel;
+
+namespace {
+
+// Stands in for the object part of nodes that have none.
+const ObjectPart no_object{};
+
+const ObjectPart& object_part(const qv_node* node) noexcept {
+  return node && from_host(node)->object ? *from_host(node)->object : no_object;
+}
+
+// The value at a valid index, null otherwise.
+const NodeValue* value_at(const qv_node* host_node, int32_t index) noexcept {
+  const Node* node = from_host(host_node);
+  const bool valid = node && index >= 0 && static_cast<uint32_t>(index) < node->value_count;
+  return valid ? &node->values[index] : nullptr;
+}
+
+}  // namespace
+
+const qv_char* qv_node_label(const qv_node* node) { return to_host(node ? from_host(node)->label : empty_text); }
+
+uint32_t qv_node_kind(const qv_node* node) { return node ? static_cast<uint32_t>(from_host(node)->kind) : 0; }
+
+const qv_char* qv_node_type_label(const qv_node* node) {
+  return to_host(node ? from_host(node)->type_label : empty_text);
+}
+
+const qv_char* qv_node_value_summary(const qv_node* node) {
+  return to_host(node ? from_host(node)->value_summary : empty_text);
+}
+
+uint32_t qv_node_path_segment_kind(const qv_node* node) {
+  return node ? static_cast<uint32_t>(from_host(node)->path_segment_kind) : 0;
+}
+
+uint32_t qv_node_path_index(const qv_node* node) { return node ? from_host(node)->path_index : 0; }
+
+uint32_t qv_node_total_count(const qv_node* node) { return node ? from_host(node)->total_count : 0; }
+
+int32_t qv_node_truncated(const qv_node* node) { return node && from_host(node)->truncated ? 1 : 0; }
+
+const qv_char* qv_node_object_class(const qv_node* node) { return to_host(object_part(node).object_class); }
+
+int32_t qv_node_is_image(const qv_node* node) { return object_part(node).is_image ? 1 : 0; }
+
+uint32_t qv_node_object_count(const qv_node* node) { return object_part(node).object_count; }
+
+uint32_t qv_node_detail_entry_count(const qv_node* node) { return object_part(node).detail_entry_count; }
+
+int64_t qv_node_value_count(const qv_node* node) { return node ? from_host(node)->value_count : 0; }
+
+uint32_t qv_node_value_type_at(const qv_node* node, int32_t index) {
+  const NodeValue* value = value_at(node, index);
+  return value ? static_cast<uint32_t>(value->type()) : 0;
+}
+
+const qv_char* qv_node_value_string_at(const qv_node* node, int32_t index) {
+  const NodeValue* value = value_at(node, index);
+  return to_host(value ? value->text() : empty_text);
+}
+
+int64_t qv_node_value_int_at(const qv_node* node, int32_t index) {
+  const NodeValue* value = value_at(node, index);
+  return value ? value->int_value() : 0;
+}
+
+double qv_node_value_real_at(const qv_node* node, int32_t index) {
+  const NodeValue* value = value_at(node, index);
+  return value ? value->real_value() : 0.0;
+}
+
+int64_t qv_node_detail_line_count(const qv_node* node) {
+  return static_cast<int64_t>(object_part(node).detail_lines.size());
+}
+
+const qv_char* qv_node_detail_line_at(const qv_node* node, int32_t index) {
+  const std::span<const Text> lines = object_part(node).detail_lines;
+  const bool valid = index >= 0 && static_cast<size_t>(index) < lines.size();
+  return to_host(valid ? lines[static_cast<size_t>(index)] : empty_text);
+}
+
+int64_t qv_node_child_count(const qv_node* node) { return node ? from_host(node)->child_count : 0; }
+
+const qv_node* qv_node_child_at(const qv_node* node, int32_t index) {
+  const bool valid = node && index >= 0 && static_cast<uint32_t>(index) < from_host(node)->child_count;
+  return valid ? to_host(from_host(node)->children[index]) : nullptr;
+}
+
+const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* node) {
+  if (!reader || !node) return to_host(empty_text);
+  return guarded(to_host(empty_text), [&] {
+    std::u16string& text = from_host(reader)->value_text;
+    text = full_value_text(from_host(node));
+    return to_host(text.c_str());
+  });
+}

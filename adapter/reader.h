@@ -1,0 +1,63 @@
+// The Reader behind the host's handle, and the rules of the boundary that every export keeps.
+#ifndef QUOVEL_ADAPTER_READER_H
+#define QUOVEL_ADAPTER_READER_H
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "adapter/quovel_adapter.h"
+#include "tree/node.h"
+
+namespace quovel {
+
+struct Reader {
+  std::unique_ptr<Tree> tree;  // of the last parse; null before the first and after a failed one
+  std::u16string last_error;
+  std::u16string value_text;  // what qv_node_full_value_text returned last
+};
+
+// The host's handles are our records under names of their own.
+inline Reader* from_host(qv_reader* reader) noexcept { return reinterpret_cast<Reader*>(reader); }
+inline const Reader* from_host(const qv_reader* reader) noexcept { return reinterpret_cast<const Reader*>(reader); }
+inline const Node* from_host(const qv_node* node) noexcept { return reinterpret_cast<const Node*>(node); }
+inline qv_reader* to_host(Reader* reader) noexcept { return reinterpret_cast<qv_reader*>(reader); }
+inline const qv_node* to_host(const Node* node) noexcept { return reinterpret_cast<const qv_node*>(node); }
+inline const qv_char* to_host(Text text) noexcept { return reinterpret_cast<const qv_char*>(text); }
+inline std::u16string from_host(const qv_char* text) { return reinterpret_cast<const char16_t*>(text); }
+
+// The guard around every export: an exception of any kind ends here as the call's failure value.
+template <class Result, class Body>
+Result guarded(Result failure_value, Body&& body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    return failure_value;
+  }
+}
+
+// The same for calls with a last-error text, past their argument checks: cleared first, and empty when anything but
+// HALCON failed.
+template <class Result, class Body>
+Result guarded(Reader& reader, Result failure_value, Body&& body) noexcept {
+  reader.last_error.clear();
+  try {
+    return body();
+  } catch (...) {
+    reader.last_error.clear();
+    return failure_value;
+  }
+}
+
+// The shape of every parse export: `load(path, error)` gives the new tree or null; the old tree ends either way.
+template <class Load>
+const qv_node* parse(qv_reader* host_reader, const qv_char* path, Load&& load) noexcept {
+  Reader* const reader = from_host(host_reader);
+  if (!reader || !path) return nullptr;
+  reader->tree = guarded(*reader, std::unique_ptr<Tree>(), [&] { return load(from_host(path), reader->last_error); });
+  return reader->tree ? to_host(reader->tree->root) : nullptr;
+}
+
+}  // namespace quovel
+
+#endif

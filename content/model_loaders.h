@@ -1,0 +1,18 @@
+// 3D object model and deep-learning model files, shown by the keys of their handle.
+#ifndef QUOVEL_CONTENT_MODEL_LOADERS_H
+#define QUOVEL_CONTENT_MODEL_LOADERS_H
+
+#include <memory>
+#include <string>
+
+#include "tree/node.h"
+
+namespace quovel {
+
+// The model's tree; null with the reason in `error`.
+std::unique_ptr<Tree> load_object_model_3d_tree(const std::u16string& path, std::u16string& error);
+std::unique_ptr<Tree> load_dl_model_tree(const std::u16string& path, std::u16string& error);
+
+}  // namespace quovel
+
+#endif

@@ -1,0 +1,148 @@
+// What an image answers about itself, and its channels laid out for display.
+#include <bit>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "HalconCpp.h"
+#include "core/access.h"
+#include "core/failure.h"
+#include "iconic/arguments.h"
+#include "iconic/image.h"
+
+namespace HalconCpp {
+
+using namespace detail;
+
+namespace {
+
+// The interface hands pixels out as void*; they are shared and must not be written.
+void* first_plane(const Image& image) { return const_cast<std::byte*>(image.channels[0]->data()); }
+
+// One row after the other without gaps, so the image is one long row.
+void interleave_plainly(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_t* r, std::uint8_t* to,
+                        std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i) {
+    to[3 * i] = b[i];
+    to[3 * i + 1] = g[i];
+    to[3 * i + 2] = r[i];
+  }
+}
+
+// Three bytes per pixel suit no vector unit: the planes are joined to 32-bit words first, which compilers vectorise,
+// and four words are then packed into twelve bytes by two stores.
+void interleave3(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_t* r, std::uint8_t* to,
+                 std::size_t pixels) {
+  constexpr std::size_t block = 256;
+  std::size_t done = 0;
+  if constexpr (std::endian::native == std::endian::little) {
+    std::uint32_t words[block];
+    for (; pixels - done >= block; done += block) {
+      for (std::size_t k = 0; k < block; ++k)
+        words[k] = b[done + k] | std::uint32_t{g[done + k]} << 8 | std::uint32_t{r[done + k]} << 16;
+      std::uint8_t* out = to + 3 * done;
+      for (std::size_t k = 0; k < block; k += 4, out += 12) {
+        const std::uint64_t low = words[k] | std::uint64_t{words[k + 1]} << 24 | std::uint64_t{words[k + 2]} << 48;
+        const std::uint32_t high = words[k + 2] >> 16 | words[k + 3] << 8;
+        std::memcpy(out, &low, sizeof low);
+        std::memcpy(out + sizeof low, &high, sizeof high);
+      }
+    }
+  }
+  interleave_plainly(b + done, g + done, r + done, to + 3 * done, pixels - done);
+}
+
+void interleave4(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_t* r, const std::uint8_t* a,
+                 std::uint8_t* to, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i) {
+    to[4 * i] = b[i];
+    to[4 * i + 1] = g[i];
+    to[4 * i + 2] = r[i];
+    to[4 * i + 3] = a[i];
+  }
+}
+
+// "bgr" takes the channels red, green, blue; "bgra" takes green, blue, alpha, red.
+HObject interleaved_image(const Image& image, std::string_view format) {
+  if (format != "bgr" && format != "bgra") refuse("the pixel format " + quoted(format) + " is not \"bgr\" or \"bgra\"");
+  const std::size_t count = format.size();
+  if (image.type != PixelType::Byte)
+    refuse(std::string("expects an image of type \"byte\", not \"") + pixel_type_name(image.type) + "\"");
+  if (image.channels.size() != count)
+    refuse(quoted(format) + " expects an image of " + std::to_string(count) + " channels, not " +
+           std::to_string(image.channels.size()));
+  ImageDraft draft(PixelType::Byte, image.width * static_cast<std::int32_t>(count), image.height, 1);
+  const auto plane = [&](std::size_t channel) { return image.plane<std::uint8_t>(channel); };
+  auto* to = draft.plane<std::uint8_t>(0);
+  if (count == 3)
+    interleave3(plane(2), plane(1), plane(0), to, image.pixels());
+  else
+    interleave4(plane(1), plane(0), plane(3), plane(2), to, image.pixels());
+  return make_object(draft.finish());
+}
+
+}  // namespace
+
+void* HImage::GetImagePointer1(HString* type, Hlong* width, Hlong* height) const {
+  return operate("GetImagePointer1", [&] {
+    const Image& image = single<Image>(*this);
+    void* pointer = first_plane(image);
+    offer_answer("GetImagePointer1", pointer);
+    *type = Access::string(pixel_type_name(image.type));
+    *width = image.width;
+    *height = image.height;
+    return pointer;
+  });
+}
+
+void* HImage::GetImagePointer1Rect(Hlong* width, Hlong* height, Hlong* vertical_pitch, Hlong* horizontal_bit_pitch,
+                                   Hlong* bits_per_pixel) const {
+  return operate("GetImagePointer1Rect", [&] {
+    const Image& image = single<Image>(*this);
+    const auto bytes = static_cast<Hlong>(pixel_size(image.type));
+    void* pointer = first_plane(image);
+    offer_answer("GetImagePointer1Rect", pointer);
+    *width = image.width;
+    *height = image.height;
+    *vertical_pitch = image.width * bytes;
+    *horizontal_bit_pitch = *bits_per_pixel = 8 * bytes;
+    return pointer;
+  });
+}
+
+HTuple HImage::CountChannels() const {
+  return operate("CountChannels", [&] {
+    HTuple count = static_cast<Hlong>(single<Image>(*this).channels.size());
+    offer_answer("CountChannels", count);
+    return count;
+  });
+}
+
+HTuple HImage::Width() const {
+  return operate("Width", [&] { return HTuple(Hlong{single<Image>(*this).width}); });
+}
+
+HTuple HImage::Height() const {
+  return operate("Height", [&] { return HTuple(Hlong{single<Image>(*this).height}); });
+}
+
+HRegion HImage::GetDomain() const {
+  return operate("GetDomain", [&] {
+    const Image& image = single<Image>(*this);
+    const RunsRef runs = image.domain ? image.domain : frame_runs(image.width, image.height);
+    return HRegion(make_object(std::make_shared<const Region>(runs)));
+  });
+}
+
+// Every pixel is written, whatever the domain. `alpha` is checked only: both formats find all their bytes in the
+// channels.
+void InterleaveChannels(const HObject& image, HObject* interleaved, const HTuple& pixel_format, const HTuple& row_bytes,
+                        const HTuple& alpha) {
+  operate("InterleaveChannels", [&] {
+    if (text_argument(row_bytes, "row_bytes") != "match") refuse("row_bytes must be \"match\"");
+    integer_argument(alpha, "alpha", 0, 255);
+    *interleaved = interleaved_image(single<Image>(image), text_argument(pixel_format, "the pixel format"));
+  });
+}
+
+}  // namespace HalconCpp

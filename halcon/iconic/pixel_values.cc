@@ -1,0 +1,219 @@
+// Pixel values from one type to another, and stretched to 0..255.
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+#include "HalconCpp.h"
+#include "core/access.h"
+#include "core/failure.h"
+#include "iconic/arguments.h"
+#include "iconic/image.h"
+
+namespace HalconCpp {
+
+using namespace detail;
+
+namespace {
+
+template <class T>
+using LimitsOf = std::numeric_limits<T>;
+// Wide enough for every value of A and B, and no wider: more values fit into one step.
+template <class A, class B = A>
+using WideOf = std::conditional_t<(sizeof(A) > 4 || sizeof(B) > 4), std::int64_t, std::int32_t>;
+
+// NaN becomes 0, what lies outside the integer type T the limit on its side.
+template <class T, class F>
+F clamped(F value) noexcept {
+  constexpr F low = static_cast<F>(LimitsOf<T>::min()), high = static_cast<F>(LimitsOf<T>::max());
+  if constexpr (std::is_signed_v<T>) value = value == value ? value : F(0);
+  const F above = value > low ? value : low;  // NaN fails every comparison
+  return above < high ? above : high;
+}
+
+// To the nearest integer, halves away from zero.
+template <class T, class F>
+T rounded(F inside) noexcept {
+  if constexpr (LimitsOf<F>::digits < LimitsOf<T>::digits)
+    if (inside >= static_cast<F>(LimitsOf<T>::max())) return LimitsOf<T>::max();  // F has one more than the limit
+  const auto whole = static_cast<WideOf<T>>(inside);
+  const F rest = inside - static_cast<F>(whole);
+  return static_cast<T>(whole + static_cast<WideOf<T>>(rest + rest));
+}
+
+// Clamping and rounding are loops of their own: in one loop compilers make branches of them, apart both vectorise.
+template <class T, class F, class Value>
+void round_all(T* to, std::size_t count, Value value) noexcept {
+  constexpr std::size_t block = 256;
+  F inside[block];
+  for (std::size_t done = 0; done < count; done += block) {
+    const std::size_t size = std::min(block, count - done);
+    for (std::size_t k = 0; k < size; ++k) inside[k] = clamped<T, F>(value(done + k));
+    for (std::size_t k = 0; k < size; ++k) to[done + k] = rounded<T>(inside[k]);
+  }
+}
+
+template <class To, class From>
+To saturated(From value) noexcept {
+  using Wide = WideOf<To, From>;
+  const Wide above = std::max(static_cast<Wide>(value), static_cast<Wide>(LimitsOf<To>::min()));
+  return static_cast<To>(std::min(above, static_cast<Wide>(LimitsOf<To>::max())));
+}
+
+template <class To, class From>
+void convert(const From* from, To* to, std::size_t count) noexcept {
+  if constexpr (std::is_same_v<To, float>) {
+    std::transform(from, from + count, to, [](From value) { return static_cast<float>(value); });
+  } else if constexpr (std::is_same_v<From, float>) {
+    using F = std::conditional_t<(sizeof(To) > 2), double, float>;
+    round_all<To, F>(to, count, [from](std::size_t i) { return static_cast<F>(from[i]); });
+  } else {
+    std::transform(from, from + count, to, saturated<To, From>);
+  }
+}
+
+ObjectRef converted_image(const ObjectRef& object, PixelType type) {
+  require_class(*object, Image::kind);
+  const auto& image = static_cast<const Image&>(*object);
+  if (image.type == type) return object;
+  ImageDraft draft(type, image.width, image.height, image.channels.size());
+  with_pixel_type(image.type, [&](auto from) {
+    with_pixel_type(type, [&](auto to) {
+      for (std::size_t i = 0; i < draft.channels(); ++i)
+        convert(image.plane<decltype(from)>(i), draft.plane<decltype(to)>(i), image.pixels());
+    });
+  });
+  return draft.finish(image.domain);
+}
+
+// Smallest and largest finite value; low > high when there is none.
+template <class T>
+struct Range {
+  T low = LimitsOf<T>::max();
+  T high = LimitsOf<T>::lowest();
+
+  void add(const T* values, std::size_t count) noexcept {
+    T lowest = low, highest = high;
+    for (std::size_t i = 0; i < count; ++i) {
+      lowest = std::min(lowest, values[i]);
+      highest = std::max(highest, values[i]);
+    }
+    low = lowest;
+    high = highest;
+  }
+};
+
+template <>
+void Range<float>::add(const float* values, std::size_t count) noexcept {
+  // One pair per lane: minima of floats are taken in order otherwise, one at a time.
+  constexpr std::size_t lanes = 16;
+  constexpr float largest = LimitsOf<float>::max();
+  float lowest[lanes], highest[lanes];
+  std::fill_n(lowest, lanes, low);
+  std::fill_n(highest, lanes, high);
+  std::size_t done = 0;
+  for (; count - done >= lanes; done += lanes)
+    for (std::size_t k = 0; k < lanes; ++k) {
+      const float value = values[done + k];
+      const float from_below = value >= -largest ? value : largest;
+      const float from_above = value <= largest ? value : -largest;
+      lowest[k] = from_below < lowest[k] ? from_below : lowest[k];
+      highest[k] = from_above > highest[k] ? from_above : highest[k];
+    }
+  for (; done < count; ++done)
+    if (values[done] >= -largest && values[done] <= largest) {
+      lowest[0] = std::min(lowest[0], values[done]);
+      highest[0] = std::max(highest[0], values[done]);
+    }
+  low = *std::min_element(lowest, lowest + lanes);
+  high = *std::max_element(highest, highest + lanes);
+}
+
+template <class T>
+Range<T> range_in_domain(const Image& image) {
+  Range<T> range;
+  for (std::size_t channel = 0; channel < image.channels.size(); ++channel) {
+    const T* plane = image.plane<T>(channel);
+    if (!image.domain) {
+      range.add(plane, image.pixels());
+      continue;
+    }
+    const Runs& runs = *image.domain;
+    for (std::size_t i = 0; i < runs.size(); ++i)
+      range.add(plane + static_cast<std::size_t>(runs.rows[i]) * static_cast<std::size_t>(image.width) + runs.begins[i],
+                static_cast<std::size_t>(runs.ends[i] - runs.begins[i] + 1));
+  }
+  return range;
+}
+
+// value -> (value - low) * scale.
+struct Stretch {
+  double low = 0;
+  // Where nothing can be stretched: every finite value becomes 0 and infinity stays above all.
+  double scale = LimitsOf<double>::min();
+};
+
+template <class T>
+Stretch stretch_of(const Image& image) {
+  const Range<T> range = range_in_domain<T>(image);
+  if (!(range.low < range.high)) return {};
+  const double low = static_cast<double>(range.low);
+  return {low, 255 / (static_cast<double>(range.high) - low)};
+}
+
+template <class F, class T>
+void stretch(const T* from, std::uint8_t* to, std::size_t count, Stretch by) noexcept {
+  const F low = static_cast<F>(by.low), scale = static_cast<F>(by.scale);
+  round_all<std::uint8_t, F>(to, count, [=](std::size_t i) { return (static_cast<F>(from[i]) - low) * scale; });
+}
+
+// Whether float arithmetic, which is twice as fast, is exact enough for the result.
+template <class T>
+bool float_suffices(Stretch by) noexcept {
+  if constexpr (sizeof(T) <= 2) return true;
+  return std::is_same_v<T, float> && by.scale > 1e-30 && by.scale < 1e30;
+}
+
+ObjectRef stretched_image(const ObjectRef& object) {
+  require_class(*object, Image::kind);
+  const auto& image = static_cast<const Image&>(*object);
+  ImageDraft draft(PixelType::Byte, image.width, image.height, image.channels.size());
+  with_pixel_type(image.type, [&](auto pixel) {
+    using T = decltype(pixel);
+    const Stretch by = stretch_of<T>(image);
+    const auto run = float_suffices<T>(by) ? stretch<float, T> : stretch<double, T>;
+    for (std::size_t i = 0; i < draft.channels(); ++i)
+      run(image.plane<T>(i), draft.plane<std::uint8_t>(i), image.pixels(), by);
+  });
+  return draft.finish(image.domain);
+}
+
+template <class Make>
+HObject made_from_each(const HObject& objects, Make make) {
+  std::vector<ObjectRef> made;
+  for (const ObjectRef& object : objects_of(objects)) made.push_back(make(object));
+  return make_object(std::move(made));
+}
+
+}  // namespace
+
+// Values are kept, not scaled. An integer outside the new type's range becomes the nearer limit; a real is rounded to
+// the nearest integer, halves away from zero; NaN becomes 0 and an infinity the limit on its side. Integers beyond 24
+// bits lose digits as "real". An image of that type already is shared. Each image of a tuple is converted on its own.
+void ConvertImageType(const HObject& image, HObject* converted, const HTuple& type) {
+  operate("ConvertImageType", [&] {
+    const PixelType wanted = pixel_type_of(text_argument(type, "the pixel type"));
+    *converted = made_from_each(image, [&](const ObjectRef& each) { return converted_image(each, wanted); });
+  });
+}
+
+// The result is of type "byte" whatever the pixel type. The smallest finite value inside the domain, over all channels,
+// becomes 0 and the largest 255; what lies between is rounded to the nearest, halves up. Pixels outside the domain go
+// by the same factors and end at 0 or 255. NaN and -infinity become 0, +infinity 255. Where the domain holds one value
+// only, or none (it is empty, or holds no finite one), every finite pixel becomes 0.
+void ScaleImageMax(const HObject& image, HObject* scaled) {
+  operate("ScaleImageMax", [&] { *scaled = made_from_each(image, stretched_image); });
+}
+
+}  // namespace HalconCpp

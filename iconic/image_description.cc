@@ -1,0 +1,101 @@
+#include <algorithm>
+#include <set>
+#include <vector>
+
+#include "iconic/description.h"
+#include "platform/text.h"
+
+namespace quovel {
+
+using HalconCpp::HImage;
+using HalconCpp::Hlong;
+using HalconCpp::HObject;
+using HalconCpp::HTuple;
+
+namespace {
+
+struct ImageInfo {
+  Hlong width = 0;
+  Hlong height = 0;
+  Hlong channels = 0;
+  std::u16string type;
+};
+
+ImageInfo image_info(const HImage& image) {
+  ImageInfo info;
+  HalconCpp::HString type;
+  image.GetImagePointer1(&type, &info.width, &info.height);
+  info.type = from_halcon(type);
+  info.channels = image.CountChannels()[0].L();
+  return info;
+}
+
+HImage image_at(const HObject& object, std::int32_t index, std::int32_t count) {
+  if (count < 2) return HImage(object);
+  HObject selected;
+  HalconCpp::SelectObj(object, &selected, index + 1);
+  return HImage(selected);
+}
+
+std::u16string channel_text(Hlong channels) {
+  std::u16string text;
+  append_integer(text, channels);
+  return text += u"ch";
+}
+
+// The one text, or all of them in brackets.
+template <class Texts>
+std::u16string one_or_list(const Texts& texts) {
+  if (texts.size() == 1) return *texts.begin();
+  std::u16string list;
+  for (const std::u16string& text : texts) (list += list.empty() ? u"[" : u", ") += text;
+  return list += u']';
+}
+
+std::u16string size_text(const std::vector<ImageInfo>& images) {
+  const ImageInfo& first = images.front();
+  std::u16string text;
+  append_integer(text, first.width);
+  append_integer(text += u'x', first.height);
+  const bool same = std::all_of(images.begin(), images.end(), [&](const ImageInfo& image) {
+    return image.width == first.width && image.height == first.height;
+  });
+  return same ? text : text += u" (first)";
+}
+
+std::u16string channels_text(const std::vector<ImageInfo>& images) {
+  std::set<Hlong> counts;
+  for (const ImageInfo& image : images) counts.insert(image.channels);
+  std::vector<std::u16string> texts;
+  for (const Hlong count : counts) texts.push_back(channel_text(count));
+  return one_or_list(texts);
+}
+
+std::u16string types_text(const std::vector<ImageInfo>& images) {
+  std::set<std::u16string> types;
+  for (const ImageInfo& image : images) types.insert(image.type);
+  return one_or_list(types);
+}
+
+// What the first image's domain adds; empty when it covers the frame, and when HALCON cannot tell.
+std::u16string domain_text(const HImage& image, const ImageInfo& info) try {
+  const HalconCpp::HRegion domain = image.GetDomain();
+  HTuple area, row, column;
+  HalconCpp::AreaCenter(domain, &area, &row, &column);
+  if (area.Length() == 0 || area[0].L() >= info.width * info.height) return {};
+  return u", domain: " + describe_region(domain);
+} catch (const HalconCpp::HException&) {
+  return {};
+}
+
+}  // namespace
+
+std::u16string describe_image_objects(const HObject& object, std::int32_t count) {
+  const HImage first = image_at(object, 0, count);
+  std::vector<ImageInfo> images{image_info(first)};
+  for (std::int32_t i = 1; i < count; ++i) images.push_back(image_info(image_at(object, i, count)));
+  return size_text(images) + u", " + channels_text(images) + u", " + types_text(images) +
+         domain_text(first, images.front());
+}
+
+}  // namespace quovel

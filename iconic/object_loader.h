@@ -1,0 +1,17 @@
+// Iconic data from files: object files, sequences of images, images.
+#ifndef QUOVEL_ICONIC_OBJECT_LOADER_H
+#define QUOVEL_ICONIC_OBJECT_LOADER_H
+
+#include <memory>
+#include <string>
+
+#include "tree/node.h"
+
+namespace quovel {
+
+// The tree of the file's objects, one child per object; null with the reason in `error`.
+std::unique_ptr<Tree> load_object_file(const std::u16string& path, std::u16string& error);
+
+}  // namespace quovel
+
+#endif

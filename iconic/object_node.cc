@@ -1,0 +1,94 @@
+#include "HalconCpp.h"
+#include "iconic/description.h"
+#include "platform/text.h"
+#include "tree/builders.h"
+
+namespace quovel {
+
+using HalconCpp::HObject;
+using HalconCpp::HTuple;
+
+namespace {
+
+bool is_mixed(const HTuple& classes, std::u16string_view first) {
+  for (HalconCpp::Hlong i = 1; i < classes.Length(); ++i)
+    if (from_halcon(classes[i].S()) != first) return true;
+  return false;
+}
+
+// "region", "image", and with their number "region[3]", "images[3]".
+std::u16string object_type_label(std::u16string_view object_class, std::int32_t count) {
+  std::u16string text(object_class);
+  if (count < 2) return text;
+  if (object_class == u"image") text += u's';
+  append_integer(text += u'[', count);
+  return text += u']';
+}
+
+HObject object_at(const HObject& objects, std::int32_t index) {
+  HObject selected;
+  HalconCpp::SelectObj(objects, &selected, index + 1);
+  return selected;
+}
+
+std::u16string describe_one(std::u16string_view object_class, const HObject& object) {
+  return object_class == u"image" ? describe_image_objects(object, 1) : describe_object(object_class, object);
+}
+
+std::u16string as_first(std::u16string description) {
+  return description.empty() ? description : description += u" (first)";
+}
+
+std::u16string summary(const HObject& objects, std::u16string_view first, bool mixed, std::int32_t count) {
+  if (mixed) return as_first(describe_one(first, object_at(objects, 0)));
+  if (first == u"image") return describe_image_objects(objects, count);
+  if (count < 2) return describe_object(first, objects);
+  return as_first(describe_object(first, object_at(objects, 0)));
+}
+
+void add_detail_lines(Tree& tree, ObjectPart& part, const HTuple& classes, std::int32_t count) {
+  part.detail_entry_count = static_cast<std::uint32_t>(count);
+  part.detail_lines = tree.make_lines(static_cast<std::size_t>(count));
+  for (std::int32_t i = 0; i < count; ++i) {
+    std::u16string line = from_halcon(classes[i].S());
+    const std::u16string description = describe_one(line, object_at(part.held_object, i));
+    part.detail_lines[static_cast<std::size_t>(i)] = tree.text((line += u": ") += description);
+  }
+}
+
+// The node of an object tuple without objects.
+Node& make_empty_node(Tree& tree, const HObject& object, Text label, PathSegment segment) {
+  Node& node = tree.make_node(NodeKind::Object, label, segment);
+  node.type_label = u"empty_obj";
+  ObjectPart& part = tree.make_object_part(node);
+  part.object_class = u"empty_obj";
+  part.object_count = 0;
+  part.held_object = object;
+  return node;
+}
+
+}  // namespace
+
+Node& build_object_node(Tree& tree, const HObject& object, Text label, PathSegment segment) {
+  HTuple classes, number;
+  HalconCpp::GetObjClass(object, &classes);
+  if (classes.Length() == 0) return make_empty_node(tree, object, label, segment);
+  const std::u16string first = from_halcon(classes[0].S());
+  const bool mixed = is_mixed(classes, first);
+  HalconCpp::CountObj(object, &number);
+  const auto count = static_cast<std::int32_t>(number[0].L());
+
+  Node& node = tree.make_node(NodeKind::Object, label, segment);
+  ObjectPart& part = tree.make_object_part(node);
+  const std::u16string object_class = mixed ? u"mixed" : first;
+  part.object_class = tree.text(object_class);
+  part.is_image = first == u"image";
+  part.object_count = static_cast<std::uint32_t>(count);
+  part.held_object = object;
+  node.type_label = tree.text(object_type_label(object_class, count));
+  node.value_summary = tree.text(summary(object, first, mixed, count));
+  if (count >= 2) add_detail_lines(tree, part, classes, count);
+  return node;
+}
+
+}  // namespace quovel

@@ -1,0 +1,66 @@
+// A backslash separates the components of a path like '/' does, so that paths put together by Windows rules open here.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/files.h"
+#include "platform/text.h"
+
+namespace quovel {
+
+namespace {
+
+std::string native(const std::u16string& path) {
+  std::string name = utf16_to_utf8(path);
+  std::replace(name.begin(), name.end(), '\\', '/');
+  return name;
+}
+
+class OpenFile {
+ public:
+  // Does not wait for the other end of a pipe.
+  explicit OpenFile(const std::string& name) : file_(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+  ~OpenFile() {
+    if (file_ >= 0) ::close(file_);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  bool is_regular() const {
+    struct stat status;
+    return file_ >= 0 && ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
+  }
+  ssize_t read(char* to, std::size_t bytes) const {
+    ssize_t count;
+    do count = ::read(file_, to, bytes);
+    while (count < 0 && errno == EINTR);
+    return count;
+  }
+
+ private:
+  int file_;
+};
+
+}  // namespace
+
+bool is_regular_file(const std::u16string& path) noexcept try {
+  struct stat status;
+  return ::stat(native(path).c_str(), &status) == 0 && S_ISREG(status.st_mode);
+} catch (...) {
+  return false;
+}
+
+std::string read_shared(const std::u16string& path) {
+  const OpenFile file(native(path));
+  std::string content;
+  if (!file.is_regular()) return content;
+  char block[16384];
+  for (ssize_t count; (count = file.read(block, sizeof block)) > 0;)
+    content.append(block, static_cast<std::size_t>(count));
+  return content;
+}
+
+}  // namespace quovel

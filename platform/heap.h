@@ -1,0 +1,16 @@
+// The heap that the host's buffers come from.
+#ifndef QUOVEL_PLATFORM_HEAP_H
+#define QUOVEL_PLATFORM_HEAP_H
+
+#include <cstddef>
+
+namespace quovel {
+
+// A block of that many bytes, a distinct one also for 0; null when there is none to be had.
+void* heap_allocate(std::size_t bytes) noexcept;
+// Null is ignored.
+void heap_free(void* block) noexcept;
+
+}  // namespace quovel
+
+#endif

@@ -1,0 +1,52 @@
+// Text: between HALCON's strings and UTF-16, and numbers written the same in every locale.
+#ifndef QUOVEL_PLATFORM_TEXT_H
+#define QUOVEL_PLATFORM_TEXT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "HalconCpp.h"
+
+namespace quovel {
+
+// A HALCON string on its way to UTF-16; refers to the string's own text and must not outlive it. What is no character
+// in it becomes U+FFFD.
+class HalconText {
+ public:
+  explicit HalconText(const HalconCpp::HString& string);
+
+  // No fewer than the units that `copy_to` writes.
+  std::size_t most_units() const noexcept { return length_; }
+  // Writes the text without a NUL and tells the number of units.
+  std::size_t copy_to(char16_t* out) const noexcept;
+
+ private:
+#if defined(_WIN32)
+  const wchar_t* text_;
+#else
+  const char* text_;  // UTF-8
+#endif
+  std::size_t length_;
+};
+
+std::u16string from_halcon(const HalconCpp::HString& string);
+HalconCpp::HString to_halcon(const std::u16string& text);
+
+// UTF-8 to UTF-16; at most text.size() units.
+std::size_t utf8_to_utf16(std::string_view text, char16_t* out) noexcept;
+std::string utf16_to_utf8(std::u16string_view text);
+
+// Decimal digits with a leading '-' for negative numbers.
+void append_integer(std::u16string& text, std::int64_t value);
+// The count, a space, and the noun that fits it: "1 key", "0 keys".
+void append_count(std::u16string& text, std::int64_t count, std::u16string_view one, std::u16string_view many);
+// As printf's %.<digits>g in the classic locale, but never with a locale's separator.
+void append_general(std::u16string& text, double value, int digits = 6);
+// As printf's %.<decimals>f in the classic locale.
+void append_fixed(std::u16string& text, double value, int decimals);
+
+}  // namespace quovel
+
+#endif

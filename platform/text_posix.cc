@@ -1,0 +1,14 @@
+// HALCON's narrow text is UTF-8, half the work of its 32-bit wide text.
+#include <cstring>
+
+#include "platform/text.h"
+
+namespace quovel {
+
+HalconText::HalconText(const HalconCpp::HString& string) : text_(string.Text()), length_(std::strlen(text_)) {}
+
+std::size_t HalconText::copy_to(char16_t* out) const noexcept { return utf8_to_utf16({text_, length_}, out); }
+
+HalconCpp::HString to_halcon(const std::u16string& text) { return HalconCpp::HString(utf16_to_utf8(text).c_str()); }
+
+}  // namespace quovel

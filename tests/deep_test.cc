@@ -1,0 +1,75 @@
+// Data nested far deeper than any file may be: building, walking and destroying cost no stack.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include "support/files.h"
+#include "support/host.h"
+#include "support/objects.h"
+#include "tree/builders.h"
+
+namespace {
+
+using namespace test;
+
+// Runs `body` on a thread with a stack of 1 MiB.
+template <class Body>
+void on_small_stack(Body body) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 1 << 20), 0);
+  pthread_t thread;
+  const auto run = [](void* argument) -> void* {
+    (*static_cast<Body*>(argument))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &body), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+// Dictionaries in dictionaries; every other one stands in a tuple of two.
+HTuple nested_dicts(int depth) {
+  HTuple inner;
+  HalconCpp::CreateDict(&inner);
+  for (int i = 1; i < depth; ++i) {
+    HTuple outer;
+    HalconCpp::CreateDict(&outer);
+    HalconCpp::SetDictTuple(outer, "in", i % 2 ? inner : tuple({inner, 1}));
+    inner = outer;
+  }
+  return inner;
+}
+
+TEST(Deep, TheBuilderNeedsNoStackPerLevel) {
+  on_small_stack([] {
+    constexpr int depth = 100000;
+    quovel::Tree tree;
+    {
+      const HTuple dict = nested_dicts(depth);
+      tree.root = &quovel::build_dict_node(tree, HalconCpp::HDict(dict[0].H()), quovel::empty_text, quovel::by_key);
+    }
+    int levels = 0;
+    for (const quovel::Node* node = tree.root; node->child_count > 0; node = node->children[0])
+      if (node->kind == quovel::NodeKind::Dict) ++levels;
+    EXPECT_EQ(levels, depth - 1);
+  });
+}
+
+TEST(Deep, TheDeepestFileOpensAndTheNextIsRefused) {
+  const TempDir folder;
+  for (const int depth : {1024, 1025}) {
+    std::string json;
+    for (int i = 0; i < depth; ++i) json += i % 2 ? "[" : "{\"k\":";
+    json += "1";
+    for (int i = depth; i-- > 0;) json += i % 2 ? "]" : "}";
+    write(folder / "deep.json", json);
+    on_small_stack([&] {
+      const Reader reader;
+      const qv_node* root = reader.dict(folder / "deep.json");
+      EXPECT_EQ(root != nullptr, depth == 1024) << reader.error();
+      EXPECT_EQ(dump(root).empty(), false);
+    });
+  }
+}
+
+}  // namespace

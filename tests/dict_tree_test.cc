@@ -1,0 +1,300 @@
+// Dictionaries, tuples and handles as trees.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <thread>
+
+#include "HalconHook.h"
+#include "support/files.h"
+#include "support/host.h"
+#include "support/objects.h"
+
+namespace {
+
+using namespace test;
+using HalconCpp::SetDictTuple;
+
+HTuple new_dict() {
+  HTuple dict;
+  HalconCpp::CreateDict(&dict);
+  return dict;
+}
+
+HTuple matrix(int rows, int columns, const HTuple& values) {
+  HTuple handle;
+  HalconCpp::CreateMatrix(rows, columns, values, &handle);
+  return handle;
+}
+
+HTuple sequence(int count) {
+  HTuple all;
+  for (int i = 0; i < count; ++i) all.Append(i);
+  return all;
+}
+
+class DictTree : public ::testing::Test {
+ protected:
+  const qv_node* open(const HTuple& dict) {
+    save_dict(dict, folder / "d.hdict");
+    const qv_node* root = reader.dict(folder / "d.hdict");
+    EXPECT_TRUE(root) << reader.error();
+    return root;
+  }
+
+  TempDir folder;
+  Reader reader;
+};
+
+TEST_F(DictTree, ValuesAndTheirTexts) {
+  const struct {
+    HTuple tuple;
+    const char *type, *summary;
+    const char* full;  // null: as the summary
+    uint32_t total;
+    int64_t kept;
+  } cases[] = {
+      {HTuple(), "tuple[0]", "[]", nullptr, 0, 0},
+      {42, "integer", "42", nullptr, 1, 1},
+      {HTuple(HalconCpp::Hlong{INT64_MIN}), "integer", "-9223372036854775808", nullptr, 1, 1},
+      {3.0, "real", "3", nullptr, 1, 1},
+      {0.1, "real", "0.1", nullptr, 1, 1},
+      {2.0 / 3, "real", "0.666667", nullptr, 1, 1},
+      {1e-7, "real", "1e-07", nullptr, 1, 1},
+      {-INFINITY, "real", "-inf", nullptr, 1, 1},
+      {"abc", "string", "'abc'", nullptr, 1, 1},
+      {"it's", "string", "'it's'", nullptr, 1, 1},
+      {"", "string", "''", nullptr, 1, 1},
+      {"Größe 😀", "string", "'Größe 😀'", nullptr, 1, 1},
+      {tuple({1, "a"}), "tuple[2]", "[1, 'a']", nullptr, 2, 2},
+      {tuple({1, "a", 2.5}), "tuple[3]", "[1, 'a', 2.5]", nullptr, 3, 3},
+      {sequence(4), "integer[4]", "[0, 1, 2, 3]", nullptr, 4, 4},
+      {sequence(5), "integer[5]", "[0, 1, 2, 3, ...]", "[0, 1, 2, 3, 4]", 5, 5},
+      {tuple({"a", "b"}), "string[2]", "['a', 'b']", nullptr, 2, 2},
+      {tuple({1.5, 1.5, 2}), "tuple[3]", "[1.5, 1.5, 2]", nullptr, 3, 3},
+  };
+  const HTuple dict = new_dict();
+  int key = 0;
+  for (const auto& row : cases) SetDictTuple(dict, key++, row.tuple);
+  const qv_node* root = open(dict);
+  key = 0;
+  for (const auto& row : cases) {
+    const qv_node* node = qv_node_child_at(root, key);
+    SCOPED_TRACE(row.summary);
+    EXPECT_EQ(label(node), std::to_string(key++));
+    EXPECT_EQ(qv_node_kind(node), static_cast<uint32_t>(QV_NODE_VALUE));
+    EXPECT_EQ(type(node), row.type);
+    EXPECT_EQ(summary(node), row.summary);
+    EXPECT_EQ(reader.full(node), row.full ? row.full : row.summary);
+    EXPECT_EQ(qv_node_total_count(node), row.total);
+    EXPECT_EQ(qv_node_value_count(node), row.kept);
+    EXPECT_EQ(qv_node_truncated(node), 0);
+  }
+  const qv_node* mixed = qv_node_child_at(root, 13);
+  EXPECT_EQ(qv_node_value_int_at(mixed, 0), 1);
+  EXPECT_EQ(narrow(qv_node_value_string_at(mixed, 0)), "");
+  EXPECT_EQ(narrow(qv_node_value_string_at(mixed, 1)), "a");
+  EXPECT_EQ(qv_node_value_type_at(mixed, 2), static_cast<uint32_t>(QV_VALUE_REAL));
+  EXPECT_EQ(qv_node_value_real_at(mixed, 2), 2.5);
+  EXPECT_EQ(qv_node_value_int_at(mixed, 2), 0);
+}
+
+TEST_F(DictTree, LongTuplesKeepAThousandValues) {
+  const HTuple dict = new_dict();
+  SetDictTuple(dict, "1000", sequence(1000));
+  SetDictTuple(dict, "1001", sequence(1001));
+  const qv_node* root = open(dict);
+  EXPECT_EQ(qv_node_truncated(child(root, "1000")), 0);
+  const qv_node* node = child(root, "1001");
+  EXPECT_EQ(qv_node_truncated(node), 1);
+  EXPECT_EQ(qv_node_value_count(node), 1000);
+  EXPECT_EQ(qv_node_total_count(node), 1001u);
+  EXPECT_EQ(reader.full(node).substr(reader.full(node).size() - 6), " 1000]");
+}
+
+TEST_F(DictTree, KeysKeepTheirOrderAndText) {
+  const HTuple dict = new_dict();
+  const HTuple keys[] = {"z", 5, -3, 2.5, "a", "Schlüssel", ""};
+  for (const HTuple& key : keys) SetDictTuple(dict, key, 1);
+  SetDictTuple(dict, 5, 2);  // replaced in place
+  const qv_node* root = open(dict);
+  std::string labels;
+  for (const qv_node* node : children(root)) labels += label(node) + "|";
+  EXPECT_EQ(labels, "z|5|-3|2.5|a|Schlüssel||");
+  EXPECT_EQ(summary(root), "7 keys");
+  EXPECT_EQ(type(root), "dict");
+  EXPECT_EQ(summary(child(root, "5")), "2");
+}
+
+TEST_F(DictTree, HandlesNestAndStandInArrays) {
+  const HTuple inner = new_dict(), dict = new_dict();
+  SetDictTuple(inner, "x", 1);
+  HTuple sphere, points;
+  HalconCpp::GenSphereObjectModel3d(1, 2, 3, 0.5, &sphere);
+  HalconCpp::GenObjectModel3dFromPoints(tuple({-1.0, 1.0}), tuple({-1.0, 2.0}), tuple({1.0, 3.0}), &points);
+  SetDictTuple(dict, "dict", inner);
+  SetDictTuple(dict, "empty", new_dict());
+  SetDictTuple(dict, "array", tuple({inner, 7, "s", new_dict()}));
+  SetDictTuple(dict, "matrix", matrix(2, 2, tuple({1, 2.5, -3, 1e-7})));
+  SetDictTuple(dict, "no columns", matrix(2, 0, HTuple()));
+  SetDictTuple(dict, "matrices", tuple({matrix(1, 1, 5), matrix(1, 1, 5)}));
+  SetDictTuple(dict, "points", points);
+  SetDictTuple(dict, "sphere", sphere);
+  const qv_node* root = open(dict);
+  EXPECT_EQ(summary(child(root, "dict")), "1 key");
+  EXPECT_EQ(summary(child(child(root, "dict"), "x")), "1");
+  EXPECT_EQ(summary(child(root, "empty")), "0 keys");
+
+  const qv_node* array = child(root, "array");
+  EXPECT_EQ(type(array) + "|" + summary(array), "array|4 entries");
+  EXPECT_EQ(type(child(array, "[0]")), "dict");
+  EXPECT_EQ(qv_node_path_index(child(array, "[3]")), 3u);
+  EXPECT_EQ(qv_node_path_segment_kind(child(array, "[3]")), static_cast<uint32_t>(QV_PATH_INDEX));
+  EXPECT_EQ(type(child(array, "[1]")), "tuple[1]");
+  EXPECT_EQ(summary(child(array, "[2]")), "'s'");
+  EXPECT_EQ(reader.full(child(array, "[2]")), "'s'");
+
+  const qv_node* m = child(root, "matrix");
+  EXPECT_EQ(type(m) + "|" + summary(m), "matrix|2x2");
+  EXPECT_EQ(details(m), (std::vector<std::string>{"[ 1.0  2.5 ]", "[ -3.0  1e-07 ]"}));
+  EXPECT_EQ(qv_node_detail_entry_count(m), 1u);
+  EXPECT_EQ(summary(child(root, "no columns")), "0x2");
+  EXPECT_EQ(details(child(root, "no columns")), (std::vector<std::string>{"[  ]", "[  ]"}));
+  EXPECT_EQ(type(child(child(root, "matrices"), "[1]")), "<unsupported handle>");
+
+  EXPECT_EQ(summary(child(root, "points")), "points: 2");
+  EXPECT_EQ(details(child(root, "points"))[0].substr(0, 61),
+            "object_model_3d: points: 2, center: [0.0, 0.5, 2.0], diameter");
+  EXPECT_NE(
+      details(child(root, "points"))[0].find("bounding box: [-1.0, -1.0, 1.0, 1.0, 2.0, 3.0], primitive type: none"),
+      std::string::npos);
+  EXPECT_NE(details(child(root, "sphere"))[0].find("points: 0, center: [1.0, 2.0, 3.0]"), std::string::npos);
+  EXPECT_NE(details(child(root, "sphere"))[0].find("primitive type: sphere"), std::string::npos);
+
+  // Handles shown as a whole have nothing to draw or to save, and say so.
+  for (const qv_node* node : {m, child(root, "points"), child(child(root, "matrices"), "[0]")}) {
+    EXPECT_EQ(qv_node_object_count(node), 1u);
+    EXPECT_NE(extract_everything(reader, node, 0).find("runs=0 'SelectObj"), std::string::npos);
+    EXPECT_FALSE(reader.save(node, folder / "none.hobj"));
+    EXPECT_NE(reader.error(), "");
+  }
+}
+
+// Puts other answers in the place of HALCON's, or fails one operation at one key.
+class Watcher : public HalconCpp::CallWatcher {
+ public:
+  Watcher() { HalconCpp::WatchCalls(this); }
+  ~Watcher() override { HalconCpp::WatchCalls(nullptr); }
+  void called(const char* operation) override {
+    if (fail_operation == operation && --fail_at == 0) HalconCpp::ThrowHException("made to fail");
+  }
+  void answered(const char* operation, HTuple& answer) override {
+    const bool is_type = answer.Length() == 1 && answer.TupleIsStringElem()[0].L() != 0;
+    if (!data_type.empty() && is_type && std::string_view(operation).ends_with("Param"))
+      answer = HTuple(data_type.c_str());
+  }
+  std::string_view fail_operation;
+  int fail_at = 0;
+  std::string data_type;
+};
+
+TEST_F(DictTree, OddEntriesBecomeNodesOfTheirOwn) {
+  const HTuple dict = new_dict();
+  for (const char* key : {"a", "b", "c"}) SetDictTuple(dict, key, 1);
+  save_dict(dict, folder / "d.hdict");
+  {
+    Watcher watcher;
+    watcher.data_type = "Object";
+    const qv_node* node = qv_node_child_at(reader.dict(folder / "d.hdict"), 1);
+    EXPECT_EQ(label(node) + type(node) + summary(node), "b<unsupported>Object");
+    EXPECT_EQ(reader.full(node), "[]");
+  }
+  Watcher watcher;
+  watcher.fail_operation = "HDict::GetDictTuple";
+  watcher.fail_at = 2;
+  const qv_node* root = reader.dict(folder / "d.hdict");
+  ASSERT_EQ(qv_node_child_count(root), 3);
+  EXPECT_EQ(type(child(root, "b")) + summary(child(root, "b")), "<error>made to fail");
+  EXPECT_EQ(qv_node_kind(child(root, "b")), static_cast<uint32_t>(QV_NODE_VALUE));
+  EXPECT_EQ(summary(child(root, "c")), "1");
+}
+
+HTuple dl_model(const HTuple& dict) {
+  HTuple model;
+  HalconCpp::CreateDlModel(dict, &model);
+  return model;
+}
+
+TEST_F(DictTree, HandlesOpenDownToTheirLimit) {
+  HTuple chain = new_dict();
+  for (int depth = 33; depth > 0; --depth) {
+    const HTuple outer = new_dict();
+    SetDictTuple(outer, "next", chain);
+    chain = outer;
+  }
+  HalconCpp::WriteDlModel(dl_model(chain), (folder / "chain.hdl").c_str());
+  const qv_node* node = reader.parse(FileKind::DlModel, folder / "chain.hdl");
+  ASSERT_TRUE(node) << reader.error();
+  EXPECT_EQ(type(node), "dl_model");
+  for (int depth = 0; depth < 32; ++depth) {
+    ASSERT_EQ(summary(node), "1 key");
+    node = qv_node_child_at(node, 0);
+  }
+  EXPECT_EQ(type(node), "dict");
+  const qv_node* stop = qv_node_child_at(node, 0);
+  EXPECT_EQ(summary(stop), "max nesting depth reached");
+  EXPECT_EQ(narrow(qv_node_object_class(stop)) + type(stop), "dictdict");
+  EXPECT_EQ(qv_node_kind(stop), static_cast<uint32_t>(QV_NODE_OBJECT));
+}
+
+TEST_F(DictTree, UnderHandlesEntriesThatFailAreLeftOut) {
+  const HTuple dict = new_dict();
+  SetDictTuple(dict, "a", 1);
+  SetDictTuple(dict, "matrix", matrix(1, 1, 5));
+  SetDictTuple(dict, "two", tuple({matrix(1, 1, 5), matrix(1, 1, 5)}));
+  HalconCpp::SetDictObject(ramp(2, 2), dict, "picture");
+  HalconCpp::WriteDlModel(dl_model(dict), (folder / "m.hdl").c_str());
+  const auto open_model = [&] { return reader.parse(FileKind::DlModel, folder / "m.hdl"); };
+  const qv_node* root = open_model();
+  ASSERT_TRUE(root) << reader.error();
+  EXPECT_EQ(summary(root), "4 keys");
+  const qv_node* m = child(root, "matrix");  // a handle without keys, shown as a whole
+  EXPECT_EQ(type(m) + "|" + summary(m) + "|" + narrow(qv_node_object_class(m)), "matrix||matrix");
+  EXPECT_EQ(type(child(child(root, "two"), "[0]")), "<unsupported handle>");
+  EXPECT_EQ(summary(child(root, "picture")), "2x2, 1ch, byte");
+  Watcher watcher;
+  watcher.fail_operation = "GetHandleTuple";
+  watcher.fail_at = 1;
+  root = open_model();
+  EXPECT_EQ(summary(root), "4 keys");
+  EXPECT_EQ(qv_node_child_count(root), 3);
+  EXPECT_EQ(child(root, "a"), nullptr);
+}
+
+TEST_F(DictTree, ReadingOptionsReachTheReader) {
+  write(folder / "o.json", R"({"t": true, "f": false, "n": null, "a": [1, 2]})");
+  const std::u16string file = wide(folder / "o.json"), yes = u"yes", dict = u"dict";
+  const auto open = [&](const qv_parse_option* options, int32_t count) {
+    return qv_reader_parse_file_with_options(reader, units(file), options, count);
+  };
+  const auto texts = [&](const qv_node* root) {
+    std::string all;
+    for (const qv_node* node : children(root)) all += summary(node) + " ";
+    return root ? all : reader.error();
+  };
+  const qv_parse_option all[] = {{QV_JSON_VALUE_TRUE, QV_VALUE_STRING, units(yes), 0, 0},
+                                 {QV_JSON_VALUE_FALSE, QV_VALUE_INTEGER, nullptr, 0, 0},
+                                 {QV_JSON_VALUE_NULL, QV_VALUE_REAL, nullptr, 0, 0.5},
+                                 {QV_CONVERT_JSON_ARRAYS_TO, QV_VALUE_STRING, units(dict), 0, 0}};
+  EXPECT_EQ(texts(open(all, 4)), "'yes' 0 0.5 2 keys ");
+  EXPECT_EQ(texts(open(all, 0)), "'true' 'false' 'null' [1, 2] ");
+  EXPECT_EQ(texts(open(nullptr, 5)), "'true' 'false' 'null' [1, 2] ");
+  const qv_parse_option empty_string[] = {{QV_JSON_VALUE_NULL, QV_VALUE_STRING, nullptr, 0, 0}};
+  EXPECT_EQ(texts(open(empty_string, 1)), "'true' 'false' '' [1, 2] ");
+  const qv_parse_option refused[] = {{7, QV_VALUE_INTEGER, nullptr, 1, 0}, {QV_JSON_VALUE_TRUE, 3, nullptr, 1, 0}};
+  for (const qv_parse_option& option : refused) {
+    EXPECT_EQ(open(&option, 1), nullptr);
+    EXPECT_NE(reader.error(), "");
+  }
+}
+
+}  // namespace

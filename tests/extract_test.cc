@@ -1,0 +1,178 @@
+// Pixels and geometry as a host receives them.
+#include <gtest/gtest.h>
+
+#include "HalconHook.h"
+#include "support/files.h"
+#include "support/host.h"
+#include "support/objects.h"
+
+namespace {
+
+using namespace test;
+
+struct Pixels {
+  int32_t ok = 0;
+  uint32_t width = 7, height = 7, stride = 7, format = 7;
+  std::vector<int> bytes;
+};
+
+Pixels extract(const Reader& reader, const qv_node* node, int32_t index = 0) {
+  Pixels pixels;
+  uint8_t* buffer = nullptr;
+  pixels.ok =
+      qv_extract_image(reader, node, index, &pixels.width, &pixels.height, &pixels.stride, &pixels.format, &buffer);
+  EXPECT_EQ(pixels.ok == 1, buffer != nullptr);
+  if (buffer) pixels.bytes.assign(buffer, buffer + std::size_t{pixels.stride} * pixels.height);
+  qv_free_buffer(buffer);
+  return pixels;
+}
+
+class Extract : public ::testing::Test {
+ protected:
+  const qv_node* open(const HObject& object) {
+    save(object, folder / "o.hobj");
+    const qv_node* root = reader.objects(folder / "o.hobj");
+    EXPECT_TRUE(root) << reader.error();
+    return qv_node_child_at(root, 0);
+  }
+  // A node that holds a tuple of several objects.
+  const qv_node* open_tuple(const HObject& objects) {
+    HTuple dict;
+    HalconCpp::CreateDict(&dict);
+    HalconCpp::SetDictObject(objects, dict, "objects");
+    save_dict(dict, folder / "t.hdict");
+    const qv_node* root = reader.dict(folder / "t.hdict");
+    EXPECT_TRUE(root) << reader.error();
+    return qv_node_child_at(root, 0);
+  }
+
+  TempDir folder;
+  Reader reader;
+};
+
+TEST_F(Extract, LayoutsByChannelsAndDomain) {
+  const struct {
+    const char* name;
+    HObject image;
+    int32_t channels;
+    uint32_t stride, format;
+    std::vector<int> bytes;
+  } cases[] = {
+      {"gray", ramp(3, 2), 1, 3, QV_PIXELS_GRAY8, {0, 1, 2, 3, 4, 5}},
+      {"one pixel", ramp(1, 1), 1, 1, QV_PIXELS_GRAY8, {0}},
+      {"gray, domain",
+       with_domain(ramp(3, 1), 0, 1, 0, 9),
+       1,
+       12,
+       QV_PIXELS_BGRA32,
+       {0, 0, 0, 0, 1, 1, 1, 255, 2, 2, 2, 255}},
+      {"gray, empty domain", with_domain(ramp(2, 1), 5, 5, 5, 5), 1, 8, QV_PIXELS_BGRA32, {0, 0, 0, 0, 1, 1, 1, 0}},
+      {"color", ramp(3, 1, 3), 3, 9, QV_PIXELS_BGR24, {20, 10, 0, 21, 11, 1, 22, 12, 2}},
+      {"color, domain", with_domain(ramp(2, 1, 3), 0, 0, 0, 0), 3, 8, QV_PIXELS_BGRA32, {20, 10, 0, 255, 21, 11, 1, 0}},
+      {"four", ramp(2, 1, 4), 4, 8, QV_PIXELS_BGRA32, {20, 10, 0, 30, 21, 11, 1, 31}},
+      {"four, domain", with_domain(ramp(2, 1, 4), 0, 0, 0, 0), 4, 8, QV_PIXELS_BGRA32, {20, 10, 0, 30, 21, 11, 1, 31}},
+      {"uint2", ramp(3, 1, 1, "uint2"), 1, 3, QV_PIXELS_GRAY8, {0, 128, 255}},
+      {"real color", ramp(2, 1, 3, "real"), 3, 6, QV_PIXELS_BGR24, {243, 121, 0, 255, 134, 12}},
+  };
+  for (const auto& expected : cases) {
+    SCOPED_TRACE(expected.name);
+    const qv_node* node = open(expected.image);
+    EXPECT_EQ(qv_node_image_channel_count(reader, node, 0), expected.channels);
+    const Pixels pixels = extract(reader, node);
+    EXPECT_EQ(pixels.ok, 1) << reader.error();
+    EXPECT_EQ(pixels.stride, expected.stride);
+    EXPECT_EQ(pixels.format, expected.format);
+    EXPECT_EQ(pixels.bytes, expected.bytes);
+    EXPECT_EQ(pixels.width * pixels.height * (pixels.format == 0 ? 1 : pixels.format + 2), pixels.bytes.size());
+  }
+}
+
+TEST_F(Extract, ChannelCountsWithoutADrawingFailWithoutAText) {
+  for (const int channels : {2, 5}) {
+    const qv_node* node = open(ramp(3, 2, channels));
+    EXPECT_EQ(extract(reader, node).ok, 0);
+    EXPECT_EQ(reader.error(), "");
+    EXPECT_EQ(qv_node_image_channel_count(reader, node, 0), channels);
+  }
+}
+
+TEST_F(Extract, MixedTuplesAnswerByObject) {
+  const qv_node* node = open_tuple(concat({ramp(2, 1), rectangle(0, 0, 0, 0), ramp(1, 1)}));
+  EXPECT_EQ(extract(reader, node, 2).bytes, std::vector<int>{0});
+  EXPECT_EQ(qv_node_image_channel_count(reader, node, 1), -1);
+  EXPECT_NE(reader.error(), "");
+  EXPECT_EQ(extract(reader, node, 1).ok, 0);
+  EXPECT_NE(reader.error(), "");
+  const qv_node* region_first = open_tuple(concat({rectangle(0, 0, 0, 0), ramp(2, 1)}));
+  EXPECT_EQ(qv_node_image_channel_count(reader, region_first, 1), -1);
+  EXPECT_EQ(reader.error(), "");
+  EXPECT_EQ(extract(reader, region_first, 1).ok, 1);
+}
+
+TEST_F(Extract, GeometryComesAsParallelArrays) {
+  double *rows = nullptr, *cols = nullptr, *rows2 = nullptr, *cols2 = nullptr;
+  uint32_t count = 0, count2 = 0;
+  const auto points = [&](double* row, double* col, uint32_t n) {
+    std::vector<std::pair<double, double>> result;
+    for (uint32_t i = 0; i < n; ++i) result.emplace_back(row[i], col[i]);
+    qv_free_double_buffer(row);
+    qv_free_double_buffer(col);
+    return result;
+  };
+  using Points = std::vector<std::pair<double, double>>;
+  ASSERT_EQ(qv_extract_contour_points(reader, open(contour({0.25, 1, 1}, {2, 3, 4.5})), 0, &rows, &cols, &count), 1);
+  EXPECT_EQ(points(rows, cols, count), (Points{{0.25, 2}, {1, 3}, {1, 4.5}}));
+  ASSERT_EQ(qv_extract_polygon_points(reader, open(polygon({5, 6}, {7, 8})), 0, &rows, &cols, &count), 1);
+  EXPECT_EQ(points(rows, cols, count), (Points{{5, 7}, {6, 8}}));
+  ASSERT_EQ(qv_extract_parallel_lines(reader, open(parallels()), 0, &rows, &cols, &count, &rows2, &cols2, &count2), 1);
+  EXPECT_EQ(points(rows, cols, count), (Points{{0, 0}, {0, 10}}));
+  EXPECT_EQ(points(rows2, cols2, count2), (Points{{4, 1}, {4, 5}, {4, 9.5}}));
+
+  int32_t *run_rows = nullptr, *begins = nullptr, *ends = nullptr;
+  ASSERT_EQ(qv_extract_region_runs(reader, open(rectangle(-3, 5, -2, 900)), 0, &run_rows, &begins, &ends, &count), 1);
+  ASSERT_EQ(count, 2u);
+  EXPECT_EQ((std::vector<int>{run_rows[0], begins[0], ends[0], run_rows[1], begins[1], ends[1]}),
+            (std::vector<int>{-3, 5, 900, -2, 5, 900}));
+  for (int32_t* buffer : {run_rows, begins, ends}) qv_free_int_buffer(buffer);
+}
+
+TEST_F(Extract, NoPointsAndRunsAreBlocksOfTheirOwn) {
+  HObject empty;
+  HalconCpp::GenEmptyRegion(&empty);
+  int32_t* blocks[3] = {};
+  uint32_t count = 7;
+  ASSERT_EQ(qv_extract_region_runs(reader, open(empty), 0, &blocks[0], &blocks[1], &blocks[2], &count), 1);
+  EXPECT_EQ(count, 0u);
+  EXPECT_TRUE(blocks[0] && blocks[1] && blocks[2]);
+  EXPECT_TRUE(blocks[0] != blocks[1] && blocks[1] != blocks[2] && blocks[0] != blocks[2]);
+  for (int32_t* block : blocks) qv_free_int_buffer(block);
+}
+
+// What HALCON could answer and no file of ours brings about.
+class OddAnswers : public HalconCpp::CallWatcher {
+ public:
+  explicit OddAnswers(const char* operation) : operation_(operation) { HalconCpp::WatchCalls(this); }
+  ~OddAnswers() override { HalconCpp::WatchCalls(nullptr); }
+  void answered(const char* operation, void*& pointer) override {
+    if (std::string_view(operation) == operation_) pointer = nullptr;
+  }
+  void answered(const char* operation, HTuple& answer) override {
+    if (std::string_view(operation) == operation_) answer = HTuple();
+  }
+
+ private:
+  std::string_view operation_;
+};
+
+TEST_F(Extract, OddAnswersAreNoPixels) {
+  const qv_node* gray = open(ramp(2, 2));
+  {
+    const OddAnswers null_pixels("GetImagePointer1Rect");
+    EXPECT_EQ(extract(reader, gray).ok, 0);
+    EXPECT_EQ(reader.error(), "");
+  }
+  const OddAnswers no_area("AreaCenter");  // no area at all: the domain counts as whole
+  EXPECT_EQ(extract(reader, gray).format, static_cast<uint32_t>(QV_PIXELS_GRAY8));
+}
+
+}  // namespace

@@ -1,0 +1,205 @@
+// Object and image files as trees: roots, labels, types, summaries and detail lines.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/files.h"
+#include "support/host.h"
+#include "support/objects.h"
+
+namespace {
+
+using namespace test;
+
+struct Row {
+  const char* name;
+  HObject object;
+  const char* type;
+  const char* object_class;
+  int is_image;
+  uint32_t count;
+  const char* summary;
+  std::vector<std::string> lines;
+};
+
+std::vector<Row> rows() {
+  HObject empty_region, compose5 = ramp(2, 2, 5, "real");
+  HalconCpp::GenEmptyRegion(&empty_region);
+  const HObject gray = ramp(4, 3), far = rectangle(20, 30, 29, 41);
+  return {
+      {"gray", gray, "image", "image", 1, 1, "4x3, 1ch, byte", {}},
+      {"five channels", compose5, "image", "image", 1, 1, "2x2, 5ch, real", {}},
+      {"full domain", with_domain(gray, 0, 0, 2, 3), "image", "image", 1, 1, "4x3, 1ch, byte", {}},
+      {"domain",
+       with_domain(gray, 1, 1, 1, 2),
+       "image",
+       "image",
+       1,
+       1,
+       "4x3, 1ch, byte, domain: area: 2; center: 1.0, 1.5",
+       {}},
+      {"empty domain", with_domain(gray, 7, 7, 8, 8), "image", "image", 1, 1, "4x3, 1ch, byte, domain: area: 0", {}},
+      {"region", far, "region", "region", 0, 1, "area: 120; center: 24.5, 35.5", {}},
+      {"empty region", empty_region, "region", "region", 0, 1, "area: 0", {}},
+      {"contour", contour({0, 0, 3}, {0, 4, 4}), "xld_cont", "xld_cont", 0, 1, "contour points: 3; length: 7.00", {}},
+      {"polygon", polygon({0, 3}, {0, 4}), "xld_poly", "xld_poly", 0, 1, "points: 2; length: 5.00", {}},
+      {"parallels",
+       parallels(),
+       "xld_parallel",
+       "xld_parallel",
+       0,
+       1,
+       "first line: points: 2; length: 10.00 / second line: points: 3; length: 4.00",
+       {}},
+  };
+}
+
+TEST(ObjectFile, SingleObjectsReadAsTheyAre) {
+  const TempDir folder;
+  const Reader reader;
+  for (const Row& row : rows()) {
+    SCOPED_TRACE(row.name);
+    save(row.object, folder / "one.part.hobj");
+    const qv_node* root = reader.objects(folder / "one.part.hobj");
+    ASSERT_TRUE(root) << reader.error();
+    EXPECT_EQ(dump(root).substr(0, dump(root).find('\n')), "0 0/0 '' <file> 1 object n=0 t=0  i=0 o=1 d=0");
+    const qv_node* node = qv_node_child_at(root, 0);
+    EXPECT_EQ(label(node), "one.part");
+    EXPECT_EQ(qv_node_kind(node), static_cast<uint32_t>(QV_NODE_OBJECT));
+    EXPECT_EQ(qv_node_path_segment_kind(node), static_cast<uint32_t>(QV_PATH_INDEX));
+    EXPECT_EQ(type(node), row.type);
+    EXPECT_EQ(narrow(qv_node_object_class(node)), row.object_class);
+    EXPECT_EQ(qv_node_is_image(node), row.is_image);
+    EXPECT_EQ(qv_node_object_count(node), row.count);
+    EXPECT_EQ(summary(node), row.summary);
+    EXPECT_EQ(details(node), row.lines);
+    EXPECT_EQ(qv_node_detail_entry_count(node), 0u);
+  }
+}
+
+// Tuples of several objects stand under dictionary keys.
+TEST(ObjectFile, TuplesTellTheFirstAndListAll) {
+  const HObject gray = ramp(4, 3), color = ramp(2, 5, 3), real = ramp(4, 3, 1, "real");
+  const Row table[] = {
+      {"none", empty_object(), "empty_obj", "empty_obj", 0, 0, "", {}},
+      {"same images",
+       concat({gray, gray}),
+       "images[2]",
+       "image",
+       1,
+       2,
+       "4x3, 1ch, byte",
+       {"image: 4x3, 1ch, byte", "image: 4x3, 1ch, byte"}},
+      {"images",
+       concat({color, gray, real, color}),
+       "images[4]",
+       "image",
+       1,
+       4,
+       "2x5 (first), [1ch, 3ch], [byte, real]",
+       {"image: 2x5, 3ch, byte", "image: 4x3, 1ch, byte", "image: 4x3, 1ch, real", "image: 2x5, 3ch, byte"}},
+      {"first domain only",
+       concat({with_domain(gray, 0, 0, 0, 0), gray}),
+       "images[2]",
+       "image",
+       1,
+       2,
+       "4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0",
+       {"image: 4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0", "image: 4x3, 1ch, byte"}},
+      {"regions",
+       concat({rectangle(0, 0, 0, 1), rectangle(2, 2, 2, 2)}),
+       "region[2]",
+       "region",
+       0,
+       2,
+       "area: 2; center: 0.0, 0.5 (first)",
+       {"region: area: 2; center: 0.0, 0.5", "region: area: 1; center: 2.0, 2.0"}},
+      {"mixed",
+       concat({rectangle(0, 0, 0, 0), gray}),
+       "mixed[2]",
+       "mixed",
+       0,
+       2,
+       "area: 1; center: 0.0, 0.0 (first)",
+       {"region: area: 1; center: 0.0, 0.0", "image: 4x3, 1ch, byte"}},
+      {"mixed, image first",
+       concat({gray, contour({0, 1}, {0, 0})}),
+       "mixed[2]",
+       "mixed",
+       1,
+       2,
+       "4x3, 1ch, byte (first)",
+       {"image: 4x3, 1ch, byte", "xld_cont: contour points: 2; length: 1.00"}},
+  };
+  HTuple dict;
+  HalconCpp::CreateDict(&dict);
+  for (const Row& row : table) HalconCpp::SetDictObject(row.object, dict, row.name);
+  const TempDir folder;
+  save_dict(dict, folder / "tuples.hdict");
+  const Reader reader;
+  const qv_node* root = reader.dict(folder / "tuples.hdict");
+  ASSERT_TRUE(root) << reader.error();
+  for (const Row& row : table) {
+    SCOPED_TRACE(row.name);
+    const qv_node* node = child(root, row.name);
+    EXPECT_EQ(type(node), row.type);
+    EXPECT_EQ(narrow(qv_node_object_class(node)), row.object_class);
+    EXPECT_EQ(qv_node_is_image(node), row.is_image);
+    EXPECT_EQ(qv_node_object_count(node), row.count);
+    EXPECT_EQ(summary(node), row.summary);
+    EXPECT_EQ(details(node), row.lines);
+    EXPECT_EQ(qv_node_detail_entry_count(node), row.count >= 2 ? row.count : 0);
+  }
+}
+
+TEST(ObjectFile, RootsCountTheirObjects) {
+  const TempDir folder;
+  const Reader reader;
+  save(empty_object(), folder / "none.HOBJ");
+  EXPECT_EQ(summary(reader.objects(folder / "none.HOBJ")), "0 objects");
+  save(concat({ramp(1, 1), rectangle(0, 0, 0, 0), ramp(1, 1)}), folder / "three.hobj");
+  const qv_node* root = reader.objects(folder / "three.hobj");
+  EXPECT_EQ(summary(root), "3 objects");
+  EXPECT_EQ(label(qv_node_child_at(root, 2)), "Object 3");
+  EXPECT_EQ(qv_node_path_index(qv_node_child_at(root, 2)), 2u);
+}
+
+TEST(ObjectFile, NamesOfAnyLanguageOpen) {
+  const TempDir folder;
+  const Reader reader;
+  const std::string names[] = {
+      "a b.pgm",      "Ümläut.pgm", "画像.pgm", "😀.pgm", ".pgm", "dir.old/photo", std::string(200, 'x') + ".pgm",
+      "sub\\deep.pgm"};
+  for (const std::string& name : names) {
+    SCOPED_TRACE(name);
+    std::string file = folder / name;
+    std::string stored = file;
+    for (char& c : stored)
+      if (c == '\\') c = '/';
+    write(stored, "P5 2 1 255\nab");
+    const qv_node* root = reader.objects(file);
+    ASSERT_TRUE(root) << reader.error();
+    EXPECT_EQ(summary(qv_node_child_at(root, 0)), "2x1, 1ch, byte");
+  }
+  EXPECT_EQ(label(qv_node_child_at(reader.objects(folder / ".pgm"), 0)), "");
+  EXPECT_EQ(label(qv_node_child_at(reader.objects(folder / "dir.old/photo"), 0)), "photo");
+}
+
+TEST(ObjectFile, BadFilesAreOneReadableLine) {
+  const TempDir folder;
+  const Reader reader;
+  write(folder / "empty.png", "");
+  write(folder / "foreign.hobj", "no such thing");
+  write(folder / "cut.pgm", "P5 4 4 255\nabc");
+  write(folder / "huge.pgm", "P5 2147483648 2147483648 255\nabc");
+  write(folder / "folder.png/x", "");
+  for (const char* name :
+       {"missing.png", "missing.hobj", "empty.png", "foreign.hobj", "cut.pgm", "huge.pgm", "folder.png"}) {
+    EXPECT_EQ(reader.objects(folder / name), nullptr) << name;
+    EXPECT_NE(reader.error().find(name), std::string::npos) << reader.error();
+    EXPECT_EQ(reader.error().find('\n'), std::string::npos);
+    EXPECT_GT(reader.error().size(), std::string(name).size() + folder.path().size() + 10);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,136 @@
+// Saving objects and converting dictionaries: formats by extension, what comes back, what is left after a failure.
+#include <gtest/gtest.h>
+
+#include "support/files.h"
+#include "support/host.h"
+#include "support/objects.h"
+
+namespace {
+
+using namespace test;
+
+class Save : public ::testing::Test {
+ protected:
+  const qv_node* open(const HObject& object) {
+    test::save(object, folder / "in.hobj");
+    return qv_node_child_at(reader.objects(folder / "in.hobj"), 0);
+  }
+  // What a file holds, as the summary of its only object; the error when it does not open.
+  std::string reopened(const std::string& file) {
+    const Reader other;
+    const qv_node* root = other.objects(file);
+    return root ? summary(qv_node_child_at(root, 0)) : other.error();
+  }
+
+  TempDir folder;
+  Reader reader;
+};
+
+TEST_F(Save, TheExtensionDecides) {
+  const HObject color = ramp(5, 4, 3), line = contour({0, 1.5}, {0, 1});
+  const struct {
+    HObject object;
+    const char *name, *magic, *back;
+  } cases[] = {
+      {color, "a.HOBJ", "QVHALCON", "5x4, 3ch, byte"},
+      {color, "a.PNG", "\x89PNG", "5x4, 3ch, byte"},
+      {color, "a.tif", "II", "5x4, 3ch, byte"},
+      {color, "a.TIFF", "II", "5x4, 3ch, byte"},
+      {color, "a.jpeg", "\xFF\xD8", "5x4, 3ch, byte"},
+      {color, "a.Jpg", "\xFF\xD8", "5x4, 3ch, byte"},
+      {color, "a.bmp", "BM", "5x4, 3ch, byte"},
+      {color, "a.ppm", "P6", "5x4, 3ch, byte"},
+      {ramp(5, 4, 1, "uint2"), "b.png", "\x89PNG", "5x4, 1ch, uint2"},
+      {ramp(5, 4, 2, "real"), "b.tiff", "II", "5x4, 2ch, real"},
+      {with_domain(ramp(4, 1), 0, 1, 0, 2), "c.pgm", "P5", "4x1, 1ch, byte"},
+      {rectangle(0, 0, 1, 1), "r.hobj", "QVHALCON", "area: 4; center: 0.5, 0.5"},
+      {line, "l.dxf", "  0\nSECTION", nullptr},
+      {polygon({0, 2}, {0, 2}), "p.DXF", "  0\nSECTION", nullptr},
+  };
+  for (const auto& expected : cases) {
+    SCOPED_TRACE(expected.name);
+    const std::string file = folder / expected.name;
+    EXPECT_TRUE(reader.save(open(expected.object), file)) << reader.error();
+    EXPECT_EQ(read(file).compare(0, std::string(expected.magic).size(), expected.magic), 0) << read(file).substr(0, 12);
+    EXPECT_EQ(expected.back ? reopened(file) : "", expected.back ? expected.back : "");
+  }
+  const std::string pixels = read(folder / "c.pgm");
+  EXPECT_EQ(pixels.substr(pixels.size() - 4), std::string("\0\1\2\0", 4));  // 0 outside the domain
+}
+
+TEST_F(Save, RefusalsTellAndLeaveTheTargetAlone) {
+  write(folder / "old.png", "as it was");
+  write(folder / "dir.png/x", "");
+  const struct {
+    HObject object;
+    const char *name, *left;
+  } cases[] = {
+      {rectangle(0, 0, 1, 1), "old.png", "as it was"},  // no image
+      {ramp(2, 2, 1, "real"), "old.png", "as it was"},  // no such PNG
+      {ramp(2, 2, 5), "n.jpg", ""},
+      {ramp(2, 2), "n.dxf", ""},  // no XLD
+      {ramp(2, 2), "n.xyz", ""},
+      {ramp(2, 2), "noext", ""},
+      {ramp(2, 2), "no/folder.png", ""},
+      {ramp(2, 2), "old.png/below.png", ""},
+      {ramp(2, 2), "dir.png", ""},
+  };
+  for (const auto& expected : cases) {
+    SCOPED_TRACE(expected.name);
+    EXPECT_FALSE(reader.save(open(expected.object), folder / expected.name));
+    EXPECT_NE(reader.error(), "");
+    EXPECT_EQ(reader.error().find('\n'), std::string::npos);
+    EXPECT_EQ(read(folder / expected.name), expected.left);
+  }
+  std::size_t files = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(native(folder.path()))) ++files;
+  EXPECT_EQ(files, 3u);                                                                 // in.hobj, old.png, dir.png
+  EXPECT_FALSE(reader.save(reader.objects(folder / "in.hobj"), folder / "root.hobj"));  // a root is no object node
+  EXPECT_EQ(reader.error(), "");
+}
+
+TEST_F(Save, SeveralNodesGoIntoOneObjectFile) {
+  test::save(concat({ramp(2, 2), rectangle(0, 0, 0, 0)}), folder / "two.hobj");
+  const qv_node* root = reader.objects(folder / "two.hobj");
+  const qv_node *image = qv_node_child_at(root, 0), *region = qv_node_child_at(root, 1);
+  const std::u16string file = wide(folder / "all.png");
+  const auto save = [&](std::vector<const qv_node*> nodes) {
+    return qv_save_objects_as(reader, nodes.data(), static_cast<int32_t>(nodes.size()), units(file));
+  };
+  EXPECT_EQ(save({region, nullptr, root, image, region}), 1) << reader.error();
+  std::filesystem::copy(native(folder / "all.png"), native(folder / "all.hobj"));
+  const Reader other;
+  const qv_node* saved = other.objects(folder / "all.hobj");
+  ASSERT_TRUE(saved) << other.error();
+  ASSERT_EQ(qv_node_child_count(saved), 3);
+  EXPECT_EQ(type(qv_node_child_at(saved, 0)) + type(qv_node_child_at(saved, 1)) + type(qv_node_child_at(saved, 2)),
+            "regionimageregion");
+  EXPECT_EQ(save({root, image}), 0);
+  EXPECT_EQ(save({nullptr, image}), 0);
+  EXPECT_EQ(reader.error(), "");
+}
+
+TEST_F(Save, DictionariesAreConverted) {
+  HTuple dict, inner;
+  HalconCpp::CreateDict(&dict);
+  HalconCpp::SetDictTuple(dict, "list", tuple({1, 2.5, "x"}));
+  HalconCpp::SetDictObject(ramp(2, 2), dict, "picture");
+  save_dict(dict, folder / "d.hdict");
+  const auto convert = [&](const char* from, const char* to, int32_t lenient) {
+    return qv_reader_convert_dict_file(reader, units(wide(folder / from)), units(wide(folder / to)), lenient);
+  };
+  const qv_node* tree = reader.dict(folder / "d.hdict");
+  EXPECT_EQ(convert("d.hdict", "strict.json", 0), 0);
+  EXPECT_NE(reader.error().find("picture"), std::string::npos) << reader.error();
+  EXPECT_EQ(read(folder / "strict.json"), "");
+  EXPECT_EQ(convert("d.hdict", "lenient.json", -1), 1) << reader.error();
+  EXPECT_EQ(convert("lenient.json", "back.hdict", 0), 1);
+  EXPECT_EQ(reader.error(), "");
+  EXPECT_EQ(summary(tree), "2 keys");  // the tree stays
+  const Reader other;
+  EXPECT_EQ(summary(child(other.dict(folder / "back.hdict"), "list")), "[1, 2.5, 'x']");
+  EXPECT_EQ(convert("none.json", "out.json", 0), 0);
+  EXPECT_EQ(read(folder / "out.json"), "");
+}
+
+}  // namespace

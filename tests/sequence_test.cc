@@ -1,0 +1,124 @@
+// Sequence files: their format, the search for their files, and paths by Windows rules.
+#include <gtest/gtest.h>
+
+#include "platform/path_text.h"
+#include "support/files.h"
+#include "support/host.h"
+
+namespace {
+
+using test::Reader;
+using test::TempDir;
+
+std::string pgm(char pixel) { return std::string("P5 1 1 255\n") + pixel; }
+
+// The first pixel of each image, or the error.
+std::string opened(const Reader& reader, const std::string& path) {
+  const qv_node* root = reader.objects(path);
+  if (!root) return reader.error();
+  std::string pixels;
+  for (const qv_node* node : test::children(root)) {
+    uint32_t width, height, stride, format;
+    uint8_t* buffer = nullptr;
+    if (!qv_extract_image(reader, node, 0, &width, &height, &stride, &format, &buffer)) return "no pixels";
+    pixels += static_cast<char>(buffer[0]);
+    qv_free_buffer(buffer);
+  }
+  return pixels;
+}
+
+TEST(Sequence, EntriesAreFoundInOrder) {
+  const TempDir folder;
+  const Reader reader;
+  const std::pair<const char*, char> files[] = {{"above.pgm", 'A'},    {"both.pgm", 'u'},       {"s/both.pgm", 'd'},
+                                                {"s/beside.pgm", 'B'}, {"s/two.pgm", '2'},      {"s/two.png", '1'},
+                                                {"s/x.png.png", 'X'},  {"s/sub/deep.pgm", 'D'}, {"s/dir/file.pgm", '-'},
+                                                {"s/dir.gif", 'G'},    {"s/Ärger 1.pgm", 'U'}};
+  for (const auto& [name, pixel] : files) test::write(folder / name, pgm(pixel));
+  const std::pair<std::string, std::string> cases[] = {
+      {"above\nbeside\n", "AB"},
+      {"both", "u"},                               // the folder above comes first
+      {"two", "1"},                                // png before pgm
+      {"x.png", "X"},                              // extensions are appended
+      {"dir", "G"},                                // a folder is no file
+      {"sub\\deep\r\nsub/deep.pgm", "DD"},         // both separators
+      {"\n \t\r\n  beside \t\r\n\t above", "BA"},  // blanks and line ends
+      {"beside\nbeside\nbeside", "BBB"},
+      {folder / "s/beside.pgm", "B"},  // absolute
+      {"Ärger 1", "U"},
+      {"\xC4rger 1", "U"},  // no UTF-8: taken as Latin-1
+      {"above\nnowhere\nbeside", "Sequence entry not found: nowhere"},
+      {"# note", "Sequence entry not found: # note"},
+      {"\xEF\xBB\xBF"
+       "above",
+       "Sequence entry not found: \xEF\xBB\xBF"
+       "above"},
+      {"dir/", "Sequence entry not found: dir/"},
+      {"beside\r\r\n", "Sequence entry not found: beside\r"},
+  };
+  for (const auto& [content, expected] : cases) {
+    test::write(folder / "s/list.Seq", content);
+    EXPECT_EQ(opened(reader, folder / "s/list.Seq"), expected) << content;
+  }
+  test::write(folder / "s/list.seq", "both");
+  EXPECT_EQ(test::label(qv_node_child_at(reader.objects(folder / "s\\list.seq"), 0)), "list");
+}
+
+TEST(Sequence, NothingToReadIsSaid) {
+  const TempDir folder;
+  const Reader reader;
+  test::write(folder / "blank.seq", " \t\r\n\n");
+  test::write(folder / "dir.seq/x", "");
+  for (const char* name : {"missing.seq", "blank.seq", "dir.seq"})
+    EXPECT_EQ(opened(reader, folder / name), "Sequence file is empty or could not be read: " + (folder / name));
+  test::write(folder / "self.seq", "self.seq");
+  EXPECT_EQ(reader.objects(folder / "self.seq"), nullptr);
+  EXPECT_NE(reader.error().find("self.seq"), std::string::npos);
+}
+
+TEST(PathText, FollowsWindowsRules) {
+  using namespace quovel;
+  const std::pair<const char16_t*, const char16_t*> parents[] = {{u"E:/data/seq/list.seq", u"E:/data/seq"},
+                                                                 {u"E:/data/seq", u"E:/data"},
+                                                                 {u"E:/list.seq", u"E:/"},
+                                                                 {u"E:/", u"E:/"},
+                                                                 {u"E:list.seq", u"E:"},
+                                                                 {u"list.seq", u""},
+                                                                 {u"", u""},
+                                                                 {u"a\\b//c", u"a\\b"},
+                                                                 {u"/x", u"/"},
+                                                                 {u"\\\\srv\\share\\x", u"\\\\srv\\share"},
+                                                                 {u"\\\\srv\\x", u"\\\\srv\\"},
+                                                                 {u"\\\\?\\C:\\x", u"\\\\?\\C:"}};
+  for (const auto& [path, parent] : parents)
+    EXPECT_EQ(parent_path(path), parent) << test::narrow(reinterpret_cast<const qv_char*>(path));
+  const struct {
+    const char16_t *directory, *entry, *joined;
+  } joins[] = {{u"E:/data", u"img01.png", u"E:/data\\img01.png"},
+               {u"", u"img01.png", u"img01.png"},
+               {u"E:/d/", u"sub/img", u"E:/d/sub/img"},
+               {u"E:/d", u"D:/img/a.png", u"D:/img/a.png"},
+               {u"E:/d", u"D:a.png", u"D:a.png"},
+               {u"E:/d", u"e:a.png", u"e:a.png"},
+               {u"E:/d", u"E:a.png", u"E:/d\\a.png"},
+               {u"E:/d", u"/img/a", u"E:/img/a"},
+               {u"/d", u"\\a", u"\\a"},
+               {u"E:", u"a", u"E:a"},
+               {u"\\\\srv", u"a", u"\\\\srv\\a"},
+               {u"\\\\srv\\s", u"\\a", u"\\\\srv\\a"},
+               {u"d", u"\\\\srv\\s\\a", u"\\\\srv\\s\\a"}};
+  for (const auto& [directory, entry, joined] : joins) EXPECT_EQ(join_path(directory, entry), joined);
+  const struct {
+    const char16_t *path, *extension, *stem;
+  } names[] = {{u"E:/img/part.a.PNG", u"png", u"part.a"},
+               {u"E:/scans.old/photo", u"old/photo", u"photo"},
+               {u".hobj", u"hobj", u""},
+               {u"plain", u"", u"plain"},
+               {u"a\\b.", u"", u"b"}};
+  for (const auto& [path, extension, stem] : names) {
+    EXPECT_EQ(file_extension(path), extension);
+    EXPECT_EQ(file_stem(path), stem);
+  }
+}
+
+}  // namespace

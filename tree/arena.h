@@ -1,0 +1,44 @@
+// Memory that is given back all at once.
+#ifndef QUOVEL_TREE_ARENA_H
+#define QUOVEL_TREE_ARENA_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <vector>
+
+namespace quovel {
+
+// Hands out blocks from a few large ones; nothing is freed before the arena is. For values that need no destructor.
+class Arena {
+ public:
+  // `count` values, not initialised.
+  template <class T>
+  T* allocate(std::size_t count) {
+    static_assert(std::is_trivially_destructible_v<T>);
+    if (count > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
+    return static_cast<T*>(allocate_bytes(count * sizeof(T), alignof(T)));
+  }
+  void* allocate_bytes(std::size_t bytes, std::size_t alignment) {
+    const std::size_t skip = (alignment - reinterpret_cast<std::uintptr_t>(next_) % alignment) % alignment;
+    if (bytes > left_ || skip > left_ - bytes) return allocate_from_new_chunk(bytes);
+    std::byte* block = next_ + skip;
+    next_ = block + bytes;
+    left_ -= skip + bytes;
+    return block;
+  }
+
+ private:
+  void* allocate_from_new_chunk(std::size_t bytes);
+
+  std::vector<std::unique_ptr<std::byte[]>> chunks_;
+  std::byte* next_ = nullptr;
+  std::size_t left_ = 0;
+  std::size_t chunk_bytes_ = 2048;
+};
+
+}  // namespace quovel
+
+#endif

@@ -1,0 +1,60 @@
+#include "tree/dict_loader.h"
+
+#include "platform/failure.h"
+#include "tree/builders.h"
+
+namespace quovel {
+
+using HalconCpp::HTuple;
+
+namespace {
+
+// The generic parameter of an option; empty for a key that is none.
+const char* parameter_name(std::int32_t key) {
+  switch (key) {
+    case 0:
+      return "json_value_true";
+    case 1:
+      return "json_value_false";
+    case 2:
+      return "json_value_null";
+    case 3:
+      return "convert_json_arrays_to";
+    default:
+      return "";
+  }
+}
+
+// The option's value; an empty tuple when its type is none.
+HTuple parameter_value(const ReadingOption& option) {
+  switch (option.value_type) {
+    case 0:
+      return HTuple(to_halcon(option.string_value));
+    case 1:
+      return HTuple(HalconCpp::Hlong{option.int_value});
+    case 2:
+      return HTuple(option.real_value);
+    default:
+      return HTuple();
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options,
+                                     std::u16string& error) {
+  return catch_halcon(error, std::unique_ptr<Tree>(), [&] {
+    HTuple names, values;
+    for (const ReadingOption& option : options) {
+      names.Append(HTuple(parameter_name(option.key)));
+      values.Append(parameter_value(option));
+    }
+    HalconCpp::HDict dict;
+    dict.ReadDict(HTuple(to_halcon(path)), names, values);
+    auto tree = std::make_unique<Tree>();
+    tree->root = &build_dict_node(*tree, dict, empty_text, by_key);
+    return tree;
+  });
+}
+
+}  // namespace quovel

@@ -1,0 +1,28 @@
+// Dictionary files.
+#ifndef QUOVEL_TREE_DICT_LOADER_H
+#define QUOVEL_TREE_DICT_LOADER_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tree/node.h"
+
+namespace quovel {
+
+// One reading option of the host, copied: `key` names the option; of the three values the one of `value_type` counts.
+struct ReadingOption {
+  std::int32_t key;
+  std::int32_t value_type;
+  std::u16string string_value;
+  std::int64_t int_value;
+  double real_value;
+};
+
+// The dictionary's tree; null with the reason in `error`. The options are handed to HALCON in order and unchecked.
+std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options,
+                                     std::u16string& error);
+
+}  // namespace quovel
+
+#endif

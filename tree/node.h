@@ -1,0 +1,130 @@
+// The tree of nodes that every file becomes.
+#ifndef QUOVEL_TREE_NODE_H
+#define QUOVEL_TREE_NODE_H
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "HalconCpp.h"
+#include "tree/arena.h"
+
+namespace quovel {
+
+// NUL-terminated UTF-16 that lives as long as its tree; never null.
+using Text = const char16_t*;
+inline constexpr char16_t empty_text[1] = {};
+
+// The numbers are part of the host interface.
+enum class NodeKind : std::uint8_t { Dict = 0, Array = 1, Value = 2, Object = 3 };
+enum class PathSegmentKind : std::uint8_t { Key = 0, Index = 1 };
+enum class ValueType : std::uint8_t { String = 0, Integer = 1, Real = 2 };
+
+// How a node is addressed in its parent: by its label, or by a 0-based index.
+struct PathSegment {
+  PathSegmentKind kind = PathSegmentKind::Key;
+  std::uint32_t index = 0;
+};
+inline constexpr PathSegment by_key{};
+constexpr PathSegment by_index(std::uint32_t index) noexcept { return {PathSegmentKind::Index, index}; }
+
+// One typed value. The readings of another type are empty or 0.
+class NodeValue {
+ public:
+  static NodeValue of_string(Text text) noexcept { return NodeValue(text); }
+  static NodeValue of_integer(std::int64_t value) noexcept { return NodeValue(value); }
+  static NodeValue of_real(double value) noexcept { return NodeValue(value); }
+
+  ValueType type() const noexcept { return type_; }
+  Text text() const noexcept { return type_ == ValueType::String ? text_ : empty_text; }
+  std::int64_t int_value() const noexcept { return type_ == ValueType::Integer ? integer_ : 0; }
+  double real_value() const noexcept { return type_ == ValueType::Real ? real_ : 0.0; }
+
+ private:
+  explicit NodeValue(Text text) noexcept : text_(text), type_(ValueType::String) {}
+  explicit NodeValue(std::int64_t value) noexcept : integer_(value), type_(ValueType::Integer) {}
+  explicit NodeValue(double value) noexcept : real_(value), type_(ValueType::Real) {}
+
+  union {
+    Text text_;
+    std::int64_t integer_;
+    double real_;
+  };
+  ValueType type_;
+};
+
+// What only nodes of iconic objects and of handles shown as a whole have.
+struct ObjectPart {
+  Text object_class = empty_text;
+  HalconCpp::HObject held_object;  // unset for handles
+  std::span<Text> detail_lines;
+  std::uint32_t object_count = 1;
+  std::uint32_t detail_entry_count = 0;  // objects that the detail lines describe
+  bool is_image = false;                 // the first object is one
+};
+
+// One node. Its texts, values and children live in its tree's memory; it never changes once its parse has ended.
+struct Node {
+  Text label = empty_text;
+  Text type_label = empty_text;
+  Text value_summary = empty_text;
+  HalconCpp::HTuple held_tuple;  // the tuple of a value node
+  Node** children = nullptr;
+  NodeValue* values = nullptr;
+  ObjectPart* object = nullptr;  // null: as a default-made one
+  std::uint32_t child_count = 0;
+  std::uint32_t child_capacity = 0;
+  std::uint32_t value_count = 0;
+  std::uint32_t total_count = 0;
+  std::uint32_t path_index = 0;
+  NodeKind kind = NodeKind::Dict;
+  PathSegmentKind path_segment_kind = PathSegmentKind::Key;
+  bool truncated = false;  // fewer values were kept than total_count
+};
+
+// Owns all nodes that were made in it and everything they refer to. A node that was made but never appended (its entry
+// failed) goes with the tree. Destroying a tree walks no levels and needs no stack, however deep it is.
+class Tree {
+ public:
+  Tree() = default;
+  ~Tree();
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
+
+  Node& make_node();
+  Node& make_node(NodeKind kind, Text label, PathSegment segment);
+  // Makes room for that many children in one block.
+  void reserve_children(Node& parent, std::size_t count);
+  // Adds a node of this tree behind the parent's other children.
+  void append_child(Node& parent, Node& child);
+  // Gives the node its object part; once per node.
+  ObjectPart& make_object_part(Node& node);
+  // Room for values and lines; the caller fills them.
+  NodeValue* make_values(std::size_t count) { return arena_.allocate<NodeValue>(count); }
+  std::span<Text> make_lines(std::size_t count);
+
+  Text text(std::u16string_view text);
+  // As append_count writes it.
+  Text count_text(std::int64_t count, std::u16string_view one, std::u16string_view many);
+  Text text(const HalconCpp::HString& string);
+  // A cleared string to put a text together in, one at a time.
+  std::u16string& scratch() noexcept {
+    scratch_.clear();
+    return scratch_;
+  }
+
+  Node* root = nullptr;
+
+ private:
+  struct Slab;
+
+  Arena arena_;
+  Slab* slabs_ = nullptr;  // newest first
+  std::u16string scratch_;
+};
+
+}  // namespace quovel
+
+#endif
