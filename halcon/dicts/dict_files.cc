@@ -1,4 +1,5 @@
 // Dictionary files: JSON and the built-in container.
+#include "container/container.h"
 #include "core/file.h"
 #include "dicts/entry_queries.h"
 #include "dicts/json.h"
@@ -67,32 +68,26 @@ bool lenient_writing(const HTuple& names, const HTuple& values) {
 }
 
 // Whether the first character that is no white space begins an object or an array.
-bool begins_like_json(std::string_view text) {
+bool begins_like_json(std::string_view path) {
+  detail::InputFile file(path);
+  char bytes[4096];
+  const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(file.size(), sizeof bytes));
+  file.read(bytes, count);
+  std::string_view text(bytes, count);
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   const auto first = text.find_first_not_of(" \t\r\n");
   return first != std::string_view::npos && (text[first] == '{' || text[first] == '[');
 }
 
-std::string first_bytes(std::string_view path) {
-  detail::InputFile file(path);
-  std::string bytes(static_cast<std::size_t>(std::min<std::uint64_t>(file.size(), 4096)), '\0');
-  file.read(bytes.data(), bytes.size());
-  return bytes;
-}
-
 HHandle read_dict(std::string_view path, const detail::JsonReading& options) {
-  const std::string extension = detail::extension_of(path);
-  if (extension == "json" || begins_like_json(first_bytes(path))) return detail::read_json(path, options);
-  if (extension == "hdict")
-    detail::refuse(
-        "holds no dictionary of the built-in class interface; files written by an installed HALCON need a "
-        "build against it");
-  detail::refuse("is no dictionary file: neither JSON nor a container of the built-in class interface");
+  if (detail::is_container(path)) return detail::read_container_handle(path, "dict");
+  if (detail::extension_of(path) == "json" || begins_like_json(path)) return detail::read_json(path, options);
+  detail::refuse_foreign_file(path);
 }
 
 void write_dict(std::string_view path, const detail::DictData& dict, bool lenient) {
   if (detail::extension_of(path) == "json") return detail::write_json(path, dict, lenient);
-  detail::refuse("no container yet");
+  detail::write_container_handle(path, dict);
 }
 
 }  // namespace
