@@ -34,6 +34,8 @@ HTuple query_handle(const HTuple& handle, const HTuple& query, const HTuple& key
   return answer;
 }
 
+// NOLINTBEGIN(misc-no-recursion): handles within handles, down to max_handle_depth.
+
 Node& build_tuple_entry(Tree& tree, const HTuple& handle, const HTuple& key, Text label, int depth) {
   HTuple tuple;
   HalconCpp::GetHandleTuple(handle, key, &tuple);
@@ -88,5 +90,7 @@ Node& build_handle_node(Tree& tree, const HTuple& handle, Text label, PathSegmen
     return make_whole_handle(tree, type, label, segment);
   }
 }
+
+// NOLINTEND(misc-no-recursion)
 
 }  // namespace quovel

@@ -56,7 +56,8 @@ HTuple new_dict() {
 }
 
 HTuple sample_dict() {
-  const HTuple dict = new_dict(), inner = new_dict();
+  const HTuple inner = new_dict();
+  HTuple dict = new_dict();
   HTuple matrix, sphere, points;
   HalconCpp::CreateMatrix(2, 2, 1.5, &matrix);
   HalconCpp::GenSphereObjectModel3d(0, 0, 0, 1, &sphere);
@@ -149,7 +150,7 @@ class FailingCalls : public ::testing::Test {
     const qv_node* node = qv_node_child_at(opener.objects(folder / file), position);
     EXPECT_TRUE(node) << file << ": " << opener.error();
     Scenario scenario{file + std::string("/") + std::to_string(position),
-                      [&opener, node, call](const Reader&) {
+                      [&opener, node, call = std::move(call)](const Reader&) {
                         const int32_t result = call(opener, node);
                         return Outcome{result < 1, opener.error(), std::to_string(result)};
                       },

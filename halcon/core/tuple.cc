@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <iterator>
 
 #include "core/access.h"
 #include "core/failure.h"
@@ -233,18 +235,6 @@ HTuple Access::reals(Buffer<double> values) {
   return from_array(new RealArray(ArrayKind::Reals, std::move(values)));
 }
 
-HTuple Access::elements(std::vector<HTuple> values) {
-  if (values.empty()) return {};
-  if (values.size() == 1) return std::move(values[0]);
-  TupleKind kind = values[0].kind_;
-  for (const HTuple& value : values)
-    if (value.kind_ != kind) kind = TupleKind::Array;
-  if (kind == TupleKind::Array) return from_array(new MixedArray(std::move(values)));
-  std::unique_ptr<ArrayData, ReleaseArray> array(new_array(kind));
-  for (const HTuple& value : values) grow(*array, value);
-  return from_array(array.release());
-}
-
 namespace {
 
 template <class Array, class T>
@@ -269,6 +259,42 @@ HTuple Access::handles(Buffer<HandleData*> values) {
   if (values.empty()) return {};
   if (values.size() == 1) return handle_tuple(wrap(values[0]));
   return from_array(new_counted<HandleArray>(ArrayKind::Handles, std::move(values)));
+}
+
+namespace {
+
+template <class T, class Take>
+Buffer<T> taken(std::span<HTuple> values, Take take) {
+  Buffer<T> elements(values.size());
+  for (std::size_t i = 0; i < values.size(); ++i) elements[i] = take(values[i]);
+  return elements;
+}
+
+}  // namespace
+
+HTuple Access::elements(std::span<HTuple> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return std::move(values[0]);
+  const TupleKind kind = values[0].kind_;
+  const bool mixed = std::any_of(values.begin(), values.end(), [&](const HTuple& v) { return v.kind_ != kind; });
+  switch (mixed ? TupleKind::Array : kind) {
+    case TupleKind::Integer:
+      return integers(taken<Hlong>(values, [](HTuple& value) { return value.data_.integer; }));
+    case TupleKind::Real:
+      return reals(taken<double>(values, [](HTuple& value) { return value.data_.real; }));
+    case TupleKind::String:
+      return strings(taken<const StringData*>(values, [](HTuple& value) {
+        value.kind_ = TupleKind::Empty;
+        return value.data_.string;
+      }));
+    case TupleKind::Handle:
+      return handles(taken<HandleData*>(values, [](HTuple& value) {
+        value.kind_ = TupleKind::Empty;
+        return value.data_.handle;
+      }));
+    default:
+      return from_array(new MixedArray({std::move_iterator(values.begin()), std::move_iterator(values.end())}));
+  }
 }
 
 HTuple Access::lend(std::span<const double> values, std::shared_ptr<const void> owner) {
@@ -343,7 +369,8 @@ HTuple& HTuple::Append(const HTuple& other) {
       *this = other;
       return;
     }
-    const HTuple more = other;  // `other` may be this tuple
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): `other` may be this tuple
+    const HTuple more = other;
     const TupleKind kind =
         detail::common_kind(*this) == detail::common_kind(more) ? detail::common_kind(more) : TupleKind::Array;
     if (kind_ != TupleKind::Array || !detail::can_grow(*data_.array, kind)) {
@@ -445,7 +472,7 @@ HTuple type_tuple(const HTuple& element) {
 
 HTuple common_type(const HTuple& tuple) {
   if (tuple.Length() == 0) return Access::text_tuple("any");
-  const HTuple first = type_tuple(Access::element(tuple, 0));
+  HTuple first = type_tuple(Access::element(tuple, 0));
   if (detail::common_kind(tuple) != TupleKind::Array && detail::common_kind(tuple) != TupleKind::Handle) return first;
   for (Hlong i = 1; i < tuple.Length(); ++i)
     if (detail::type_name(Access::element(tuple, i)) != Access::text(first)) return Access::text_tuple("mixed");

@@ -17,7 +17,7 @@ using Bytes = std::span<const std::byte>;
 
 // A format: `recognizes` looks at the first bytes only and is cheap; `read` decodes the first image of a whole file in
 // memory and refuses what it cannot. A null `read` stands for a library that this build does without; `missing` says
-// so.
+// which.
 struct ImageReader {
   const char* name;
   bool (*recognizes)(Bytes file);
@@ -26,7 +26,7 @@ struct ImageReader {
 };
 
 // `format` is the name that WriteImage takes. `write` returns the whole file; pixels outside the domain have been
-// filled.
+// filled. Null as above.
 struct ImageWriter {
   const char* format;
   Buffer<std::byte> (*write)(const Image& image);

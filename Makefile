@@ -1,0 +1,71 @@
+# The everyday commands (`make help` lists them). Each installs the packages that it misses, brings what it needs up to
+# date, and does no needless work. The builds themselves are CMake's: see CMakePresets.json.
+.DEFAULT_GOAL := build
+MAKEFLAGS += --no-print-directory --no-builtin-rules
+JOBS := $(shell nproc)
+CORPUS ?= ../shared/corpus
+SOURCES = find . -path ./build -prune -o \( -name '*.h' -o -name '*.c' -o -name '*.cc' \) -print0
+export FILE
+
+# Newer kernels scatter memory further than the thread sanitizer of GCC 12 can follow. A container may forbid the cure.
+FIXED_LAYOUT := $(shell setarch -R true 2>/dev/null && echo setarch -R)
+
+# What to try next; a CI log has no use for it.
+next = @[ -n "$$CI" ] || printf 'Next: %s\n' $(1)
+
+run: ready-release ## show a picture, or with FILE=path any file, as a tree
+	@build/release/bin/qv_inspect "$$FILE"
+	$(call next,'make run FILE=path/of/your/file' 'build/release/bin/qv_inspect --help' 'make test')
+
+build: ready-release ## build libraries, programs and tests
+	$(call next,'make run' 'make test')
+
+test: ready-release ## run all tests
+	@ctest --preset release -j$(JOBS)
+	$(call next,'make run FILE=path/of/your/file' 'make asan or make tsan: the tests under sanitizers')
+
+asan: ready-asan ## run all tests under the address and undefined-behaviour sanitizers
+	@ctest --preset asan -j$(JOBS)
+
+tsan: ready-tsan ## run all tests under the thread sanitizer
+	@$(FIXED_LAYOUT) ctest --preset tsan -j$(JOBS)
+
+windows: ready-windows ## cross-build for 64-bit Windows
+	$(call next,'make test-windows')
+
+test-windows: ready-windows ## run all tests of the Windows build under Wine
+	@ctest --preset windows -j$(JOBS)
+
+lint: packages-build packages-lint configured-lint ## check format, header, class interface and code
+	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror && echo "format: clean"
+	@tools/check-header gcc clang-14
+	@tools/check-class-interface
+	@tools/check-code build/lint
+
+format: packages-lint ## lay out all sources by .clang-format
+	@$(SOURCES) | xargs -0 clang-format-14 -i
+
+clean: ## remove everything that was built
+	@rm -rf build
+
+help: ## list the commands
+	@awk -F ':.*## ' '/^[a-z-]+:.*##/ { printf "make %-14s%s\n", $$1, $$2 }' Makefile
+
+# packages-PURPOSE: what a purpose needs is installed.
+packages-%:
+	@tools/install-packages $*
+
+# configured-PRESET: configured once, and again when the presets change.
+configured-%: packages-build
+	@if [ ! build/$*/build.ninja -nt CMakePresets.json ]; then \
+	  echo "Configuring build/$*"; \
+	  cmake --preset $* --no-warn-unused-cli >/dev/null && touch build/$*/build.ninja; \
+	fi
+
+configured-windows: packages-windows
+
+# ready-PRESET: built.
+ready-%: configured-%
+	@cmake --build build/$*
+
+.PHONY: run build test asan tsan windows test-windows lint format clean help

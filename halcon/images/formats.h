@@ -1,0 +1,39 @@
+// The image formats one by one: what each codec file offers to the tables in formats.cc.
+#ifndef HALCONCPP_IMAGES_FORMATS_H
+#define HALCONCPP_IMAGES_FORMATS_H
+
+#include "images/codec.h"
+
+namespace HalconCpp::detail {
+
+// Each is called with a file whose first bytes formats.cc has recognized; everything else is the codec's to check.
+ImageRef read_png(Bytes file);
+ImageRef read_jpeg(Bytes file);
+ImageRef read_tiff(Bytes file);
+ImageRef read_jp2(Bytes file);  // JP2 files and bare codestreams
+ImageRef read_jxr(Bytes file);
+ImageRef read_bmp(Bytes file);
+ImageRef read_gif(Bytes file);
+ImageRef read_pcx(Bytes file);
+ImageRef read_ras(Bytes file);  // Sun raster
+ImageRef read_xwd(Bytes file);
+ImageRef read_pnm(Bytes file);
+
+// Each refuses (`refuse_to_write`) an image that its format cannot hold exactly.
+Buffer<std::byte> write_png(const Image& image);
+Buffer<std::byte> write_jpeg(const Image& image);
+Buffer<std::byte> write_tiff(const Image& image);
+Buffer<std::byte> write_jp2(const Image& image);
+Buffer<std::byte> write_bmp(const Image& image);
+Buffer<std::byte> write_pnm(const Image& image);
+Buffer<std::byte> write_pgm(const Image& image);
+Buffer<std::byte> write_ppm(const Image& image);
+Buffer<std::byte> write_pbm(const Image& image);
+
+// "PNG holds byte and uint2 images of 1 to 4 channels, not 5 channels of type real"; `holds` is the text up to the
+// comma.
+[[noreturn]] void refuse_to_write(const Image& image, const char* holds);
+
+}  // namespace HalconCpp::detail
+
+#endif

@@ -1,0 +1,224 @@
+#include <cstddef>
+#include <cstdio>
+// After <cstdio>, which it needs.
+#include <jerror.h>
+#include <jpeglib.h>
+
+#include <algorithm>
+#include <climits>
+#include <string>
+
+#include "core/failure.h"
+#include "images/formats.h"
+#include "images/jump.h"
+#include "images/pixels.h"
+
+namespace HalconCpp::detail {
+
+namespace {
+
+// More scans than any real progressive file has; each costs a pass over the whole image, however short it is.
+constexpr int most_scans = 200;
+constexpr int quality = 90;
+
+// The library reaches all of it through its first member.
+struct Failure {
+  jpeg_error_mgr manager;
+  std::jmp_buf place;
+  char text[JMSG_LENGTH_MAX];
+};
+
+Failure& failure_of(j_common_ptr jpeg) { return *reinterpret_cast<Failure*>(jpeg->err); }
+
+[[noreturn]] void on_error(j_common_ptr jpeg) {
+  Failure& failure = failure_of(jpeg);
+  failure.manager.format_message(jpeg, failure.text);
+  std::longjmp(failure.place, 1);
+}
+
+// Warnings after which the pixels are still those that were written: bytes between the segments, versions and colour
+// codes of application segments, scan parameters that a sequential image has no use for. Every other one means that
+// data is missing or damaged.
+bool is_harmless(int warning) {
+  return warning == JWRN_EXTRANEOUS_DATA || warning == JWRN_JFIF_MAJOR || warning == JWRN_ADOBE_XFORM ||
+         warning == JWRN_NOT_SEQUENTIAL || warning == JWRN_BOGUS_ICC;
+}
+
+void on_message(j_common_ptr jpeg, int level) {
+  if (level < 0 && !is_harmless(jpeg->err->msg_code)) on_error(jpeg);
+}
+
+jpeg_error_mgr* watch(Failure& failure) {
+  jpeg_std_error(&failure.manager);
+  failure.manager.error_exit = on_error;
+  failure.manager.emit_message = on_message;
+  return &failure.manager;
+}
+
+std::string reason(const Failure& failure) {
+  const int value = failure.manager.msg_parm.i[0];
+  if (failure.manager.msg_code == JERR_BAD_PRECISION)
+    return "JPEG of " + std::to_string(value) + " bits per sample is not read";
+  if (failure.manager.msg_code == JERR_SOF_UNSUPPORTED)
+    return value == 0xC3 || value == 0xCB ? "lossless JPEG is not read" : "hierarchical JPEG is not read";
+  return "JPEG: " + std::string(failure.text);
+}
+
+// Runs library calls and turns their failure into a refusal.
+template <class Body>
+void call_jpeg(Failure& failure, Body&& body) {
+  if (!jump_free(failure.place, body)) refuse(reason(failure));
+}
+
+void count_scans(j_common_ptr jpeg) {
+  const auto* decoder = reinterpret_cast<j_decompress_ptr>(jpeg);
+  if (decoder->input_scan_number <= most_scans) return;
+  Failure& failure = failure_of(jpeg);
+  std::snprintf(failure.text, sizeof failure.text, "more than %d scans", most_scans);
+  std::longjmp(failure.place, 1);
+}
+
+// Ink to light. Files with Adobe's marker store the inks turned round.
+void cmyk_to_rgb(const JSAMPLE* inks, std::size_t pixels, bool turned, JSAMPLE* rgb) noexcept {
+  const unsigned turn = turned ? 0 : 255;
+  for (std::size_t i = 0; i < pixels; ++i) {
+    const unsigned black = inks[4 * i + 3] ^ turn;
+    for (std::size_t c = 0; c < 3; ++c)
+      rgb[3 * i + c] = static_cast<JSAMPLE>(((inks[4 * i + c] ^ turn) * black + 127) / 255);
+  }
+}
+
+class Decoder {
+ public:
+  explicit Decoder(Bytes file) noexcept : file_(file) {}
+  ~Decoder() { jpeg_destroy_decompress(&jpeg_); }
+  Decoder(const Decoder&) = delete;
+  Decoder& operator=(const Decoder&) = delete;
+
+  ImageRef decode() {
+    call_jpeg(failure_, [this] { read_header(); });
+    if (jpeg_.num_components == 2 || jpeg_.num_components > 4)
+      refuse("JPEG of " + std::to_string(jpeg_.num_components) + " colour components is not read");
+    if (jpeg_.data_precision != 8)
+      refuse("JPEG of " + std::to_string(jpeg_.data_precision) + " bits per sample is not read");
+    const std::size_t channels = jpeg_.num_components == 1 ? 1 : 3, width = jpeg_.image_width;
+    check_image_size(width, jpeg_.image_height, channels, PixelType::Byte, file_.size());
+    ImageDraft draft(PixelType::Byte, static_cast<std::int32_t>(width), static_cast<std::int32_t>(jpeg_.image_height),
+                     channels);
+    Buffer<JSAMPLE> row(width * static_cast<std::size_t>(jpeg_.num_components)), rgb(width * 3);
+    call_jpeg(failure_, [&] { read_rows(draft, row.data(), rgb.data()); });
+    return draft.finish();
+  }
+
+ private:
+  void read_header() {
+    jpeg_.err = watch(failure_);
+    jpeg_create_decompress(&jpeg_);
+    jpeg_mem_src(&jpeg_, reinterpret_cast<const unsigned char*>(file_.data()),
+                 static_cast<unsigned long>(std::min<std::size_t>(file_.size(), ULONG_MAX)));
+    progress_.progress_monitor = count_scans;
+    jpeg_.progress = &progress_;
+    jpeg_read_header(&jpeg_, TRUE);
+    jpeg_.out_color_space = jpeg_.num_components == 1 ? JCS_GRAYSCALE : jpeg_.num_components == 3 ? JCS_RGB : JCS_CMYK;
+  }
+
+  // What follows the last row is not looked at.
+  void read_rows(ImageDraft& draft, JSAMPLE* row, JSAMPLE* rgb) {
+    const std::size_t width = jpeg_.image_width;
+    jpeg_start_decompress(&jpeg_);
+    for (std::size_t at = 0; jpeg_.output_scanline < jpeg_.output_height; at += width) {
+      JSAMPLE* target = jpeg_.num_components == 1 ? draft.plane<JSAMPLE>(0) + at : row;
+      jpeg_read_scanlines(&jpeg_, &target, 1);
+      if (jpeg_.num_components == 4) cmyk_to_rgb(row, width, jpeg_.saw_Adobe_marker, rgb);
+      if (jpeg_.num_components > 1) split_pixels(jpeg_.num_components == 3 ? row : rgb, width, draft, at);
+    }
+  }
+
+  Bytes file_;
+  Failure failure_{};
+  jpeg_progress_mgr progress_{};
+  jpeg_decompress_struct jpeg_{};
+};
+
+class Encoder {
+ public:
+  Encoder() noexcept = default;
+  ~Encoder() { jpeg_destroy_compress(&jpeg_); }
+  Encoder(const Encoder&) = delete;
+  Encoder& operator=(const Encoder&) = delete;
+
+  Buffer<std::byte> encode(const Image& image) {
+    Buffer<JSAMPLE> row(static_cast<std::size_t>(image.width) * image.channels.size());
+    call_jpeg(failure_, [&] {
+      start(image);
+      JSAMPLE* from = row.data();
+      for (std::size_t at = 0; at < image.pixels(); at += static_cast<std::size_t>(image.width)) {
+        join_pixels(image, at, static_cast<std::size_t>(image.width), from);
+        jpeg_write_scanlines(&jpeg_, &from, 1);
+      }
+      jpeg_finish_compress(&jpeg_);
+    });
+    return std::move(file_);
+  }
+
+ private:
+  void start(const Image& image) {
+    jpeg_.err = watch(failure_);
+    jpeg_create_compress(&jpeg_);
+    target_.init_destination = [](j_compress_ptr jpeg) { of(jpeg).empty(); };
+    target_.empty_output_buffer = [](j_compress_ptr jpeg) -> boolean {
+      of(jpeg).flush(sizeof block_);
+      return TRUE;
+    };
+    target_.term_destination = [](j_compress_ptr jpeg) {
+      of(jpeg).flush(sizeof block_ - of(jpeg).target_.free_in_buffer);
+    };
+    jpeg_.dest = &target_;
+    jpeg_.client_data = this;
+    jpeg_.image_width = static_cast<JDIMENSION>(image.width);
+    jpeg_.image_height = static_cast<JDIMENSION>(image.height);
+    jpeg_.input_components = static_cast<int>(image.channels.size());
+    jpeg_.in_color_space = image.channels.size() == 1 ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(&jpeg_);
+    jpeg_set_quality(&jpeg_, quality, TRUE);
+    jpeg_start_compress(&jpeg_, TRUE);
+  }
+
+  static Encoder& of(j_compress_ptr jpeg) { return *static_cast<Encoder*>(jpeg->client_data); }
+  void empty() {
+    target_.next_output_byte = block_;
+    target_.free_in_buffer = sizeof block_;
+  }
+  void flush(std::size_t count) {
+    if (!append(count)) ERREXIT1(&jpeg_, JERR_OUT_OF_MEMORY, 0);
+    empty();
+  }
+  // No exception may cross the library.
+  bool append(std::size_t count) noexcept {
+    try {
+      file_.append(reinterpret_cast<const std::byte*>(block_), count);
+      return true;
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+
+  JOCTET block_[1 << 14];
+  Buffer<std::byte> file_;
+  Failure failure_{};
+  jpeg_destination_mgr target_{};
+  jpeg_compress_struct jpeg_{};
+};
+
+}  // namespace
+
+ImageRef read_jpeg(Bytes file) { return Decoder(file).decode(); }
+
+Buffer<std::byte> write_jpeg(const Image& image) {
+  const std::size_t channels = image.channels.size();
+  if (image.type != PixelType::Byte || (channels != 1 && channels != 3))
+    refuse_to_write(image, "JPEG holds byte images of 1 or 3 channels");
+  return Encoder().encode(image);
+}
+
+}  // namespace HalconCpp::detail

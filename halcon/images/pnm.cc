@@ -1,0 +1,280 @@
+// The PNM family: P1..P3 hold samples as decimal text, P4..P6 as bytes; bits, gray and colour in that order. P7 (PAM)
+// names its sizes and holds any number of channels, as bytes.
+#include <string>
+
+#include "core/failure.h"
+#include "images/formats.h"
+#include "images/pixels.h"
+
+namespace HalconCpp::detail {
+
+namespace {
+
+// The text of a file, character by character.
+class Scanner {
+ public:
+  Scanner(Bytes file, std::size_t at) : file_(file), at_(at) {}
+
+  // A comment counts as the line end that closes it.
+  char next() {
+    if (at_ == file_.size()) refuse("the file ends too early");
+    const char c = static_cast<char>(file_[at_++]);
+    return c == '#' ? skip_comment() : c;
+  }
+  char next_visible() {
+    char c = next();
+    while (is_space(c)) c = next();
+    return c;
+  }
+  // A number and the one space that ends it, or the end of the file.
+  std::uint32_t number() {
+    char c = next_visible();
+    std::uint32_t value = 0;
+    while (c >= '0' && c <= '9') {
+      value = value * 10 + static_cast<std::uint32_t>(c - '0');
+      if (value > longest) refuse("a number is larger than " + std::to_string(longest));
+      if (at_ == file_.size()) return value;
+      c = next();
+    }
+    if (!is_space(c)) refuse("a number is expected where " + quoted({&c, 1}) + " stands");
+    return value;
+  }
+  // Up to the next space, which is taken as well.
+  std::string word() {
+    std::string word;
+    for (char c = next_visible(); !is_space(c); c = next()) word += c;
+    return word;
+  }
+  Bytes rest() const noexcept { return file_.subspan(at_); }
+
+ private:
+  static constexpr std::uint32_t longest = 99'999'999;  // times ten still fits
+
+  static bool is_space(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
+  char skip_comment() noexcept {
+    while (at_ < file_.size()) {
+      const char c = static_cast<char>(file_[at_++]);
+      if (c == '\n' || c == '\r') break;
+    }
+    return '\n';
+  }
+
+  Bytes file_;
+  std::size_t at_;
+};
+
+struct Header {
+  bool plain, bits;
+  std::size_t channels;
+  std::uint32_t width, height;
+  std::uint32_t maximum;  // 1..65535
+
+  std::size_t row_samples() const noexcept { return width * channels; }
+  PixelType type() const noexcept { return maximum > 255 ? PixelType::UInt2 : PixelType::Byte; }
+};
+
+void read_named(Scanner& text, Header& header) {
+  for (;;) {
+    const std::string name = text.word();
+    if (name == "ENDHDR") return;
+    if (name == "WIDTH")
+      header.width = text.number();
+    else if (name == "HEIGHT")
+      header.height = text.number();
+    else if (name == "DEPTH")
+      header.channels = text.number();
+    else if (name == "MAXVAL")
+      header.maximum = text.number();
+    else if (name == "TUPLTYPE")
+      text.word();
+    else
+      refuse("the header holds the unknown line " + quoted(name));
+  }
+}
+
+void read_numbers(Scanner& text, int kind, Header& header) {
+  header.plain = kind <= 3;
+  header.bits = kind == 1 || kind == 4;
+  header.channels = kind == 3 || kind == 6 ? 3 : 1;
+  header.width = text.number();
+  header.height = text.number();
+  header.maximum = header.bits ? 1 : text.number();
+}
+
+Header read_header(Scanner& text) {
+  const int kind = text.next_visible() - '0';
+  Header header{};
+  if (kind == 7)
+    read_named(text, header);
+  else
+    read_numbers(text, kind, header);
+  if (header.maximum == 0 || header.maximum > 65535)
+    refuse("the largest sample is " + std::to_string(header.maximum) + "; 1 to 65535 are read");
+  return header;
+}
+
+// The bytes that the raster takes, at least (text) or exactly.
+std::uint64_t raster_bytes(const Header& header) {
+  const std::uint64_t rows = header.height, samples = header.row_samples() * rows;
+  if (header.plain) return header.bits ? samples : 2 * samples - 1;
+  return header.bits ? (header.width + 7) / 8 * rows : samples * pixel_size(header.type());
+}
+
+void check_sample(std::uint32_t sample, const Header& header) {
+  if (sample > header.maximum)
+    refuse("a sample of " + std::to_string(sample) + " is above the largest, " + std::to_string(header.maximum));
+}
+
+template <class T>
+void read_text_row(Scanner& text, const Header& header, T* row) {
+  for (std::size_t i = 0; i < header.row_samples(); ++i) {
+    const std::uint32_t sample = text.number();
+    check_sample(sample, header);
+    row[i] = static_cast<T>(sample);
+  }
+}
+
+// 16 bits stand high byte first.
+template <class T>
+void load_row(const std::byte* raw, std::size_t count, T* row) {
+  if constexpr (sizeof(T) == 1) {
+    std::memcpy(row, raw, count);
+  } else {
+    for (std::size_t i = 0; i < count; ++i)
+      row[i] = static_cast<T>(static_cast<T>(raw[2 * i]) << 8 | static_cast<T>(raw[2 * i + 1]));
+  }
+}
+
+// Brings samples of 0..maximum to the full range of T.
+template <class T>
+void stretch(const Header& header, T* row) {
+  constexpr std::uint32_t full = static_cast<T>(~T{});
+  if (header.maximum == full) return;
+  for (std::size_t i = 0; i < header.row_samples(); ++i) {
+    check_sample(row[i], header);
+    row[i] = static_cast<T>((row[i] * full + header.maximum / 2) / header.maximum);
+  }
+}
+
+template <class T>
+void read_rows(Scanner& text, const Header& header, ImageDraft& draft) {
+  const std::size_t count = header.row_samples();
+  const Bytes raster = text.rest();
+  Buffer<T> row(count);
+  for (std::size_t y = 0; y < header.height; ++y) {
+    if (header.plain)
+      read_text_row(text, header, row.data());
+    else
+      load_row(raster.data() + y * count * sizeof(T), count, row.data());
+    stretch(header, row.data());
+    split_pixels(row.data(), header.width, draft, y * header.width);
+  }
+}
+
+// 1 is black. As text the bits need no spaces between them.
+void read_text_bits(Scanner& text, const Header& header, std::uint8_t* to) {
+  const std::size_t count = header.row_samples() * header.height;
+  for (std::size_t i = 0; i < count; ++i) {
+    const char c = text.next_visible();
+    if (c != '0' && c != '1') refuse("a bit is expected where " + quoted({&c, 1}) + " stands");
+    to[i] = c == '0' ? 255 : 0;
+  }
+}
+
+void read_raw_bits(const std::byte* raw, const Header& header, std::uint8_t* to) {
+  const std::size_t row_bytes = (header.width + 7) / 8;
+  for (std::size_t y = 0; y < header.height; ++y, to += header.width)
+    for (std::size_t x = 0; x < header.width; ++x)
+      to[x] = (static_cast<unsigned>(raw[y * row_bytes + x / 8]) >> (7 - x % 8) & 1) ? 0 : 255;
+}
+
+Buffer<std::byte> with_header(std::string_view kind, const Image& image, std::string_view maximum,
+                              std::size_t raster_size) {
+  const std::string header = std::string(kind) + '\n' + std::to_string(image.width) + ' ' +
+                             std::to_string(image.height) + '\n' + std::string(maximum);
+  Buffer<std::byte> file(header.size() + raster_size);
+  std::memcpy(file.data(), header.data(), header.size());
+  return file;
+}
+
+Buffer<std::byte> write_samples(const Image& image) {
+  const std::size_t channels = image.channels.size(), samples = image.pixels() * channels;
+  const bool wide = image.type == PixelType::UInt2;
+  const std::size_t raster_size = samples * pixel_size(image.type);
+  Buffer<std::byte> file = with_header(channels == 1 ? "P5" : "P6", image, wide ? "65535\n" : "255\n", raster_size);
+  auto* to = reinterpret_cast<std::uint8_t*>(file.end()) - raster_size;
+  if (!wide) {
+    join_pixels(image, 0, image.pixels(), to);
+    return file;
+  }
+  const auto width = static_cast<std::size_t>(image.width);
+  Buffer<std::uint16_t> row(width * channels);
+  for (std::size_t at = 0; at < image.pixels(); at += width) {
+    join_pixels(image, at, width, row.data());
+    for (const std::uint16_t sample : row) {
+      *to++ = static_cast<std::uint8_t>(sample >> 8);
+      *to++ = static_cast<std::uint8_t>(sample);
+    }
+  }
+  return file;
+}
+
+bool has_channels(const Image& image, std::size_t a, std::size_t b) {
+  const bool type = image.type == PixelType::Byte || image.type == PixelType::UInt2;
+  return type && (image.channels.size() == a || image.channels.size() == b);
+}
+
+}  // namespace
+
+ImageRef read_pnm(Bytes file) {
+  Scanner text(file, 1);
+  const Header header = read_header(text);
+  check_image_size(header.width, header.height, header.channels, header.type(), file.size());
+  if (text.rest().size() < raster_bytes(header)) refuse("the file ends too early");
+  ImageDraft draft(header.type(), static_cast<std::int32_t>(header.width), static_cast<std::int32_t>(header.height),
+                   header.channels);
+  if (header.bits && header.plain)
+    read_text_bits(text, header, draft.plane<std::uint8_t>(0));
+  else if (header.bits)
+    read_raw_bits(text.rest().data(), header, draft.plane<std::uint8_t>(0));
+  else if (header.type() == PixelType::Byte)
+    read_rows<std::uint8_t>(text, header, draft);
+  else
+    read_rows<std::uint16_t>(text, header, draft);
+  return draft.finish();
+}
+
+Buffer<std::byte> write_pnm(const Image& image) {
+  if (!has_channels(image, 1, 3)) refuse_to_write(image, "PNM holds byte and uint2 images of 1 or 3 channels");
+  return write_samples(image);
+}
+
+Buffer<std::byte> write_pgm(const Image& image) {
+  if (!has_channels(image, 1, 1)) refuse_to_write(image, "PGM holds byte and uint2 images of 1 channel");
+  return write_samples(image);
+}
+
+Buffer<std::byte> write_ppm(const Image& image) {
+  if (!has_channels(image, 3, 3)) refuse_to_write(image, "PPM holds byte and uint2 images of 3 channels");
+  return write_samples(image);
+}
+
+Buffer<std::byte> write_pbm(const Image& image) {
+  if (image.type != PixelType::Byte || image.channels.size() != 1)
+    refuse_to_write(image, "PBM holds byte images of 1 channel");
+  const auto width = static_cast<std::size_t>(image.width), row_bytes = (width + 7) / 8;
+  const std::size_t raster_size = row_bytes * static_cast<std::size_t>(image.height);
+  Buffer<std::byte> file = with_header("P4", image, "", raster_size);
+  std::memset(file.end() - raster_size, 0, raster_size);
+  auto* row = reinterpret_cast<std::uint8_t*>(file.end()) - raster_size;
+  const auto* pixel = image.plane<std::uint8_t>(0);
+  for (std::int32_t y = 0; y < image.height; ++y, row += row_bytes, pixel += width)
+    for (std::size_t x = 0; x < width; ++x) {
+      if (pixel[x] != 0 && pixel[x] != 255)
+        refuse("PBM holds pixels of 0 and 255 only, not " + std::to_string(pixel[x]));
+      if (pixel[x] == 0) row[x / 8] |= static_cast<std::uint8_t>(0x80 >> x % 8);
+    }
+  return file;
+}
+
+}  // namespace HalconCpp::detail

@@ -1,0 +1,108 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "core/access.h"
+#include "core/failure.h"
+#include "core/file.h"
+#include "iconic/arguments.h"
+#include "images/codec.h"
+
+namespace HalconCpp {
+
+using namespace detail;
+
+namespace {
+
+const ImageWriter& writer_of(std::string_view format) {
+  std::string names;
+  for (const ImageWriter& writer : image_writers()) {
+    if (format == writer.format) {
+      if (!writer.write)
+        refuse("this build writes no " + std::string(writer.format) + " files (" + writer.missing + ")");
+      return writer;
+    }
+    names += (names.empty() ? "" : ", ") + std::string(writer.format);
+  }
+  refuse("the format " + quoted(format) + " is unknown; accepted are " + names);
+}
+
+// A number as a pixel: rounded, and brought into the range of the type.
+template <class T>
+T pixel_of(double value) {
+  if constexpr (std::is_floating_point_v<T>) {
+    return static_cast<T>(value);
+  } else {
+    constexpr T low = std::numeric_limits<T>::min(), high = std::numeric_limits<T>::max();
+    if (!(value > static_cast<double>(low))) return low;
+    if (value >= static_cast<double>(high)) return high;
+    return static_cast<T>(std::llround(value));
+  }
+}
+
+// The fill colour everywhere outside the domain.
+template <class T>
+Plane filled(const Image& image, std::size_t channel, double color) {
+  Buffer<std::byte> plane(image.pixels() * sizeof(T));
+  T* const to = reinterpret_cast<T*>(plane.data());
+  const T* const from = image.plane<T>(channel);
+  std::fill_n(to, image.pixels(), pixel_of<T>(color));
+  const Runs& runs = *image.domain;
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const std::size_t row = static_cast<std::size_t>(runs.rows[i]) * static_cast<std::size_t>(image.width);
+    std::copy(from + row + runs.begins[i], from + row + runs.ends[i] + 1, to + row + runs.begins[i]);
+  }
+  return std::make_shared<const Buffer<std::byte>>(std::move(plane));
+}
+
+Image filled(const Image& image, const std::vector<double>& colors) {
+  const std::size_t channels = image.channels.size();
+  if (colors.size() != 1 && colors.size() != channels)
+    refuse("the fill colour has " + std::to_string(colors.size()) + " values; the image has " +
+           std::to_string(channels) + " channels");
+  std::vector<Plane> planes;
+  for (std::size_t c = 0; c < channels; ++c) {
+    const double color = colors[colors.size() == 1 ? 0 : c];
+    planes.push_back(with_pixel_type(image.type, [&](auto pixel) { return filled<decltype(pixel)>(image, c, color); }));
+  }
+  return Image(image.type, image.width, image.height, std::move(planes));
+}
+
+void write_file(std::string_view path, const Buffer<std::byte>& content) {
+  OutputFile file(path);
+  file.write(content.data(), content.size());
+  file.commit();
+}
+
+const std::vector<ObjectRef>& images_of(const HObject& object) {
+  const auto& objects = objects_of(object);
+  if (objects.empty()) refuse("there is no image to be written");
+  for (const ObjectRef& each : objects)
+    if (each->object_class != ObjectClass::Image)
+      refuse("an object of class \"" + std::string(class_name(each->object_class)) + "\" is no image");
+  return objects;
+}
+
+}  // namespace
+
+void WriteImage(const HObject& image, const HTuple& format, const HTuple& fill_color, const HTuple& file) {
+  operate("WriteImage", [&] {
+    const auto& images = images_of(image);
+    const ImageWriter& writer = writer_of(text_argument(format, "the format"));
+    const std::vector<double> colors = number_arguments(fill_color, "the fill colour");
+    if (static_cast<std::size_t>(file.Length()) != images.size())
+      refuse("each image needs its own file name, but there are " + std::to_string(images.size()) + " images and " +
+             std::to_string(file.Length()) + " file names");
+    for (std::size_t i = 0; i < images.size(); ++i) {
+      const HTuple name = Access::element(file, static_cast<Hlong>(i));
+      const std::string_view path = text_argument(name, "a file name");
+      const auto& each = static_cast<const Image&>(*images[i]);
+      in_file(path, [&] { write_file(path, writer.write(each.domain ? filled(each, colors) : each)); });
+    }
+  });
+}
+
+}  // namespace HalconCpp

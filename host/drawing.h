@@ -1,0 +1,59 @@
+// What the library hands out for drawing, in buffers that give themselves back.
+#ifndef QUOVEL_HOST_DRAWING_H
+#define QUOVEL_HOST_DRAWING_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "session.h"
+
+namespace host {
+
+struct FreeBuffer {
+  void operator()(std::uint8_t* buffer) const { qv_free_buffer(buffer); }
+  void operator()(double* buffer) const { qv_free_double_buffer(buffer); }
+  void operator()(std::int32_t* buffer) const { qv_free_int_buffer(buffer); }
+};
+template <class T>
+using Buffer = std::unique_ptr<T[], FreeBuffer>;
+
+struct Picture {
+  std::uint32_t width = 0, height = 0, stride = 0, format = 0;
+  Buffer<std::uint8_t> bytes;
+};
+
+// A line through points: `count` rows and columns, in pixels.
+struct Line {
+  std::uint32_t count = 0;
+  Buffer<double> rows, cols;
+};
+
+// `count` runs of a region.
+struct Runs {
+  std::uint32_t count = 0;
+  Buffer<std::int32_t> rows, begins, ends;
+};
+
+// One drawn object: a picture, lines (one; two for parallels) or runs. Exactly one of them is there.
+struct Drawing {
+  std::optional<Picture> picture;
+  std::vector<Line> lines;
+  std::optional<Runs> runs;
+};
+
+// The class of object `index` of an object node.
+std::string object_class(const qv_node* node, std::int32_t index);
+
+// Draws that object; throws with the reason when there is no drawing of it.
+Drawing draw(const Session& session, const qv_node* node, std::int32_t index);
+
+// The picture as PNG in memory, in RGB order.
+std::string picture_png(const Picture& picture);
+
+}  // namespace host
+
+#endif

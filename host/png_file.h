@@ -1,0 +1,16 @@
+// 8-bit pixels as a PNG file in memory.
+#ifndef QUOVEL_HOST_PNG_FILE_H
+#define QUOVEL_HOST_PNG_FILE_H
+
+#include <cstdint>
+#include <string>
+
+namespace host {
+
+// Gray, RGB or RGBA rows: `channels` bytes per pixel, rows `stride` bytes apart.
+std::string make_png(const std::uint8_t* pixels, std::uint32_t width, std::uint32_t height, std::uint32_t stride,
+                     int channels);
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,70 @@
+// The library as this program uses it: a Reader with one open file, its nodes, its texts as UTF-8, its failures as
+// exceptions.
+#ifndef QUOVEL_HOST_SESSION_H
+#define QUOVEL_HOST_SESSION_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quovel_adapter.h"
+
+namespace host {
+
+// What the user is told; the program then ends with exit code 1.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+std::string to_utf8(const qv_char* text);
+std::u16string to_utf16(std::string_view utf8);
+inline const qv_char* units(const std::u16string& text) { return reinterpret_cast<const qv_char*>(text.c_str()); }
+
+enum class FileKind { Dict, Object, Model3d, DlModel };
+
+// By extension: dictionaries, 3D models and deep-learning models have their own, everything else is iconic.
+FileKind kind_of_file(std::string_view path);
+
+// A JSON reading option: the name of its key in the host interface, and a text, integer or real.
+struct ReadingOption {
+  int32_t key;
+  std::string value;
+};
+
+class Session {
+ public:
+  Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // The root of the file's tree, which lives as long as the session.
+  const qv_node* open(const std::string& path, FileKind kind, const std::vector<ReadingOption>& options = {});
+  const std::string& path() const { return path_; }
+  qv_reader* reader() const { return reader_.get(); }
+  std::string last_error() const { return to_utf8(qv_reader_last_error(reader())); }
+  // Throws the last-error text, or `otherwise` when the library has none.
+  [[noreturn]] void fail(const std::string& otherwise) const;
+
+ private:
+  struct Destroy {
+    void operator()(qv_reader* reader) const { qv_reader_destroy(reader); }
+  };
+  std::unique_ptr<qv_reader, Destroy> reader_;
+  std::string path_;
+};
+
+// The node at a place in the tree: "/0" the first child of an object file, "/parts/2" by keys and indices; "/" the
+// root.
+// "~1" stands for a '/' in a key, "~0" for a '~'.
+const qv_node* find_node(const qv_node* root, const std::string& place);
+// One segment of such a place, that of `node` in its parent.
+std::string place_segment(const qv_node* node);
+
+}  // namespace host
+
+#endif

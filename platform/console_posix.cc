@@ -1,0 +1,12 @@
+#include <unistd.h>
+
+#include "platform/console.h"
+
+namespace quovel {
+
+std::vector<std::string> command_line(int argc, char** argv) { return {argv, argv + argc}; }
+void prepare_terminal() noexcept {}
+bool output_is_terminal() noexcept { return isatty(STDOUT_FILENO) == 1; }
+bool errors_are_on_terminal() noexcept { return isatty(STDERR_FILENO) == 1; }
+
+}  // namespace quovel

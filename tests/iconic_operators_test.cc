@@ -1,0 +1,371 @@
+// The iconic operators of the built-in class interface: pixel values, layouts, runs, lines and what they refuse.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "HalconCreate.h"
+#include "HalconHook.h"
+
+using namespace HalconCpp;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+using Integers = std::vector<std::int64_t>;
+using Reals = std::vector<double>;
+
+constexpr float infinity = std::numeric_limits<float>::infinity();
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+
+template <class T>
+HObject image_of(const char* type, const std::vector<T>& pixels, Hlong width = 0) {
+  HObject image;
+  const auto count = static_cast<Hlong>(pixels.size());
+  if (width == 0) width = count;
+  GenImage1(&image, type, width, count / width, pixels.data());
+  return image;
+}
+
+// The first channel, whatever its pixel type.
+Integers pixels_of(const HObject& object) {
+  HString type;
+  Hlong width = 0, height = 0;
+  const void* pixels = HImage(object).GetImagePointer1(&type, &width, &height);
+  const auto copy = [&](auto sample) {
+    const auto* first = static_cast<const decltype(sample)*>(pixels);
+    return Integers(first, first + width * height);
+  };
+  const std::string name = type.Text();
+  if (name == "int1") return copy(std::int8_t{});
+  if (name == "int2") return copy(std::int16_t{});
+  if (name == "uint2") return copy(std::uint16_t{});
+  if (name == "int4") return copy(std::int32_t{});
+  if (name == "int8") return copy(std::int64_t{});
+  if (name == "real") return copy(float{});
+  return copy(std::uint8_t{});
+}
+
+HObject converted(const HObject& image, const char* type) {
+  HObject result;
+  ConvertImageType(image, &result, type);
+  return result;
+}
+
+HObject stretched(const HObject& image) {
+  HObject result;
+  ScaleImageMax(image, &result);
+  return result;
+}
+
+HTuple tuple_of(const Integers& values) {
+  HTuple tuple;
+  for (const std::int64_t value : values) tuple.Append(value);
+  return tuple;
+}
+
+Reals reals_of(const HTuple& tuple) {
+  Reals values;
+  for (Hlong i = 0; i < tuple.Length(); ++i) values.push_back(tuple[i].D());
+  return values;
+}
+
+HObject region_of(const Integers& rows, const Integers& begins, const Integers& ends) {
+  HObject region;
+  GenRegionRuns(&region, tuple_of(rows), tuple_of(begins), tuple_of(ends));
+  return region;
+}
+
+// Rows, begins and ends one after the other.
+std::vector<Reals> runs_of(const HObject& region) {
+  HTuple rows, begins, ends;
+  GetRegionRuns(region, &rows, &begins, &ends);
+  return {reals_of(rows), reals_of(begins), reals_of(ends)};
+}
+
+std::string failure_of(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const HException& failure) {
+    return failure.ErrorMessage().Text();
+  }
+  return "no failure";
+}
+
+TEST(ConvertImageType, RoundsAndSaturates) {
+  const std::int64_t top4 = INT32_MAX, low4 = INT32_MIN, top8 = INT64_MAX, low8 = INT64_MIN;
+  const HObject reals = image_of<float>("real", {nan, infinity, -infinity, 0.5F, -0.5F, 2.5F, -2.5F, 0.49999997F,
+                                                 254.5F, -3e9F, 3e9F, 1e30F, 2147483520.F});
+  const HObject integers = image_of<std::int64_t>("int8", {low8, -40000, -129, -1, 127, 200, 40000, 70000, top8});
+  const HObject shorts = converted(integers, "int2");
+  const std::tuple<HObject, const char*, Integers> table[] = {
+      {reals, "byte", {0, 255, 0, 1, 0, 3, 0, 0, 255, 0, 255, 255, 255}},
+      {reals, "int1", {0, 127, -128, 1, -1, 3, -3, 0, 127, -128, 127, 127, 127}},
+      {reals, "int2", {0, 32767, -32768, 1, -1, 3, -3, 0, 255, -32768, 32767, 32767, 32767}},
+      {reals, "uint2", {0, 65535, 0, 1, 0, 3, 0, 0, 255, 0, 65535, 65535, 65535}},
+      {reals, "int4", {0, top4, low4, 1, -1, 3, -3, 0, 255, low4, top4, top4, 2147483520}},
+      {reals, "int8", {0, top8, low8, 1, -1, 3, -3, 0, 255, -3000000000, 3000000000, top8, 2147483520}},
+      {integers, "byte", {0, 0, 0, 0, 127, 200, 255, 255, 255}},
+      {integers, "int1", {-128, -128, -128, -1, 127, 127, 127, 127, 127}},
+      {integers, "int2", {-32768, -32768, -129, -1, 127, 200, 32767, 32767, 32767}},
+      {integers, "uint2", {0, 0, 0, 0, 127, 200, 40000, 65535, 65535}},
+      {integers, "int4", {low4, -40000, -129, -1, 127, 200, 40000, 70000, top4}},
+      {shorts, "uint2", {0, 0, 0, 0, 127, 200, 32767, 32767, 32767}},
+      {shorts, "real", {-32768, -32768, -129, -1, 127, 200, 32767, 32767, 32767}},
+  };
+  for (const auto& [image, type, expected] : table) EXPECT_EQ(pixels_of(converted(image, type)), expected) << type;
+
+  std::vector<float> values;  // longer than any block, and no multiple of one
+  Integers expected;
+  for (int i = 0; i < 1031; ++i) {
+    values.push_back(static_cast<float>(i) * 0.3F - 20);
+    expected.push_back(std::lround(std::min(255.F, std::max(0.F, values.back()))));
+  }
+  EXPECT_EQ(pixels_of(converted(image_of("real", values), "byte")), expected);
+}
+
+TEST(ScaleImageMax, StretchesEveryPixelTypeToBytes) {
+  const std::tuple<std::string, HObject, Integers> table[] = {
+      {"byte", image_of<std::uint8_t>("byte", {10, 20, 30, 60}), {0, 51, 102, 255}},
+      {"uint2", image_of<std::uint16_t>("uint2", {1000, 2000, 3000}), {0, 128, 255}},
+      {"int1", image_of<std::int8_t>("int1", {-128, 0, 127}), {0, 128, 255}},
+      {"int2", image_of<std::int16_t>("int2", {-100, 0, 155}), {0, 100, 255}},
+      {"int4", image_of<std::int32_t>("int4", {2000000000, 2000000001, 2000000005}), {0, 51, 255}},
+      {"int8", image_of<std::int64_t>("int8", {INT64_MIN, 0, INT64_MAX}), {0, 128, 255}},
+      {"real", image_of<float>("real", {nan, -infinity, infinity, -1, 0, 1}), {0, 0, 255, 0, 128, 255}},
+      {"huge", image_of<float>("real", {-3e38F, 0, 3e38F}), {0, 128, 255}},
+      {"tiny", image_of<float>("real", {0, 1e-42F, 5e-42F}), {0, 51, 255}},
+      {"constant", image_of<float>("real", {7, 7, infinity, nan, -infinity}), {0, 0, 255, 0, 0}},
+      {"constant byte", image_of<std::uint8_t>("byte", {9, 9}), {0, 0}},
+      {"nothing finite", image_of<float>("real", {nan, infinity, -infinity}), {0, 255, 0}},
+  };
+  for (const auto& [name, image, expected] : table) {
+    EXPECT_EQ(pixels_of(stretched(image)), expected) << name;
+    if (name == "int4") continue;  // floats do not tell these apart
+    EXPECT_EQ(pixels_of(stretched(converted(image, "real"))), expected) << name;
+  }
+  // The extremes count wherever they stand.
+  for (const std::size_t place : {0, 15, 16, 300, 1030}) {
+    std::vector<float> values(1031, 100);
+    values[place] = 355;
+    EXPECT_EQ(pixels_of(stretched(image_of("real", values)))[place], 255) << place;
+    values[place] = -155;
+    EXPECT_EQ(pixels_of(stretched(image_of("real", values)))[place == 0 ? 1 : 0], 255) << place;
+  }
+}
+
+TEST(ScaleImageMax, TakesAllChannelsTogetherAndTheDomainAlone) {
+  HObject image, channel, reduced, empty;
+  Compose2(image_of<std::int16_t>("int2", {0, 100, 50, 900}), image_of<std::int16_t>("int2", {200, 0, -30, 40}),
+           &image);
+  ReduceDomain(image, region_of({0}, {0}, {1}), &reduced);
+  AccessChannel(stretched(reduced), &channel, 1);
+  EXPECT_THAT(pixels_of(channel), ElementsAre(0, 128, 64, 255));
+  AccessChannel(stretched(reduced), &channel, 2);
+  EXPECT_THAT(pixels_of(channel), ElementsAre(255, 0, 0, 51));
+  EXPECT_EQ(runs_of(HImage(stretched(reduced)).GetDomain()), runs_of(region_of({0}, {0}, {1})));
+  ReduceDomain(image, region_of({5}, {0}, {1}), &empty);
+  EXPECT_THAT(pixels_of(stretched(empty)), ElementsAre(0, 0, 0, 0));
+}
+
+TEST(InterleaveChannels, LaysBytesForDisplay) {
+  for (const std::size_t width : {1, 3, 255, 256, 257, 1031}) {
+    std::vector<std::uint8_t> planes[4];
+    for (std::size_t i = 0; i < 3 * width; ++i)
+      for (std::size_t k = 0; k < 4; ++k) planes[k].push_back(static_cast<std::uint8_t>(i * (2 * k + 3) + 50 * k));
+    HObject c[4], three, four, bgr, bgra;
+    for (std::size_t k = 0; k < 4; ++k) c[k] = image_of("byte", planes[k], static_cast<Hlong>(width));
+    Compose3(c[0], c[1], c[2], &three);
+    Compose4(c[1], c[2], c[3], c[0], &four);  // green, blue, alpha, red
+    ReduceDomain(three, region_of({0}, {0}, {0}), &three);
+    InterleaveChannels(three, &bgr, "bgr", "match", 255);
+    InterleaveChannels(four, &bgra, "bgra", "match", 255);
+    Integers expected3, expected4;
+    for (std::size_t i = 0; i < 3 * width; ++i) {
+      for (const std::size_t k : {2, 1, 0}) expected3.push_back(planes[k][i]);
+      for (const std::size_t k : {2, 1, 0, 3}) expected4.push_back(planes[k][i]);
+    }
+    EXPECT_EQ(pixels_of(bgr), expected3) << width;
+    EXPECT_EQ(pixels_of(bgra), expected4) << width;
+    EXPECT_EQ(HImage(bgr).Width()[0].L(), static_cast<Hlong>(3 * width));
+    EXPECT_EQ(HImage(bgra).Height()[0].L(), 3);
+  }
+}
+
+TEST(Images, ShareTheirPixels) {
+  const auto pointer = [](const HObject& image) {
+    Hlong width, height, pitch, step, bits;
+    return HImage(image).GetImagePointer1Rect(&width, &height, &pitch, &step, &bits);
+  };
+  const HObject image = image_of<std::uint8_t>("byte", {1, 2, 3, 4}, 2);
+  HObject three, c1, c2, c3, reduced;
+  Compose3(image, image, image, &three);
+  Decompose3(three, &c1, &c2, &c3);
+  Decompose3(three, &three, &c2, &c3);  // an output may be the operand
+  ReduceDomain(image, region_of({0}, {0}, {0}), &reduced);
+  for (const HObject& other : {three, c1, c2, c3, reduced, converted(image, "byte")})
+    EXPECT_EQ(pointer(other), pointer(image));
+}
+
+TEST(Regions, AreUnionsOfTheirRuns) {
+  using Runs = std::vector<Reals>;
+  const std::tuple<HObject, Runs, Runs> table[] = {
+      // Overlapping, touching, contained and apart, in any order; the second is what lies in a frame of 4 x 3.
+      {region_of({2, 0, 0, 0, 0}, {1, 7, 0, 3, 1}, {1, 9, 2, 4, 1}),
+       {{0, 0, 2}, {0, 7, 1}, {4, 9, 1}},
+       {{0, 2}, {0, 1}, {3, 1}}},
+      {region_of({-1, 1, 3}, {0, -5, 0}, {3, 0, 3}), {{-1, 1, 3}, {0, -5, 0}, {3, 0, 3}}, {{1}, {0}, {0}}},
+      {region_of({0, 0}, {INT32_MIN, 5}, {INT32_MAX, 6}), {{0}, {INT32_MIN}, {INT32_MAX}}, {{0}, {0}, {3}}},
+      {region_of({}, {}, {}), {{}, {}, {}}, {{}, {}, {}}},
+  };
+  for (const auto& [region, runs, inside] : table) {
+    EXPECT_EQ(runs_of(region), runs);
+    HObject mask, frame, reduced;
+    RegionToBin(region, &mask, 255, 7, 4, 3);
+    Integers expected(12, 7);
+    for (std::size_t i = 0; i < inside[0].size(); ++i)
+      for (double column = inside[1][i]; column <= inside[2][i]; ++column)
+        expected[static_cast<std::size_t>(inside[0][i] * 4 + column)] = 255;
+    EXPECT_EQ(pixels_of(mask), expected);
+    GenImageConst(&frame, "byte", 4, 3);
+    ReduceDomain(frame, region, &reduced);
+    EXPECT_EQ(runs_of(HImage(reduced).GetDomain()), inside);
+    ReduceDomain(reduced, region_of({0}, {0}, {0}), &reduced);
+    EXPECT_EQ(runs_of(HImage(reduced).GetDomain())[0].size(), expected[0] == 255 ? 1U : 0U);
+  }
+}
+
+TEST(Regions, AreMeasuredOneByOne) {
+  HObject rectangle, circle, empty, regions;
+  GenRectangle1(&rectangle, 10, 20, 12, 25);
+  GenCircle(&circle, 5.0, 6.0, 1.0);
+  GenEmptyRegion(&empty);
+  ConcatObj(rectangle, empty, &regions);
+  ConcatObj(regions, circle, &regions);
+  HTuple area, row, column;
+  AreaCenter(regions, &area, &row, &column);
+  EXPECT_THAT(reals_of(area), ElementsAre(18, 0, 5));
+  EXPECT_THAT(reals_of(row), ElementsAre(11, 0, 5));
+  EXPECT_THAT(reals_of(column), ElementsAre(22.5, 0, 6));
+}
+
+TEST(Lines, AnswerPointsLengthsAndAngles) {
+  HObject contour, polygon, parallels, all;
+  HTuple rows = tuple_of({0, 0, -4}), cols = tuple_of({0, 3, 3}), length, phi, t[8];
+  GenContourPolygonXld(&contour, rows, cols);
+  GenPolygonXld(&polygon, rows, cols);
+  GenParallelsXld(&parallels, HTuple(), HTuple(), rows, cols);
+  ConcatObj(contour, polygon, &all);
+  ConcatObj(all, parallels, &all);
+  LengthXld(all, &length);
+  EXPECT_THAT(reals_of(length), ElementsAre(7, 7, 0));
+  GetPolygonXld(polygon, &t[0], &t[1], &length, &phi);
+  EXPECT_THAT(reals_of(length), ElementsAre(3, 4));
+  EXPECT_THAT(reals_of(phi), ElementsAre(0, std::atan2(4, 0)));
+  GetParallelsXld(parallels, &t[0], &t[1], &t[2], &t[3], &t[4], &t[5], &t[6], &t[7]);
+  EXPECT_THAT(reals_of(t[0]), IsEmpty());
+  EXPECT_THAT(reals_of(t[2]), ElementsAre(0));
+  EXPECT_THAT(reals_of(t[6]), ElementsAre(3, 4));
+  GetContourXld(contour, &t[0], &t[1]);
+  contour = all = HObject();  // the tuples keep what they read
+  EXPECT_THAT(reals_of(t[0]), ElementsAre(0, 0, -4));
+  EXPECT_THAT(reals_of(t[1]), ElementsAre(0, 3, 3));
+}
+
+TEST(ObjectTuples, KeepTheirOrder) {
+  HObject empty, all, selected;
+  GenEmptyObj(&empty);
+  HTuple none, number, names;
+  GetObjClass(empty, &none);
+  EXPECT_EQ(none.Length(), 0);
+  HObject contour, polygon, parallels;
+  GenContourPolygonXld(&contour, HTuple(), HTuple());
+  GenPolygonXld(&polygon, 1, 2.5);
+  GenParallelsXld(&parallels, 1, 2, 3, 4);
+  all = empty;
+  for (const HObject& object :
+       {image_of<std::uint8_t>("byte", {1}), region_of({}, {}, {}), contour, polygon, parallels})
+    ConcatObj(all, object, &all);
+  CountObj(all, &number);
+  EXPECT_EQ(number[0].L(), 5);
+  SelectObj(all, &selected, tuple_of({5, 4, 1, 2, 3, 3}));
+  GetObjClass(selected, &names);
+  std::vector<std::string> classes;
+  for (Hlong i = 0; i < names.Length(); ++i) classes.push_back(names[i].S().Text());
+  EXPECT_THAT(classes, ElementsAre("xld_parallel", "xld_poly", "image", "region", "xld_cont", "xld_cont"));
+}
+
+TEST(Refusals, NameTheOperatorAndTheReason) {
+  const HObject unset, gray = image_of<std::uint8_t>("byte", {1, 2, 3, 4}, 2), deep = image_of<float>("real", {1});
+  const HObject region = region_of({0}, {0}, {0});
+  HObject two, three, images, out, none;
+  Compose2(gray, gray, &two);
+  Compose3(gray, gray, gray, &three);
+  ConcatObj(gray, gray, &images);
+  GenEmptyObj(&none);
+  HTuple a, b, c;
+  const std::pair<std::function<void()>, const char*> table[] = {
+      {[&] { CountObj(unset, &a); }, "CountObj: the object is not set"},
+      {[&] { SelectObj(images, &out, 3); }, "SelectObj: object 3 of a tuple of 2 objects does not exist"},
+      {[&] { HImage{unset}; }, "HImage: the object is not set"},
+      {[&] { HImage{region}; }, "HImage: expects an object of class \"image\", not \"region\""},
+      {[&] { HRegion{gray}; }, "HRegion: expects an object of class \"region\", not \"image\""},
+      {[&] { HImage(images).CountChannels(); }, "CountChannels: expects one object"},
+      {[&] { HImage(none).GetDomain(); }, "GetDomain: expects one object of class \"image\", not 0 objects"},
+      {[&] { ConvertImageType(region, &out, "byte"); }, "ConvertImageType: expects an object of class \"image\""},
+      {[&] { ConvertImageType(gray, &out, "complex"); }, "ConvertImageType: 'complex' is no pixel type"},
+      {[&] { Decompose3(two, &out, &out, &out); }, "Decompose3: expects an image of 3 channels, not 2"},
+      {[&] { Compose2(gray, deep, &out); }, "Compose2: the images differ: 2 x 2 pixels of type byte and 1 x 1"},
+      {[&] { AccessChannel(two, &out, 3); }, "AccessChannel: the channel is 3; 1 to 2 is possible"},
+      {[&] { InterleaveChannels(two, &out, "bgr", "match", 255); }, "'bgr' expects an image of 3 channels, not 2"},
+      {[&] { InterleaveChannels(three, &out, "rgb", "match", 255); }, "the pixel format 'rgb' is not"},
+      {[&] { InterleaveChannels(three, &out, "bgr", 12, 255); }, "row_bytes must be one string"},
+      {[&] { InterleaveChannels(three, &out, "bgr", "match", 256); }, "alpha is 256; 0 to 255 is possible"},
+      {[&] { InterleaveChannels(converted(three, "real"), &out, "bgr", "match", 255); }, "type \"byte\", not \"real\""},
+      {[&] { RegionToBin(region, &out, 255, 0, 0, 5); }, "RegionToBin: the width is 0; 1 to 1048576 is possible"},
+      {[&] { RegionToBin(region, &out, 255, 0, 1 << 20, 1 << 20); }, "bytes; at most"},
+      {[&] { GetRegionRuns(gray, &a, &b, &c); }, "GetRegionRuns: expects"},
+      {[&] { AreaCenter(gray, &a, &b, &c); }, "AreaCenter: expects"},
+      {[&] { GetContourXld(region, &a, &b); }, "GetContourXld: expects an object of class \"xld_cont\""},
+      {[&] { LengthXld(region, &a); }, "LengthXld: expects XLD objects, not an object of class \"region\""},
+      {[&] { GenImage1(&out, "byte", 2, 2, nullptr); }, "GenImage1: the pixel pointer is null"},
+      {[&] { region_of({0}, {2}, {1}); }, "GenRegionRuns: run 0 ends before it begins"},
+      {[&] { region_of(Integers(2), {2}, {2}); }, "GenRegionRuns: the coordinate tuples differ in length"},
+      {[&] { region_of({0}, {0}, {std::int64_t{1} << 31}); }, "GenRegionRuns: column_end holds a coordinate outside"},
+      {[&] { GenContourPolygonXld(&out, 1, HTuple()); }, "GenContourPolygonXld: 1 rows and 0 columns make no line"},
+      {[&] { GenPolygonXld(&out, "a", 1); }, "GenPolygonXld: row must hold numbers only"},
+  };
+  for (const auto& [call, message] : table) EXPECT_THAT(failure_of(call), HasSubstr(message));
+}
+
+struct Replacer : CallWatcher {
+  void answered(const char* operation, HTuple& answer) override { answer = HTuple(operation); }
+  void answered(const char*, void*& pointer) override { pointer = nullptr; }
+};
+
+TEST(Watching, ReplacesAnswers) {
+  const HImage image = image_of<std::uint8_t>("byte", {1});
+  HString type;
+  Hlong width, height, pitch, step, bits;
+  HTuple area, row, column, channels;
+  Replacer replacer;
+  WatchCalls(&replacer);
+  const void* first = image.GetImagePointer1(&type, &width, &height);
+  const void* second = image.GetImagePointer1Rect(&width, &height, &pitch, &step, &bits);
+  AreaCenter(region_of({0}, {0}, {0}), &area, &row, &column);
+  channels = image.CountChannels();
+  WatchCalls(nullptr);
+  EXPECT_EQ(first, nullptr);
+  EXPECT_EQ(second, nullptr);
+  EXPECT_STREQ(area[0].S().Text(), "AreaCenter");
+  EXPECT_STREQ(channels[0].S().Text(), "CountChannels");
+}
+
+}  // namespace
