@@ -77,8 +77,12 @@ struct Access {
   // The elements move into the tuple without a copy.
   static HTuple integers(Buffer<Hlong> values);
   static HTuple reals(Buffer<double> values);
-  // One-element tuples of any mix become the tuple of their elements, stored by what they have in common.
-  static HTuple elements(std::vector<HTuple> values);
+  // The same; the tuple takes over one reference to each element, also when this throws.
+  static HTuple strings(Buffer<const StringData*> values);
+  static HTuple handles(Buffer<HandleData*> values);
+  // One-element tuples of any mix, moved from, become the tuple of their elements, stored by what they have in common.
+  static HTuple elements(std::span<HTuple> values);
+  static HTuple elements(std::vector<HTuple> values) { return elements(std::span<HTuple>(values)); }
   // The tuple reads `values`, which `owner` keeps alive.
   static HTuple lend(std::span<const double> values, std::shared_ptr<const void> owner);
   static HTuple lend(std::span<const std::int32_t> values, std::shared_ptr<const void> owner);

@@ -9,6 +9,8 @@ namespace HalconCpp::detail::limits {
 
 // Nesting of dictionaries, arrays and handles in a file.
 inline constexpr int nesting = 1024;
+// How often the dictionaries of one written file may refer to one that has been written already.
+inline constexpr std::size_t repeated_dicts = std::size_t{1} << 20;
 // Width and height of an image, and its number of channels.
 inline constexpr std::int64_t image_side = 1 << 20;
 inline constexpr std::size_t image_channels = 4096;

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <iterator>
 
 #include "core/access.h"
 #include "core/failure.h"
@@ -89,11 +91,10 @@ void append_plain(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) no
 
 template <class T>
 void append_counted(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
-  to.reserve(to.size() + static_cast<std::size_t>(from.Length()));
   for (Hlong i = 0; i < from.Length(); ++i) {
     T element = read(Access::element(from, i));
-    retain(element);
     to.push_back(element);
+    retain(element);
   }
 }
 
@@ -234,16 +235,66 @@ HTuple Access::reals(Buffer<double> values) {
   return from_array(new RealArray(ArrayKind::Reals, std::move(values)));
 }
 
-HTuple Access::elements(std::vector<HTuple> values) {
+namespace {
+
+template <class Array, class T>
+Array* new_counted(ArrayKind kind, Buffer<T> values) {
+  try {
+    return new Array(kind, std::move(values));
+  } catch (...) {
+    for (T value : values) release(value);
+    throw;
+  }
+}
+
+}  // namespace
+
+HTuple Access::strings(Buffer<const StringData*> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return adopt_string(values[0]);
+  return from_array(new_counted<StringArray>(ArrayKind::Strings, std::move(values)));
+}
+
+HTuple Access::handles(Buffer<HandleData*> values) {
+  if (values.empty()) return {};
+  if (values.size() == 1) return handle_tuple(wrap(values[0]));
+  return from_array(new_counted<HandleArray>(ArrayKind::Handles, std::move(values)));
+}
+
+namespace {
+
+template <class T, class Take>
+Buffer<T> taken(std::span<HTuple> values, Take take) {
+  Buffer<T> elements(values.size());
+  for (std::size_t i = 0; i < values.size(); ++i) elements[i] = take(values[i]);
+  return elements;
+}
+
+}  // namespace
+
+HTuple Access::elements(std::span<HTuple> values) {
   if (values.empty()) return {};
   if (values.size() == 1) return std::move(values[0]);
-  TupleKind kind = values[0].kind_;
-  for (const HTuple& value : values)
-    if (value.kind_ != kind) kind = TupleKind::Array;
-  if (kind == TupleKind::Array) return from_array(new MixedArray(std::move(values)));
-  std::unique_ptr<ArrayData, ReleaseArray> array(new_array(kind));
-  for (const HTuple& value : values) grow(*array, value);
-  return from_array(array.release());
+  const TupleKind kind = values[0].kind_;
+  const bool mixed = std::any_of(values.begin(), values.end(), [&](const HTuple& v) { return v.kind_ != kind; });
+  switch (mixed ? TupleKind::Array : kind) {
+    case TupleKind::Integer:
+      return integers(taken<Hlong>(values, [](HTuple& value) { return value.data_.integer; }));
+    case TupleKind::Real:
+      return reals(taken<double>(values, [](HTuple& value) { return value.data_.real; }));
+    case TupleKind::String:
+      return strings(taken<const StringData*>(values, [](HTuple& value) {
+        value.kind_ = TupleKind::Empty;
+        return value.data_.string;
+      }));
+    case TupleKind::Handle:
+      return handles(taken<HandleData*>(values, [](HTuple& value) {
+        value.kind_ = TupleKind::Empty;
+        return value.data_.handle;
+      }));
+    default:
+      return from_array(new MixedArray({std::move_iterator(values.begin()), std::move_iterator(values.end())}));
+  }
 }
 
 HTuple Access::lend(std::span<const double> values, std::shared_ptr<const void> owner) {

@@ -61,8 +61,9 @@ bool is_ascii_word(const Byte* at) {
 
 }  // namespace
 
-bool is_utf8(std::string_view text) noexcept {
-  const auto* at = reinterpret_cast<const Byte*>(text.data());
+std::size_t valid_utf8_length(std::string_view text) noexcept {
+  const auto* begin = reinterpret_cast<const Byte*>(text.data());
+  const Byte* at = begin;
   const Byte* end = at + text.size();
   while (at < end) {
     if (end - at >= 8 && is_ascii_word(at)) {
@@ -70,10 +71,10 @@ bool is_utf8(std::string_view text) noexcept {
       continue;
     }
     const std::size_t length = character_length(at, end);
-    if (length == 0) return false;
+    if (length == 0) break;
     at += length;
   }
-  return true;
+  return static_cast<std::size_t>(at - begin);
 }
 
 void append_utf8(std::string& text, char32_t c) {

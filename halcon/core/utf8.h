@@ -7,7 +7,9 @@
 
 namespace HalconCpp::detail {
 
-bool is_utf8(std::string_view text) noexcept;
+// How many bytes are UTF-8 before the first that is not.
+std::size_t valid_utf8_length(std::string_view text) noexcept;
+inline bool is_utf8(std::string_view text) noexcept { return valid_utf8_length(text) == text.size(); }
 std::string latin1_to_utf8(std::string_view text);
 // The number of wide characters, and the text itself; `text` is UTF-8.
 std::size_t wide_length(std::string_view text) noexcept;

@@ -1,0 +1,51 @@
+// The keys of one JSON document: each text is kept once, and so is each list of keys.
+#ifndef HALCONCPP_DICTS_JSON_KEYS_H
+#define HALCONCPP_DICTS_JSON_KEYS_H
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "core/access.h"
+
+namespace HalconCpp::detail {
+
+class JsonKeys {
+ public:
+  JsonKeys() noexcept = default;
+  JsonKeys(const JsonKeys&) = delete;
+  JsonKeys& operator=(const JsonKeys&) = delete;
+  ~JsonKeys();
+
+  // The one copy of a text, which lives as long as this object. `new_in_object` is set to false when object number
+  // `object` may have used the key before; objects are numbered upwards from 1 in the order in which they begin.
+  const StringData* key(std::string_view text, std::uint32_t object, bool& new_in_object);
+
+  // Keys made by `key`, as a tuple; null when that list has not been remembered.
+  const HTuple* known_list(std::span<const StringData* const> keys) const noexcept;
+  // Makes the tuple and remembers it.
+  const HTuple& new_list(std::span<const StringData* const> keys);
+
+  // The integers 0..n-1.
+  HTuple numbers(std::size_t n);
+
+ private:
+  struct Slot {
+    const StringData* text = nullptr;  // null: free
+    std::uint32_t hash = 0;
+    std::uint32_t last_object = 0;
+  };
+  static std::size_t list_place(std::span<const StringData* const> keys) noexcept;
+  void grow();
+
+  std::vector<Slot> slots_;
+  std::size_t used_ = 0;
+  std::array<HTuple, 256> lists_;
+  std::array<HTuple, 64> numbers_;
+};
+
+}  // namespace HalconCpp::detail
+
+#endif
