@@ -1,4 +1,6 @@
 // Settings of the library and what it tells about itself.
+#include "core/access.h"
+#include "core/failure.h"
 #include "iconic/arguments.h"
 
 namespace HalconCpp {

@@ -1,5 +1,8 @@
 // Dictionary files: JSON and the built-in container.
+#include <algorithm>
+
 #include "container/container.h"
+#include "core/failure.h"
 #include "core/file.h"
 #include "dicts/entry_queries.h"
 #include "dicts/json.h"

@@ -1,5 +1,6 @@
 // Dictionaries in memory: made, filled and queried.
 #include "HalconCreate.h"
+#include "core/failure.h"
 #include "dicts/entry_queries.h"
 
 namespace HalconCpp {

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <typeinfo>
 
+#include "core/failure.h"
 #include "iconic/arguments.h"
 
 namespace HalconCpp::detail {

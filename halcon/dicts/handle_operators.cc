@@ -1,4 +1,5 @@
 // The queries that work on every handle with keys.
+#include "core/failure.h"
 #include "dicts/entry_queries.h"
 
 namespace HalconCpp {

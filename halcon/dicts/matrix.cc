@@ -5,6 +5,7 @@
 #include <typeinfo>
 
 #include "HalconCreate.h"
+#include "core/failure.h"
 #include "dicts/entry_queries.h"
 #include "iconic/arguments.h"
 
