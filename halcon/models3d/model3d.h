@@ -11,7 +11,7 @@ namespace HalconCpp::detail {
 struct Model3dParts {
   HTuple x, y, z;           // reals, equal length; the points
   HTuple nx, ny, nz;        // one normal per point, or empty
-  HTuple red, green, blue;  // 0..255 per point, or empty
+  HTuple red, green, blue;  // integers 0..255 per point, or empty
   HTuple triangles;         // three 0-based point numbers per triangle
   Hlong faces = 0;          // faces as the file had them, before polygons were cut into triangles
   HTuple primitive_type;    // empty, or "sphere", ...
@@ -24,11 +24,15 @@ class Model3dData final : public HandleData {
   const char* semantic_type() const noexcept override { return "object_model_3d"; }
   const EntryTable* entries() const noexcept override { return &entries_; }
   const Model3dParts& parts() const noexcept { return parts_; }
-  // "num_points", "has_primitive_data", "primitive_type", "center", "diameter_axis_aligned_bounding_box",
-  // "bounding_box1"; refuses other names.
-  HTuple parameter(std::string_view name) const;
+  // One of the entries: "num_points", "has_primitive_data", "primitive_type", ...; a model without points and primitive
+  // has no "center", "diameter_axis_aligned_bounding_box" and "bounding_box1". Refuses what is not there.
+  HTuple parameter(const HTuple& name) const;
 
  private:
+  void show(const char* key, HTuple value);
+  void show_extent();
+  void show_points();
+
   Model3dParts parts_;
   EntryTable entries_;
 };
