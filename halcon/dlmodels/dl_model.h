@@ -2,6 +2,9 @@
 #ifndef HALCONCPP_DLMODELS_DL_MODEL_H
 #define HALCONCPP_DLMODELS_DL_MODEL_H
 
+#include <cstddef>
+#include <span>
+
 #include "dicts/entry_table.h"
 
 namespace HalconCpp::detail {
@@ -11,6 +14,9 @@ struct DlModelData final : HandleData {
   const EntryTable* entries() const noexcept override { return &table; }
   EntryTable table;
 };
+
+// An ONNX model; `file` is the whole file. Refuses what is none, what is cut off and what is damaged.
+HHandle read_onnx(std::span<const std::byte> file);
 
 }  // namespace HalconCpp::detail
 
