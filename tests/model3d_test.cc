@@ -1,0 +1,245 @@
+// 3D object models: every format, what a model tells of itself, and files that promise what they do not hold.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "HalconCreate.h"
+#include "support/files.h"
+
+namespace {
+
+using namespace HalconCpp;
+using ::testing::AllOf, ::testing::HasSubstr, ::testing::StartsWith;
+
+HTuple get(const HTuple& model, const char* name) {
+  HTuple values;
+  GetObjectModel3dParams(model, name, &values);
+  return values;
+}
+
+// "1 0.5 true"
+std::string text(const HTuple& values) {
+  std::string text;
+  for (Hlong i = 0; i < values.Length(); ++i) {
+    char number[32];
+    if (HTuple(values[i]).TupleIsStringElem()[0].L())
+      text += std::string(values[i].S().Text()) + " ";
+    else if (std::snprintf(number, sizeof number, "%g ", values[i].D()) > 0)
+      text += number;
+  }
+  return text.substr(0, text.size() - std::min<std::size_t>(text.size(), 1));
+}
+
+class Model3d : public ::testing::Test {
+ protected:
+  HTuple open(const std::string& name, const std::string& content, const HTuple& scale = "m") {
+    test::write(folder / name, content);
+    HTuple model, status;
+    ReadObjectModel3d((folder / name).c_str(), scale, HTuple(), HTuple(), &model, &status);
+    return model;
+  }
+  // The message of a refusal; empty when the file opens.
+  std::string refusal(const std::string& name, const std::string& content, const HTuple& scale = "m") {
+    try {
+      open(name, content, scale);
+      return "";
+    } catch (const HException& failure) {
+      return failure.ErrorMessage().Text();
+    }
+  }
+  test::TempDir folder;
+};
+
+template <class T>
+void add(std::string& bytes, T value, bool big_endian) {
+  char raw[sizeof value];
+  std::memcpy(raw, &value, sizeof value);
+  if (big_endian) std::reverse(raw, raw + sizeof value);
+  bytes.append(raw, sizeof value);
+}
+
+const std::string square_header =
+    "element vertex 4\nproperty float x\nproperty float y\nproperty float z\n"
+    "element face 1\nproperty list uchar int vertex_indices\nend_header\n";
+const std::string ascii = "ply\nformat ascii 1.0\n";
+constexpr float square[4][3] = {{0, 0, 0}, {2, 0, 0}, {2, 1, 0}, {0, 1, 0}};
+
+// A text PLY of points with further properties.
+std::string ply(int count, const std::vector<std::string>& properties, const std::string& rows) {
+  std::string header = "ply\r\nformat ascii 1.0\r\nelement other 2\r\nproperty list int int l\r\nelement vertex " +
+                       std::to_string(count) + "\r\nproperty double x\r\nproperty int y\r\nproperty float z\r\n";
+  for (const std::string& property : properties) header += "property " + property + "\r\n";
+  return header + "end_header\r\n2 7 7\r\n0\r\n" + rows;
+}
+
+std::string binary_ply(bool big_endian) {
+  std::string bytes = std::string("ply\nformat binary_") + (big_endian ? "big" : "little") + "_endian 1.0\n";
+  bytes += square_header;
+  for (const auto& corner : square)
+    for (const float value : corner) add(bytes, value, big_endian);
+  bytes += '\4';
+  for (int i = 0; i < 4; ++i) add(bytes, i, big_endian);
+  return bytes;
+}
+
+// Begins with "solid", as some programs write binary files.
+std::string binary_stl() {
+  std::string bytes = "solid" + std::string(75, ' ');
+  add(bytes, 2u, false);
+  for (const auto& facet : {std::vector{0, 1, 2}, std::vector{0, 2, 3}}) {
+    bytes.append(12, '\0');
+    for (const int point : facet)
+      for (const float value : square[point]) add(bytes, value, false);
+    bytes.append(2, '\0');
+  }
+  return bytes;
+}
+
+// The same rectangle in every format.
+const std::vector<std::pair<const char*, std::string>> rectangles = {
+    {"a.ply", ascii + "comment c\n" + square_header + "0 0 0\n2 0 0\n2 1 0\n0 1 0\n4 0 1 2 3\n"},
+    {"little.ply", binary_ply(false)},
+    {"big.ply", binary_ply(true)},
+    {"a.off", "OFF 4 1 4\n0 0 0\n2 0 0\n# c\n2 1 0\n0 1 0\n4 0 1 2 3\n"},
+    {"a.stl",
+     "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 2 0 0\nvertex 2 1 0\nendloop\nendfacet\n"
+     "FACET NORMAL 0 0 1\nOUTER LOOP\nVERTEX -0 0 0\nVERTEX 2 1 0\nVERTEX 0 1 0\nENDLOOP\nENDFACET\nENDSOLID\n"},
+    {"binary.stl", binary_stl()},
+    {"a.obj", "# c\nv 0 0 0\nv 2 0 0 # c\nv 2 1 0\nv 0 1 0\ng x\nf 1/1 2//2 -2/3/3 \\\n 4\n"},
+};
+
+TEST_F(Model3d, EveryFormatKeepsPointsAndFaces) {
+  for (const auto& [name, content] : rectangles)
+    for (const std::string& file : {std::string(name), std::string("by content")}) {
+      SCOPED_TRACE(name + (" as " + file));
+      const HTuple model = open(file, content);
+      EXPECT_EQ(text(get(model, "point_coord_x")), "0 2 2 0");
+      EXPECT_EQ(text(get(model, "point_coord_y")), "0 0 1 1");
+      EXPECT_EQ(text(get(model, "triangles")), "0 1 2 0 2 3");
+      EXPECT_EQ(text(get(model, "bounding_box1")), "0 0 0 2 1 0");
+    }
+}
+
+// Text whose last word is cut off may still be whole, and an OBJ has no end.
+TEST_F(Model3d, EveryCutIsRefused) {
+  for (const auto& [name, content] : rectangles) {
+    const std::size_t whole = content.size() - (content.back() == '\n' ? 2 : 0);
+    for (std::size_t size = 0; size < whole && name[2] != 'o'; ++size)
+      EXPECT_NE(refusal(std::to_string(size) + name, content.substr(0, size)), "") << name << " cut to " << size;
+  }
+}
+
+TEST_F(Model3d, DetailsOfFormats) {
+  const std::string triangle = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvn 1 0 0\nvn 2 0 0\nvn 3 0 0\n";
+  const struct {
+    const char* name;
+    std::string content;
+    const char *parameter, *value;
+  } cases[] = {
+      {"points.ply", ply(2, {}, "1.5 2 3\r\n4 5 6\r\n"), "point_coord_x", "1.5 4"},
+      {"normals.ply", ply(2, {"float nx", "float ny", "float nz"}, "5 5 5 0 0 1\n6 6 6 1 0 0"), "point_normal_x",
+       "0 1"},
+      {"no_nz.ply", ply(1, {"float nx", "float ny"}, "5 5 5 0 0"), "has_point_normals", "false"},
+      {"uchar.ply", ply(2, {"uchar red", "uchar green", "uchar blue"}, "0 0 0 1 2 3\n0 0 0 4 255 6"),
+       "point_color_green", "2 255"},
+      {"ushort.ply", ply(2, {"ushort red", "ushort green", "ushort blue"}, "0 0 0 65535 2 3\n0 0 0 257 5 6"),
+       "point_color_red", "255 1"},
+      {"float.ply", ply(2, {"float red", "float green", "float blue"}, "0 0 0 1 0 nan\n0 0 0 0.5 0 -1"),
+       "point_color_red", "255 128"},
+      {"nan.ply", ply(2, {}, "nan 2 nan\n4 5 6\n"), "bounding_box1", "4 2 6 4 5 6"},
+      {"relative.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf -3 -2 -1\nf -1 -2 -3\n", "triangles", "0 1 2 2 1 0"},
+      {"numbers.obj", "v +1 2. 3.1+e2\nv 1e-2 -.5 3.1-e2\n", "point_coord_z", "310 0.031"},
+      {"colours.obj", "v 0 0 0 0 0.5 1\nv 1 1 1 1 1 1\n", "point_color_green", "128 255"},
+      {"cloud.obj", "vn 0 0 1\nv 0 0 0\nvn 0 1 0\nv 1 1 1\n", "point_normal_y", "0 1"},
+      {"swapped.obj", triangle + "f 1//3 2//2 3//1\n", "point_normal_x", "3 2 1"},
+      {"shared.obj", triangle + "f 1//1 2//1 3//1\nf 1//2 2//2 3//2\n", "has_point_normals", "false"},
+      {"c.off", "\n# c\nSTCNOFF\n1 0\n1 2 3  0 0 1  255 128 0 255  0.5 0.5\n", "point_color_green", "128"},
+      {"n.off", "NOFF\n1 0 0\n1 2 3 0 0 1\n", "point_normal_z", "1"},
+      {"line.off", "OFF\n2 1 0\n0 0 0\n1 1 1\n2 0 1 0.5 0.5 0.5\n", "num_faces", "1"},
+      {"two.stl", rectangles[4].second + rectangles[4].second, "num_points", "4"},
+      {"empty.stl", "solid nothing\nendsolid nothing\n", "num_points", "0"},
+  };
+  for (const auto& expected : cases) {
+    SCOPED_TRACE(expected.name);
+    EXPECT_EQ(text(get(open(expected.name, expected.content), expected.parameter)), expected.value);
+  }
+}
+
+TEST_F(Model3d, RefusalsSayWhatIsWrong) {
+  const std::string origins = "0 0 0\n0 0 0\n0 0 0\n0 0 0\n", xy = "property float x\nproperty float y\n";
+  const struct {
+    const char* name;
+    std::string content;
+    const char* reason;
+  } cases[] = {
+      {"billion.ply", ply(1000000000, {}, "0 0 0\n"), "1000000000 elements 'vertex', but only 6 bytes follow"},
+      {"twice.ply", ply(1, {"float nx", "float nx"}, "0 0 0 0 0\n"), "twice"},
+      {"no_z.ply", ascii + "element vertex 1\n" + xy + "end_header\n1 1\n", "no x, y and z"},
+      {"list.ply", ascii + square_header + origins + "4000000000 0 1 2\n", "more elements than the file holds"},
+      {"short.ply", ascii + square_header + "0 0 0\n0 0\n0 0 0\n0 0 0\n3 0 1 2\n", "line 11: a number is missing"},
+      {"face.ply", ascii + square_header + origins + "3 0 1 4\n", "point 4 (counted from 0), but there are only 4"},
+      {"negative.ply", ascii + square_header + origins + "3 0 1 -1\n", "names point -1"},
+      {"billion.off", "OFF\n1000000000 0 0\n0 0 0\n", "promises 1000000000 vertices"},
+      {"huge.off", "OFF\n353535235358 6 0\n0 0 0\n", "more than the limit of 2147483647"},
+      {"four.off", "4OFF\n1 0 0\n0 0 0 1\n", "three coordinates"},
+      {"binary.off", "OFF BINARY\n1 0 0\n", "binary OFF"},
+      {"word.obj", "v 0 0 zero\n", "line 1: 'zero' is no number"},
+      {"range.obj", "v 0 0 1e999\n", "beyond the range"},
+      {"index.obj", "v 0 0 0\nf 1 1 9\n", "names point 8"},
+      {"zero.obj", "v 0 0 0\nf 1 1 0\n", "'0' is no corner"},
+      {"back.obj", "v 0 0 0\nf 1 1 -2\n", "line 2: index -2"},
+      {"empty.obj", "# nothing\n", "no vertices"},
+      {"facets.stl", binary_stl() + "x", "of 2 facets it would have 184 bytes, but it has 185"},
+      {"word.stl", "solid a\nfacet normal 0 0 1\nouter lop\n", "line 3: 'loop' is expected"},
+      {"a.om3", "HALCON", "need a build against it"},
+      {"a.txt", "some text", "of no format"},
+      {"nothing.ply", "", "empty"},
+  };
+  for (const auto& expected : cases)
+    EXPECT_THAT(refusal(expected.name, expected.content),
+                AllOf(StartsWith("ReadObjectModel3d: '"), HasSubstr(expected.name), HasSubstr(expected.reason)));
+  EXPECT_THAT(refusal("a.off", rectangles[3].second, "mm"), HasSubstr("scale"));
+  HTuple model, status;
+  for (const HTuple& values : {HTuple(), HTuple(1)})
+    EXPECT_THROW(ReadObjectModel3d((folder / "a.off").c_str(), "m", "a", values, &model, &status), HException);
+}
+
+TEST_F(Model3d, ModelsTellTheirExtent) {
+  HTuple points, sphere, nothing, names("num_points");
+  GenObjectModel3dFromPoints(HTuple(-1).Append(1), HTuple(-1.0).Append(2), HTuple(1).Append(3), &points);
+  GenSphereObjectModel3d(1, 2, 3, 0.5, &sphere);
+  GenObjectModel3dFromPoints(HTuple(), HTuple(), HTuple(), &nothing);
+  for (const char* name : {"has_primitive_data", "primitive_type"}) names.Append(name);
+  HTuple values;
+  GetObjectModel3dParams(nothing, names, &values);
+  EXPECT_EQ(text(values), "0 false none");
+  EXPECT_THROW(get(nothing, "center"), HException);
+  for (const char* name : {"center", "diameter_axis_aligned_bounding_box", "bounding_box1"}) names.Append(name);
+  GetObjectModel3dParams(points, names, &values);
+  EXPECT_EQ(text(values), "2 false none 0 0.5 2 4.12311 -1 -1 1 1 2 3");
+  GetObjectModel3dParams(sphere, names, &values);
+  EXPECT_EQ(text(values), "0 true sphere 1 2 3 1.73205 0.5 1.5 2.5 1.5 2.5 3.5");
+  EXPECT_THROW(GenObjectModel3dFromPoints(1, 2, HTuple(), &points), HException);
+  EXPECT_THROW(GenObjectModel3dFromPoints(1, "a", 3, &points), HException);
+  EXPECT_THROW(GenSphereObjectModel3d(1, 2, 3, 0, &sphere), HException);
+  EXPECT_THROW(get(HTuple(1), "num_points"), HException);
+}
+
+TEST_F(Model3d, TheContainerKeepsEverything) {
+  const HTuple model =
+      open("full.off", "CNOFF\n3 1 0\n0 0 0 0 0 1 1 2 3\n1 0 0 0 1 0 4 5 6\n0 0.1 nan 1 0 0 7 8 9\n3 2 1 0\n");
+  HTuple back, status;
+  WriteObjectModel3d(model, (folder / "m.om3").c_str());
+  ReadObjectModel3d((folder / "m.om3").c_str(), "m", HTuple(), HTuple(), &back, &status);
+  for (const char* name : {"num_points", "num_faces", "bounding_box1", "point_coord_y", "point_coord_z",
+                           "point_normal_x", "point_color_red", "triangles"})
+    EXPECT_EQ(text(get(back, name)), text(get(model, name))) << name;
+  EXPECT_EQ(text(get(back, "point_color_blue")), "3 6 9");
+}
+
+}  // namespace
