@@ -41,6 +41,7 @@ const std::string opset = message(8, message(1, "") + number(2, 13));
 std::string model(const std::string& graph) { return number(1, 8) + message(7, graph) + opset; }
 
 // "{name: x, shape: [1, 2]}"; a tuple of one element has no brackets.
+// NOLINTNEXTLINE(misc-no-recursion): the models of this test are a few levels deep
 std::string text(const HTuple& tuple) {
   std::string all;
   for (Hlong i = 0; i < tuple.Length(); ++i) {

@@ -32,6 +32,8 @@ constexpr struct {
   void (*check)(const std::filesystem::path&, Report&);
 } sections[] = {
     {"images", check_images},
+    {"models3d", check_models3d},
+    {"onnx", check_onnx},
 };
 
 int run(const std::filesystem::path& folder, const char* const* chosen, int count) {
