@@ -10,15 +10,14 @@
 
 namespace HalconCpp::detail {
 
-// Samples of 0..max; T is std::uint8_t or std::uint16_t. Channels behind the colours stay.
+// All samples are of 0..max; T is std::uint8_t or std::uint16_t. Channels behind the colours stay.
 template <class T>
 void cmyk_to_rgb(ImageDraft& draft, std::size_t pixels, std::uint32_t max) {
   const T* black = draft.plane<T>(3);
   for (std::size_t c = 0; c < 3; ++c) {
     T* plane = draft.plane<T>(c);
     for (std::size_t i = 0; i < pixels; ++i) {
-      const std::uint32_t ink = std::min<std::uint32_t>(plane[i], max), key = std::min<std::uint32_t>(black[i], max);
-      plane[i] = static_cast<T>(((max - ink) * (max - key) + max / 2) / max);
+      plane[i] = static_cast<T>(((max - plane[i]) * (max - black[i]) + max / 2) / max);
     }
   }
   draft.drop_channel(3);

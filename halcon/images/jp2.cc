@@ -316,7 +316,8 @@ Buffer<std::byte> write_jp2(const Image& image) {
   const Codec codec = required(Codec(opj_create_compress(OPJ_CODEC_JP2)));
   const Stream stream = open_stream(sink);
   listen(codec, message);
-  const bool done = opj_setup_encoder(codec.get(), &parameters, picture.get()) &&
+  const bool done = opj_codec_set_threads(codec.get(), 0) &&
+                    opj_setup_encoder(codec.get(), &parameters, picture.get()) &&
                     opj_start_compress(codec.get(), picture.get(), stream.get()) &&
                     opj_encode(codec.get(), stream.get()) && opj_end_compress(codec.get(), stream.get());
   if (sink.out_of_memory) throw std::bad_alloc();

@@ -61,11 +61,16 @@ int keep_error(TIFF*, void* user, const char*, const char* format, va_list argum
   return 1;
 }
 
-// libjpeg fills up what is missing and only warns of it: here that is an error.
+// libjpeg fills up what is missing or damaged and only warns of it: here that is an error.
+bool tells_damage(const char* warning) {
+  const bool corrupt = std::strstr(warning, "Corrupt JPEG data") && !std::strstr(warning, "extraneous bytes");
+  return corrupt || std::strstr(warning, "Premature end of JPEG");
+}
+
 int keep_warning(TIFF*, void* user, const char*, const char* format, va_list arguments) {
   auto& [error, text, tag_lost] = *static_cast<TiffMessages*>(user);
   std::vsnprintf(text.data(), text.size(), format, arguments);
-  if (!error[0] && std::strstr(text.data(), "remature end of ")) error = text;
+  if (!error[0] && tells_damage(text.data())) error = text;
   tag_lost = tag_lost || std::strstr(text.data(), "IO error during reading of ");
   return 1;
 }

@@ -31,7 +31,7 @@ class Writer {
       : image_(image),
         size_(pixel_size(image.type)),
         total_(image.pixels() * image.channels.size() * size_),
-        joined_(image.channels.size() <= 4 && size_ <= 2) {
+        joined_(image.channels.size() <= 4) {
     const std::size_t row = static_cast<std::size_t>(image.width) * size_ * (joined_ ? image.channels.size() : 1);
     rows_ = std::clamp<std::size_t>(strip_bytes / row, 1, static_cast<std::size_t>(image.height));
     sink_.content.reserve(total_ + total_ / 64 + 4096);

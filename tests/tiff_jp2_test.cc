@@ -1,0 +1,331 @@
+// TIFF and JPEG 2000 files of the built-in class interface: odd layouts and colours, all types there and back, damage.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "HalconCreate.h"
+#include "support/files.h"
+#include "support/objects.h"
+
+using namespace HalconCpp;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+template <class T>
+std::string numbers(const void* first, Hlong count) {
+  std::string text;
+  for (Hlong i = 0; i < count; ++i) text += ' ' + testing::PrintToString(+static_cast<const T*>(first)[i]);
+  return text;
+}
+
+std::string pixels(const std::string& type, const void* first, Hlong count) {
+  if (type == "int1") return numbers<std::int8_t>(first, count);
+  if (type == "int2") return numbers<std::int16_t>(first, count);
+  if (type == "uint2") return numbers<std::uint16_t>(first, count);
+  if (type == "int4") return numbers<std::int32_t>(first, count);
+  if (type == "int8") return numbers<std::int64_t>(first, count);
+  if (type == "real") return numbers<float>(first, count);
+  return numbers<std::uint8_t>(first, count);
+}
+
+// "2x1 byte | 1 2 | 3 4" is an image of two columns, one row and two channels.
+std::string text_of(const HObject& object) {
+  std::string text;
+  for (Hlong c = 1; c <= HImage(object).CountChannels()[0].L(); ++c) {
+    HObject channel;
+    AccessChannel(object, &channel, c);
+    HString type;
+    Hlong width = 0, height = 0;
+    const void* first = HImage(channel).GetImagePointer1(&type, &width, &height);
+    if (c == 1) text = std::to_string(width) + "x" + std::to_string(height) + " " + type.Text();
+    text += " |" + pixels(type.Text(), first, width * height);
+  }
+  return text;
+}
+
+// The picture, or the text of the failure.
+std::string opened(const test::TempDir& folder, const std::string& file) {
+  const std::string path = folder / "picture";
+  test::write(path, file);
+  try {
+    HObject image;
+    ReadImage(&image, path.c_str());
+    return text_of(image);
+  } catch (const HException& failure) {
+    return failure.ErrorMessage().Text();
+  }
+}
+
+std::string written(const test::TempDir& folder, const HObject& image, const char* format) {
+  const std::string path = folder / "written";
+  WriteImage(image, format, 0, path.c_str());
+  return test::read(path);
+}
+
+// What a build without the library answers.
+bool left_out(const std::string& answer) { return answer.find(": this build ") != std::string::npos; }
+
+std::string bytes(std::initializer_list<int> values) {
+  std::string text;
+  for (const int value : values) text += static_cast<char>(value);
+  return text;
+}
+
+std::string number(std::uint64_t value, std::size_t size, bool big_endian = true) {
+  std::string text;
+  for (std::size_t i = 0; i < size; ++i) text += static_cast<char>(value >> 8 * (big_endian ? size - 1 - i : i));
+  return text;
+}
+
+using Tags = std::map<unsigned, std::vector<unsigned>>;
+constexpr unsigned bits = 258, compression = 259, photometric = 262, fill_order = 266, offsets = 273, samples = 277;
+constexpr unsigned rows = 278, counts = 279, planes = 284, color_map = 320, tile_width = 322, tile_height = 323;
+constexpr unsigned tile_offsets = 324, tile_counts = 325, extra = 338, format = 339, subsampling = 530;
+
+// One strip of `data` with 8-bit samples, unless the tags say otherwise.
+std::string tiff(unsigned width, unsigned height, const std::string& data, Tags tags, bool big_endian = false) {
+  const auto put = [&](std::uint64_t value, std::size_t size) { return number(value, size, big_endian); };
+  tags.insert({{256, {width}}, {257, {height}}, {bits, {8}}, {photometric, {1}}, {samples, {1}}});
+  if (!tags.count(tile_width)) tags.insert({{offsets, {8}}, {counts, {static_cast<unsigned>(data.size())}}});
+  tags[bits].resize(tags[samples][0], tags[bits][0]);
+  std::string values, directory = put(tags.size(), 2);
+  for (const auto& [tag, list] : tags) {
+    const bool wide = tag < bits;  // width and height are long numbers, all others short
+    std::string value;
+    for (const unsigned v : list) value += put(v, wide ? 4 : 2);
+    directory += put(tag, 2) + put(wide ? 4 : 3, 2) + put(list.size(), 4);
+    directory += value.size() > 4 ? put(8 + data.size() + values.size(), 4) : value + std::string(4 - value.size(), 0);
+    if (value.size() > 4) values += value;
+  }
+  return (big_endian ? "MM" : "II") + put(42, 2) + put(8 + data.size() + values.size(), 4) + data + values + directory +
+         put(0, 4);
+}
+
+// Two tiles of 16 x 16 side by side for an image of 17 columns: 1 and 2 in the last two pixels, 9 outside the image.
+std::string tiles() {
+  std::string left(256, '\0'), right(256, 9);
+  left[15] = 1;
+  right[0] = 2;
+  return left + right;
+}
+
+struct Sample {
+  const char* name;
+  std::string file;
+  const char* picture;
+};
+
+std::vector<Sample> tiff_samples() {
+  const std::vector<unsigned> map = {0, 0x8000, 0xffff, 0, 0, 0, 0, 0x1200, 0, 0xff00, 1, 0x100};
+  const std::vector<unsigned> gray_map = {0, 0x8000, 0xffff, 9, 0, 0x8000, 0xffff, 9, 0, 0x8000, 0xffff, 9};
+  const Tags rgb = {{photometric, {2}}, {samples, {3}}};
+  const auto with = [](Tags tags, const Tags& more) {
+    for (const auto& [tag, list] : more) tags[tag] = list;
+    return tags;
+  };
+  return {
+      {"1 bit", tiff(9, 1, bytes({0xa5, 0x80}), {{bits, {1}}}), "9x1 byte | 255 0 255 0 0 255 0 255 255"},
+      {"1 bit, white is zero", tiff(3, 1, bytes({0x40}), {{bits, {1}}, {photometric, {0}}}), "3x1 byte | 255 0 255"},
+      {"2 bits", tiff(4, 1, bytes({0x1b}), {{bits, {2}}}), "4x1 byte | 0 85 170 255"},
+      {"4 bits", tiff(3, 1, bytes({0x0f, 0x70}), {{bits, {4}}}), "3x1 byte | 0 255 119"},
+      {"12 bits", tiff(2, 2, bytes({0x12, 0x3f, 0xff, 0, 0, 0x10}), {{bits, {12}}}), "2x2 uint2 | 291 4095 0 16"},
+      {"10 bits, white is zero", tiff(1, 1, bytes({0x40, 0}), {{bits, {10}}, {photometric, {0}}}), "1x1 uint2 | 767"},
+      {"bits the other way", tiff(2, 1, bytes({0x80, 0x01}), {{fill_order, {2}}}), "2x1 byte | 1 128"},
+      {"big-endian", tiff(2, 1, bytes({1, 2, 0xff, 0xfe}), {{bits, {16}}}, true), "2x1 uint2 | 258 65534"},
+      {"unsigned 32 bits", tiff(1, 1, bytes({0xff, 0xff, 0xff, 0xff}), {{bits, {32}}}), "1x1 int8 | 4294967295"},
+      {"half floats", tiff(3, 1, bytes({0, 0x3e, 0, 0xfc, 1, 0x80}), {{bits, {16}}, {format, {3}}}),
+       "3x1 real | 1.5 -inf -5.9604645e-08"},
+      {"24-bit floats", tiff(2, 1, bytes({0, 0x80, 0x3f, 0, 0, 0xc0}), {{bits, {24}}, {format, {3}}}),
+       "2x1 real | 1.5 -2"},
+      {"doubles", tiff(1, 1, number(0x3ff4000000000000, 8), {{bits, {64}}, {format, {3}}}, true), "1x1 real | 1.25"},
+      {"odd start", tiff(1, 1, bytes({0, 1, 2}), {{bits, {16}}, {offsets, {9}}, {counts, {2}}}), "1x1 uint2 | 513"},
+      {"channels", tiff(2, 1, "abcdefghij", {{samples, {5}}, {extra, {0, 0, 0, 0}}}),
+       "2x1 byte | 97 102 | 98 103 | 99 104 | 100 105 | 101 106"},
+      {"planes in strips",
+       tiff(1, 2, "abcdef",
+            with(rgb, {{planes, {2}}, {rows, {1}}, {offsets, {8, 9, 10, 11, 12, 13}}, {counts, {1, 1, 1, 1, 1, 1}}})),
+       "1x2 byte | 97 98 | 99 100 | 101 102"},
+      {"tiles",
+       tiff(17, 1, tiles(),
+            {{tile_width, {16}}, {tile_height, {16}}, {tile_offsets, {8, 264}}, {tile_counts, {256, 256}}}),
+       "17x1 byte | 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1 2"},
+      {"palette", tiff(4, 1, bytes({0x1b}), {{bits, {2}}, {photometric, {3}}, {color_map, map}}),
+       "4x1 byte | 0 128 255 0 | 0 0 0 18 | 0 255 0 1"},
+      {"gray palette", tiff(3, 1, bytes({0x18}), {{bits, {2}}, {photometric, {3}}, {color_map, gray_map}}),
+       "3x1 byte | 0 128 255"},
+      {"palette and alpha",
+       tiff(2, 1, bytes({0x27, 0xf0}),
+            {{bits, {2}}, {photometric, {3}}, {samples, {2}}, {extra, {2}}, {color_map, map}}),
+       "2x1 byte | 0 128 | 0 0 | 0 255 | 2 3"},
+      {"CMYK", tiff(2, 1, bytes({0, 173, 172, 93, 255, 0, 0, 0}), {{photometric, {5}}, {samples, {4}}}),
+       "2x1 byte | 162 0 | 52 255 | 53 255"},
+      {"L*a*b*", tiff(3, 1, bytes({128, 0, 0, 138, 81, 70, 75, 68, 144}), {{photometric, {8}}, {samples, {3}}}),
+       "3x1 byte | 119 255 0 | 119 0 1 | 119 0 254"},
+      {"ICC L*a*b*", tiff(1, 1, bytes({138, 209, 198}), {{photometric, {9}}, {samples, {3}}}),
+       "1x1 byte | 255 | 0 | 0"},
+      {"YCbCr in blocks",
+       tiff(2, 2, bytes({10, 20, 30, 255, 128, 128}), {{photometric, {6}}, {samples, {3}}, {subsampling, {2, 2}}}),
+       "2x2 byte | 10 20 30 255 | 10 20 30 255 | 10 20 30 255"},
+      {"first page, not turned", tiff(2, 1, "ab", {{274, {6}}}), "2x1 byte | 97 98"},
+  };
+}
+
+TEST(Tiff, OpensAsStored) {
+  const test::TempDir folder;
+  for (const Sample& sample : tiff_samples()) {
+    const std::string answer = opened(folder, sample.file);
+    if (left_out(answer)) GTEST_SKIP() << answer;
+    EXPECT_EQ(answer, sample.picture) << sample.name;
+  }
+}
+
+TEST(Tiff, RefusesWhatNoPixelHolds) {
+  const test::TempDir folder;
+  if (left_out(opened(folder, tiff(1, 1, "a", {})))) GTEST_SKIP();
+  const struct {
+    std::string file;
+    const char* reason;
+  } table[] = {
+      {tiff(1, 1, "abc", {{bits, {24}}}), "24-bit unsigned integers"},
+      {tiff(1, 1, "abcdefgh", {{bits, {64}}}), "64-bit unsigned integers"},
+      {tiff(1, 1, "abcdefgh", {{bits, {64}}, {format, {6}}}), "64-bit complex numbers"},
+      {tiff(1, 1, "abc", {{photometric, {32845}}, {samples, {3}}}), "SGI LogLuv colours"},
+      {tiff(1, 1, "ab", {{bits, {16}}, {photometric, {3}}}), "palette with 16-bit indices"},
+      {tiff(1u << 31, 1u << 31, "a", {}), "larger than the 1048576"},
+      {tiff(1 << 20, 1 << 12, "a", {{compression, {5}}}), "more than a file of"},
+      {tiff(100, 100, "a", {}), "of at least 10000 bytes"},
+      {tiff(2, 2, "abcd", {{counts, {3}}}), "strip 0 has 3 of 4 bytes"},
+      {tiff(2, 2, "abcd", {{offsets, {60000}}}), "strip 0 has 0 of 4 bytes"},
+      {tiff(1, 1, "a", {{samples, {5000}}}), "5000 channels"},
+      {tiff(1, 1, "a", {{tile_width, {65520}}, {tile_height, {65520}}, {tile_offsets, {8}}, {tile_counts, {1}}}),
+       "too large"},
+      {tiff(9, 9, "abcdefgh", {{compression, {5}}}), "picture'"},
+  };
+  for (const auto& row : table) {
+    const std::string answer = opened(folder, row.file);
+    EXPECT_THAT(answer, StartsWith("ReadImage: '"));
+    EXPECT_THAT(answer, HasSubstr(row.reason));
+  }
+}
+
+HObject sample(const char* type, int channels) { return test::ramp(37, 19, channels, type); }
+
+TEST(TiffAndJp2, KeepEveryTypeAndChannel) {
+  const test::TempDir folder;
+  for (const char* type : {"byte", "int1", "int2", "uint2", "int4", "int8", "real"})
+    for (const char* name : {"tiff", "jp2"})
+      for (int channels = 1; channels <= 6; ++channels) {
+        const bool holds =
+            name[0] == 't' || std::string_view("byte int1 int2 uint2").find(type) != std::string_view::npos;
+        const HObject image = sample(type, channels);
+        try {
+          EXPECT_EQ(opened(folder, written(folder, image, name)), text_of(image)) << name << type << channels;
+          EXPECT_TRUE(holds) << name << type;
+        } catch (const HException& failure) {
+          const std::string text = failure.ErrorMessage().Text();
+          if (left_out(text)) continue;
+          EXPECT_FALSE(holds) << text;
+          EXPECT_THAT(text, HasSubstr("JPEG 2000 holds byte, int1, uint2 and int2 images, not"));
+        }
+      }
+}
+
+// Writes `image` as JPEG 2000; skips the test where that is left out.
+class Jp2 : public testing::Test {
+ protected:
+  void SetUp() override {
+    try {
+      file_ = written(folder_, sample("byte", 3), "jp2");
+    } catch (const HException& failure) {
+      GTEST_SKIP() << failure.ErrorMessage().Text();
+    }
+  }
+  std::string patched(std::string file, const char* after, std::size_t distance, const std::string& with) const {
+    return file.replace(file.find(after) + distance, with.size(), with);
+  }
+  static HObject pixel(const std::vector<std::uint8_t>& values) {
+    HObject image;
+    for (const std::uint8_t& value : values) {
+      HObject plane, before = image;
+      GenImage1(&plane, "byte", 1, 1, &value);
+      if (&value == &values[0])
+        image = plane;
+      else
+        AppendChannel(before, plane, &image);
+    }
+    return image;
+  }
+
+  test::TempDir folder_;
+  std::string file_;
+};
+
+constexpr std::size_t colour_space = 4 + 3 + 3;  // the last byte of it, from the name of its box on
+
+TEST_F(Jp2, TurnsColoursIntoRgb) {
+  const std::string ycc = written(folder_, pixel({77, 83, 250}), "jp2");
+  EXPECT_EQ(opened(folder_, patched(ycc, "colr", colour_space, bytes({18}))), "1x1 byte | 248 | 5 | 0");
+  const std::string cmyk = written(folder_, pixel({0, 173, 172, 93}), "jp2");
+  EXPECT_EQ(opened(folder_, patched(cmyk, "colr", colour_space, bytes({12}))), "1x1 byte | 162 | 52 | 53");
+}
+
+TEST_F(Jp2, AppliesPalettes) {
+  const std::string gray = written(folder_, pixel({1}), "jp2");
+  const auto with_palette = [&](const std::string& entry) {
+    const std::string palette = number(23, 4) + "pclr" + bytes({0, 2, 3, 7, 7, 7, 0, 0, 0}) + entry + number(20, 4) +
+                                "cmap" + bytes({0, 0, 1, 0, 0, 0, 1, 1, 0, 0, 1, 2});
+    const std::size_t header = gray.find("jp2h"), length = static_cast<unsigned char>(gray[header - 1]);
+    std::string file = gray;
+    file.insert(header - 4 + length, palette);
+    return file.replace(header - 4, 4, number(length + palette.size(), 4));
+  };
+  EXPECT_EQ(opened(folder_, with_palette(bytes({7, 8, 9}))), "1x1 byte | 7 | 8 | 9");
+  EXPECT_EQ(opened(folder_, with_palette(bytes({7, 7, 7}))), "1x1 byte | 7");
+}
+
+TEST_F(Jp2, OpensBareCodestreams) {
+  EXPECT_EQ(opened(folder_, file_.substr(file_.find("\xff\x4f\xff\x51"))), text_of(sample("byte", 3)));
+}
+
+// What is claimed is refused before it is allocated. Distances from the marker of the segment.
+TEST_F(Jp2, RefusesClaims) {
+  const struct {
+    const char* marker;
+    std::size_t distance;
+    std::string value;
+    const char* reason;
+  } table[] = {
+      {"\xff\x51", 6, number(1u << 31, 4), "larger than the 1048576"},
+      {"\xff\x51", 6, number(1u << 19, 4) + number(1 << 19, 4), "bytes; at most"},
+      {"\xff\x51", 6, number(1u << 14, 4) + number(1 << 14, 4), "more than a file of"},
+      {"\xff\x51", 22, number(1, 4) + number(1, 4), "claims 703 tiles"},
+      {"\xff\x51", 22, number(0, 4), "tiles have no size"},
+      {"\xff\x51", 38, number(9999, 2), "9999 channels"},
+      {"\xff\x52", 6, number(65535, 2), "in each of 65535 layers"},
+      {"\xff\x52", 9, bytes({40}), "40 levels"},
+      {"\xff\x90", 4, bytes({0, 1}), "tile 1 is not one of 1"},
+      {"\xff\x90", 6, number(5, 4), "tile part of 5 bytes"},
+      {"\xff\x90", 6, number(1u << 30, 4), "ends too early"},
+  };
+  for (const auto& row : table)
+    EXPECT_THAT(opened(folder_, patched(file_, row.marker, row.distance, row.value)), HasSubstr(row.reason));
+}
+
+TEST_F(Jp2, AndTiffCutAnywhereAreWholeOrRefused) {
+  const std::string whole = text_of(sample("byte", 3));
+  for (const std::string& file : {file_, written(folder_, sample("byte", 3), "tiff")}) {
+    if (left_out(opened(folder_, file))) continue;
+    for (std::size_t size = 0; size < file.size(); size += size < 300 || size + 300 > file.size() ? 1 : 23) {
+      const std::string answer = opened(folder_, file.substr(0, size));
+      ASSERT_THAT(answer, testing::AnyOf(whole, StartsWith("ReadImage: '"))) << size;
+    }
+  }
+}
+
+}  // namespace
