@@ -289,6 +289,20 @@ void write_header(Writer& out, const Image& image, std::uint32_t header, std::ui
   for (int i = 0; i < 12; ++i) out.u32(0);  // which leaves no end points and no gammas to give
 }
 
+// Blue, green, red, alpha; a single channel as it is.
+void write_row(const Image& image, std::size_t at, std::size_t width, std::uint8_t* row) {
+  const auto plane = [&](std::size_t channel) { return image.plane<std::uint8_t>(channel) + at; };
+  const std::size_t channels = image.channels.size();
+  if (channels == 1) {
+    std::memcpy(row, plane(0), width);
+  } else if (channels == 3) {
+    join_three(plane(2), plane(1), plane(0), width, row);
+  } else {
+    for (const std::size_t channel : {0, 1, 2, 3})
+      join_channel(plane(channel), 4, width, row + (channel < 3 ? 2 - channel : 3));
+  }
+}
+
 }  // namespace
 
 Buffer<std::byte> write_bmp(const Image& image) {
@@ -302,19 +316,16 @@ Buffer<std::byte> write_bmp(const Image& image) {
   const std::uint64_t bytes = std::uint64_t{stride} * height;
   if (bytes > UINT32_MAX - pixels_at) refuse("BMP holds at most 4 GiB, not " + std::to_string(bytes) + " bytes");
 
-  Writer out(pixels_at + static_cast<std::size_t>(bytes));
+  Writer out(pixels_at);
   write_header(out, image, header, pixels_at, static_cast<std::uint32_t>(bytes));
-  // Blue, green, red, alpha; a single channel as it is.
-  static constexpr std::size_t order[] = {2, 1, 0, 3};
-  Buffer<std::uint8_t> row(stride);
-  std::memset(row.data(), 0, stride);
-  for (std::size_t y = height; y-- > 0;) {
-    for (std::size_t c = 0; c < channels; ++c)
-      join_channel(image.plane<std::uint8_t>(channels == 1 ? 0 : order[c]) + y * width, channels, width,
-                   row.data() + c);
-    out.file().append(reinterpret_cast<const std::byte*>(row.data()), stride);
+  Buffer<std::byte> file(pixels_at + static_cast<std::size_t>(bytes));
+  std::memcpy(file.data(), out.file().data(), pixels_at);
+  auto* row = reinterpret_cast<std::uint8_t*>(file.data()) + pixels_at;
+  for (std::size_t y = height; y-- > 0; row += stride) {
+    write_row(image, y * width, width, row);
+    std::memset(row + width * channels, 0, stride - width * channels);
   }
-  return std::move(out.file());
+  return file;
 }
 
 }  // namespace HalconCpp::detail

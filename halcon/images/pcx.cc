@@ -44,6 +44,11 @@ class Rows {
   const std::uint8_t* next() {
     for (std::size_t done = 0; done < row_.size();) {
       if (left_ == 0) read_run();
+      if (left_ == 1) {
+        row_[done++] = value_;
+        left_ = 0;
+        continue;
+      }
       const std::size_t count = std::min(left_, row_.size() - done);
       std::memset(row_.data() + done, value_, count);
       done += count;

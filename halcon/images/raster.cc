@@ -58,6 +58,10 @@ const std::uint8_t* IndexRow::operator()(const std::uint8_t* row) noexcept {
 PackedPixels::PackedPixels(std::vector<std::uint32_t> masks, std::size_t bytes, std::endian order)
     : bytes_(bytes), order_(order) {
   for (const std::uint32_t mask : masks) fields_.push_back(field_of(mask));
+  unsigned seen = 0;
+  for (const Field& field : fields_)
+    if (field.whole_byte >= 0) seen |= 1U << field.whole_byte;
+  whole_pixel_ = bytes == 3 && fields_.size() == 3 && seen == 7;
 }
 
 PackedPixels::Field PackedPixels::field_of(std::uint32_t mask) const noexcept {
@@ -97,14 +101,16 @@ void with_pixel_reader(std::size_t bytes, std::endian order, Body&& body) {
 }  // namespace
 
 void PackedPixels::put(const std::uint8_t* row, std::size_t pixels, ImageDraft& draft, std::size_t at) const noexcept {
+  if (whole_pixel_) {
+    std::uint8_t* planes[3];
+    for (std::size_t c = 0; c < 3; ++c) planes[fields_[c].whole_byte] = draft.plane<std::uint8_t>(c) + at;
+    return split_three(row, pixels, planes[0], planes[1], planes[2]);
+  }
   for (std::size_t c = 0; c < fields_.size(); ++c) {
     const Field& field = fields_[c];
     std::uint8_t* plane = draft.plane<std::uint8_t>(c) + at;
-    if (field.whole_byte >= 0) {
-      if (bytes_ == 4)
-        split_channel(row + field.whole_byte, 4, pixels, plane);
-      else
-        split_channel(row + field.whole_byte, bytes_, pixels, plane);
+    if (field.whole_byte >= 0 && bytes_ == 4) {
+      split_channel(row + field.whole_byte, 4, pixels, plane);
       continue;
     }
     with_pixel_reader(bytes_, order_, [&](auto read) {

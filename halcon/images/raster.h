@@ -87,6 +87,7 @@ class PackedPixels {
   std::vector<Field> fields_;
   std::size_t bytes_;
   std::endian order_;
+  bool whole_pixel_;  // three channels that are the three bytes
 };
 
 }  // namespace HalconCpp::detail
