@@ -37,7 +37,7 @@ test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@ctest --preset windows -j$(JOBS)
 
 lint: packages-build packages-lint configured-lint ## check format, header, class interface and code
-	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror && echo "format: clean"
+	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror --ferror-limit=1 || { echo "make format mends it"; false; }
 	@tools/check-header gcc clang-14
 	@tools/check-class-interface
 	@tools/check-code build/lint

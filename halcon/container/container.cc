@@ -6,8 +6,6 @@
 
 #include "container/parts.h"
 #include "core/failure.h"
-#include "core/limits.h"
-#include "dicts/entry_table.h"
 #include "iconic/arguments.h"
 #include "iconic/object_data.h"
 
@@ -54,68 +52,6 @@ void write_header(Writer& out, HandleKind root) {
   out.values(container::magic);
   out.value(container::version);
   out.value(root);
-}
-
-// A handle to be written. Its children stand together in the list of all handles.
-struct Part {
-  const HandleData* handle;
-  int depth;
-  std::size_t first_child = 0;
-};
-
-bool may_hold_handles(const HTuple& tuple) noexcept {
-  if (Access::kind(tuple) != TupleKind::Array) return Access::kind(tuple) == TupleKind::Handle;
-  const ArrayData& array = Access::array(tuple);
-  return array.kind == ArrayKind::Mixed || Access::element_kind(tuple, 0) == TupleKind::Handle;
-}
-
-void add_part(std::vector<Part>& parts, const HandleData& handle, int depth) {
-  if (container::kind_of(handle) == HandleKind::None)
-    refuse("a handle of type \"" + std::string(handle.semantic_type()) + "\" cannot be written");
-  if (depth > limits::nesting)
-    refuse("is nested more than " + std::to_string(limits::nesting) + " levels deep, or in itself");
-  if (parts.size() >= limits::written_handles)
-    refuse("holds more than " + std::to_string(limits::written_handles) +
-           " handles; one that stands at several places counts at each");
-  parts.push_back({&handle, depth});
-}
-
-void add_children(std::vector<Part>& parts, const HTuple& tuple, int depth) {
-  for (Hlong i = 0; i < tuple.Length(); ++i)
-    if (const HTuple element = Access::element(tuple, i); Access::kind(element) == TupleKind::Handle)
-      if (const HandleData* child = Access::handle_data(element)) add_part(parts, *child, depth);
-}
-
-bool is_table(const HandleData& handle) noexcept {
-  const HandleKind kind = container::kind_of(handle);
-  return kind == HandleKind::Dict || kind == HandleKind::DlModel;
-}
-
-std::string text_of_key(const HTuple& key) {
-  if (Access::kind(key) == TupleKind::String) return "key " + quoted(Access::text(key));
-  return Access::kind(key) == TupleKind::Integer ? "key " + std::to_string(Access::integer(key)) : "a key";
-}
-
-// The handle and all handles below it, level by level: parents stand before their children.
-std::vector<Part> parts_of(const HandleData& root) {
-  std::vector<Part> parts;
-  add_part(parts, root, 1);
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    parts[i].first_child = parts.size();
-    if (!is_table(*parts[i].handle)) continue;
-    const int depth = parts[i].depth + 1;
-    const EntryTable& table = *parts[i].handle->entries();
-    for (std::size_t k = 0; k < table.size(); ++k) {
-      const HTuple& tuple = table.entries()[k].tuple;
-      if (!may_hold_handles(tuple)) continue;
-      try {
-        add_children(parts, tuple, depth);
-      } catch (const Refusal& refusal) {
-        refuse(text_of_key(Access::element(table.keys(), static_cast<Hlong>(k))) + ": " + refusal.reason());
-      }
-    }
-  }
-  return parts;
 }
 
 void require_container(std::string_view path) {
@@ -171,7 +107,7 @@ HObject read_container_objects(std::string_view path) {
 
 // Children are written before their parents: the list of parts from its end.
 void write_container_handle(std::string_view path, const HandleData& handle) {
-  const std::vector<Part> parts = parts_of(handle);
+  const std::vector<container::Part> parts = container::list_parts(handle);
   Writer out(path);
   write_header(out, container::kind_of(handle));
   out.count(parts.size());

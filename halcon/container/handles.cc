@@ -137,7 +137,7 @@ HHandle ReadParts::take(std::uint64_t number) {
 
 void ReadParts::add(HHandle handle) {
   const int depth = std::exchange(deepest_taken_, 0) + 1;
-  if (depth > limits::nesting) refuse("is nested more than " + std::to_string(limits::nesting) + " levels deep");
+  if (depth > limits::nesting) refuse("nested deeper than " + std::to_string(limits::nesting) + " levels");
   parts_.push_back({std::move(handle), depth});
 }
 

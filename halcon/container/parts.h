@@ -40,6 +40,17 @@ HTuple read_plain_tuple(Reader& in);
 void write_objects(Writer& out, const HObject& objects);
 HObject read_objects(Reader& in);
 
+// A handle to be written. Its children stand together in the list of all handles.
+struct Part {
+  const HandleData* handle;
+  int depth;
+  std::size_t first_child = 0;
+};
+
+// The handle and all handles below it, level by level: parents stand before their children. Refuses what the container
+// does not hold by its key.
+std::vector<Part> list_parts(const HandleData& root);
+
 // What the container calls a handle; None for one that it does not hold.
 HandleKind kind_of(const HandleData& handle) noexcept;
 // The content of one handle.

@@ -11,8 +11,6 @@ namespace HalconCpp::detail::limits {
 inline constexpr int nesting = 1024;
 // How often the dictionaries of one written file may refer to one that has been written already.
 inline constexpr std::size_t repeated_dicts = std::size_t{1} << 20;
-// Handles written to one file; a handle that stands at several places counts at each.
-inline constexpr std::size_t written_handles = std::size_t{1} << 24;
 // Width and height of an image, and its number of channels.
 inline constexpr std::int64_t image_side = 1 << 20;
 inline constexpr std::size_t image_channels = 4096;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/failure.h"
+#include "images/raster.h"
 
 namespace HalconCpp::detail {
 
@@ -37,20 +38,22 @@ bool is_pnm(Bytes file) {
 
 bool is_bmp(Bytes file) { return starts_with(file, "BM"); }
 
-// Version 7 in the second word, after a header size that is not absurd, in either byte order.
+// Version 7 after a header size that is not absurd and before one of the three formats, in either byte order.
 bool is_xwd(Bytes file) {
-  if (file.size() < 8) return false;
-  const Bytes size = file.first(4), version = file.subspan(4, 4);
-  const bool big = starts_with(version, "\0\0\0\7"sv) && starts_with(size, "\0\0"sv);
-  const bool little = starts_with(version, "\7\0\0\0"sv) && byte_at(size, 2) == 0 && byte_at(size, 3) == 0;
-  return big || little;
+  if (file.size() < 12) return false;
+  for (const std::endian order : {std::endian::big, std::endian::little}) {
+    const Fields fields(file, order);
+    if (fields.u32(0) < 65536 && fields.u32(4) == 7 && fields.u32(8) <= 2) return true;
+  }
+  return false;
 }
 
-// One byte of magic, then a version, an encoding and a depth that exist.
+// One byte of magic, then a version, an encoding, a depth and a number of planes that exist.
 bool is_pcx(Bytes file) {
-  if (file.size() < 4 || byte_at(file, 0) != 10) return false;
+  if (file.size() < 66 || byte_at(file, 0) != 10) return false;
   const auto version = byte_at(file, 1), encoding = byte_at(file, 2), bits = byte_at(file, 3);
-  return version <= 5 && version != 1 && encoding <= 1 && (bits == 1 || bits == 2 || bits == 4 || bits == 8);
+  return version <= 5 && version != 1 && encoding <= 1 && (bits == 1 || bits == 2 || bits == 4 || bits == 8) &&
+         byte_at(file, 65) >= 1 && byte_at(file, 65) <= 4;
 }
 
 // The codec function, or null when this build does without its library.
@@ -69,19 +72,19 @@ constexpr ImageReader readers[] = {
     {"TIFF", is_tiff, HALCONCPP_CODEC(TIFF, read_tiff), "built without libtiff"},
     {"JPEG 2000", is_jp2, HALCONCPP_CODEC(JP2, read_jp2), "built without OpenJPEG"},
     {"JPEG XR", is_jxr, HALCONCPP_CODEC(JPEGXR, read_jxr), "build it with -DHALCON_JPEGXR=ON"},
-    {"GIF", is_gif, HALCONCPP_CODEC(MAGICK, read_gif), "built without GraphicsMagick"},
-    {"Sun raster", is_ras, HALCONCPP_CODEC(MAGICK, read_ras), "built without GraphicsMagick"},
+    {"GIF", is_gif, read_gif, nullptr},
+    {"Sun raster", is_ras, read_ras, nullptr},
     {"PNM", is_pnm, read_pnm, nullptr},
-    {"XWD", is_xwd, HALCONCPP_CODEC(MAGICK, read_xwd), "built without GraphicsMagick"},
-    {"PCX", is_pcx, HALCONCPP_CODEC(MAGICK, read_pcx), "built without GraphicsMagick"},
-    {"BMP", is_bmp, HALCONCPP_CODEC(MAGICK, read_bmp), "built without GraphicsMagick"},
+    {"XWD", is_xwd, read_xwd, nullptr},
+    {"PCX", is_pcx, read_pcx, nullptr},
+    {"BMP", is_bmp, read_bmp, nullptr},
 };
 
 constexpr ImageWriter writers[] = {
     {"png", HALCONCPP_CODEC(PNG, write_png), "built without libpng"},
     {"tiff", HALCONCPP_CODEC(TIFF, write_tiff), "built without libtiff"},
     {"jpg", HALCONCPP_CODEC(JPEG, write_jpeg), "built without libjpeg"},
-    {"bmp", HALCONCPP_CODEC(MAGICK, write_bmp), "built without GraphicsMagick"},
+    {"bmp", write_bmp, nullptr},
     {"jp2", HALCONCPP_CODEC(JP2, write_jp2), "built without OpenJPEG"},
     {"pnm", write_pnm, nullptr},
     {"pgm", write_pgm, nullptr},

@@ -1,0 +1,71 @@
+#include <string>
+#include <unordered_set>
+
+#include "container/parts.h"
+#include "core/failure.h"
+#include "core/limits.h"
+#include "dicts/entry_queries.h"
+
+namespace HalconCpp::detail::container {
+
+namespace {
+
+bool may_hold_handles(const HTuple& tuple) noexcept {
+  if (Access::kind(tuple) != TupleKind::Array) return Access::kind(tuple) == TupleKind::Handle;
+  return Access::array(tuple).kind == ArrayKind::Mixed || Access::element_kind(tuple, 0) == TupleKind::Handle;
+}
+
+// The same handle may stand at several places; it is listed, and will be written, once for each.
+class PartList {
+ public:
+  void add(const HandleData& handle, int depth) {
+    if (kind_of(handle) == HandleKind::None)
+      refuse("a handle of type " + quoted(handle.semantic_type()) + " cannot be written");
+    if (depth > limits::nesting)
+      refuse("nested deeper than " + std::to_string(limits::nesting) + " levels, or inside itself");
+    if (!met_.insert(&handle).second && ++repeated_ > limits::repeated_dicts)
+      refuse("its handles refer to one another more than " + std::to_string(limits::repeated_dicts) + " times");
+    parts_.push_back({&handle, depth});
+  }
+
+  void add_children_of(std::size_t at) {
+    parts_[at].first_child = parts_.size();
+    const HandleKind kind = kind_of(*parts_[at].handle);
+    if (kind != HandleKind::Dict && kind != HandleKind::DlModel) return;
+    const EntryTable& table = *parts_[at].handle->entries();
+    const int depth = parts_[at].depth + 1;
+    for (std::size_t i = 0; i < table.size(); ++i) {
+      if (!may_hold_handles(table.entries()[i].tuple)) continue;
+      try {
+        add_handles(table.entries()[i].tuple, depth);
+      } catch (const Refusal& refusal) {
+        refuse("key " + key_name(Access::element(table.keys(), static_cast<Hlong>(i))) + ": " + refusal.reason());
+      }
+    }
+  }
+
+  std::size_t size() const noexcept { return parts_.size(); }
+  std::vector<Part> take() noexcept { return std::move(parts_); }
+
+ private:
+  void add_handles(const HTuple& tuple, int depth) {
+    for (Hlong i = 0; i < tuple.Length(); ++i)
+      if (const HTuple element = Access::element(tuple, i); Access::kind(element) == TupleKind::Handle)
+        if (const HandleData* handle = Access::handle_data(element)) add(*handle, depth);
+  }
+
+  std::vector<Part> parts_;
+  std::unordered_set<const HandleData*> met_;
+  std::size_t repeated_ = 0;
+};
+
+}  // namespace
+
+std::vector<Part> list_parts(const HandleData& root) {
+  PartList list;
+  list.add(root, 1);
+  for (std::size_t i = 0; i < list.size(); ++i) list.add_children_of(i);
+  return list.take();
+}
+
+}  // namespace HalconCpp::detail::container

@@ -1,0 +1,233 @@
+#include "images/jp2_claims.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "core/failure.h"
+#include "core/limits.h"
+
+namespace HalconCpp::detail {
+
+namespace {
+
+[[noreturn]] void refuse_short() { refuse("the file ends too early"); }
+
+// Big-endian numbers at the front of some bytes.
+class Cursor {
+ public:
+  explicit Cursor(Bytes bytes) : bytes_(bytes) {}
+  std::size_t left() const { return bytes_.size(); }
+  Bytes rest() const { return bytes_; }
+  std::uint32_t number(std::size_t size) {
+    std::uint32_t value = 0;
+    for (const std::byte b : take(size)) value = value << 8 | std::to_integer<std::uint32_t>(b);
+    return value;
+  }
+  Bytes take(std::uint64_t size) {
+    if (size > bytes_.size()) refuse_short();
+    const Bytes taken = bytes_.first(static_cast<std::size_t>(size));
+    bytes_ = bytes_.subspan(static_cast<std::size_t>(size));
+    return taken;
+  }
+
+ private:
+  Bytes bytes_;
+};
+
+constexpr std::uint32_t box_type(const char (&name)[5]) {
+  std::uint32_t value = 0;
+  for (int i = 0; i < 4; ++i) value = value << 8 | static_cast<unsigned char>(name[i]);
+  return value;
+}
+
+struct Box {
+  std::uint32_t type;
+  Bytes content;
+};
+
+Box next_box(Cursor& cursor) {
+  std::uint64_t length = cursor.number(4), header = 8;
+  const std::uint32_t type = cursor.number(4);
+  if (length == 1) {
+    length = std::uint64_t{cursor.number(4)} << 32;
+    length |= cursor.number(4);
+    header = 16;
+  }
+  if (length == 0) length = header + cursor.left();
+  if (length < header) refuse("a box of " + std::to_string(length) + " bytes is too short for itself");
+  return {type, cursor.take(length - header)};
+}
+
+std::uint64_t ceil_divided(std::uint64_t value, std::uint64_t by) { return (value + by - 1) / by; }
+std::uint64_t ceil_shifted(std::uint64_t value, unsigned bits) {
+  return bits > 40 ? 1 : (value + (std::uint64_t{1} << bits) - 1) >> bits;
+}
+
+enum Marker : std::uint32_t {
+  start_of_codestream = 0xff4f,
+  image_and_tile_size = 0xff51,
+  coding_default = 0xff52,
+  coding_component = 0xff53,
+  start_of_tile_part = 0xff90,
+  start_of_data = 0xff93,
+  end_of_codestream = 0xffd9,
+};
+
+// The walk over the markers of a codestream.
+class Codestream {
+ public:
+  Codestream(Bytes bytes, std::uint32_t palette_channels) : bytes_(bytes), palette_channels_(palette_channels) {}
+
+  void check() {
+    Cursor cursor(bytes_);
+    if (cursor.number(2) != start_of_codestream || cursor.number(2) != image_and_tile_size)
+      refuse("its codestream does not begin with the image size");
+    read_size(segment(cursor));
+    std::uint32_t marker = cursor.number(2);
+    for (; marker != start_of_tile_part; marker = cursor.number(2)) read_segment(marker, segment(cursor));
+    while (marker == start_of_tile_part) {
+      read_tile_part(cursor);
+      marker = cursor.left() < 2 ? std::uint32_t{end_of_codestream} : cursor.number(2);
+    }
+    const auto found = static_cast<std::uint64_t>(std::count(seen_.begin(), seen_.end(), true));
+    if (found < tiles_)
+      refuse(std::to_string(tiles_ - found) + " of its " + std::to_string(tiles_) + " tiles are missing");
+  }
+
+ private:
+  static Cursor segment(Cursor& cursor) {
+    const std::uint32_t length = cursor.number(2);
+    if (length < 2) refuse("a marker segment of " + std::to_string(length) + " bytes is too short for itself");
+    return Cursor(cursor.take(length - 2));
+  }
+
+  void read_size(Cursor size) {
+    size.number(2);
+    const std::uint32_t right = size.number(4), bottom = size.number(4), left = size.number(4), top = size.number(4);
+    const std::uint32_t tile_width = size.number(4), tile_height = size.number(4);
+    const std::uint32_t tile_left = size.number(4), tile_top = size.number(4);
+    components_ = size.number(2);
+    width_ = right - std::min(left, right);
+    height_ = bottom - std::min(top, bottom);
+    // OpenJPEG holds every sample in 32 bits.
+    check_image_size(width_, height_, std::max(components_, palette_channels_), PixelType::Int4, bytes_.size());
+    if (tile_width == 0 || tile_height == 0 || tile_left >= right || tile_top >= bottom)
+      refuse("its tiles have no size");
+    tiles_ = ceil_divided(right - tile_left, tile_width) * ceil_divided(bottom - tile_top, tile_height);
+    // A tile takes a header of 14 bytes and a byte for each component at least.
+    constexpr std::uint64_t tile_header = 14;
+    if (tiles_ > bytes_.size() / std::max<std::uint64_t>(tile_header, components_))
+      refuse("claims " + std::to_string(tiles_) + " tiles, more than " + std::to_string(bytes_.size()) +
+             " bytes can hold");
+    seen_.resize(static_cast<std::size_t>(tiles_));
+  }
+
+  void read_segment(std::uint32_t marker, Cursor content) {
+    if (marker == coding_default) {
+      const std::uint32_t style = content.number(1);
+      content.number(1);
+      layers_ = std::max(layers_, content.number(2));
+      content.number(1);
+      read_coding(style, content);
+    } else if (marker == coding_component) {
+      content.number(components_ < 257 ? 1 : 2);
+      const std::uint32_t style = content.number(1);
+      read_coding(style, content);
+    }
+  }
+
+  // The code-blocks and packets that the image has when all of it is coded in this style.
+  void read_coding(std::uint32_t style, Cursor content) {
+    const std::uint32_t levels = content.number(1);
+    const unsigned block_width = content.number(1) + 2, block_height = content.number(1) + 2;
+    content.number(2);
+    if (levels > 32) refuse("claims " + std::to_string(levels) + " levels of decomposition; 32 are possible");
+    std::uint64_t packets = 0, blocks = 0;
+    for (std::uint32_t r = 0; r <= levels; ++r) {
+      const std::uint32_t precinct = style & 1 ? content.number(1) : 0xff;
+      const unsigned halved = r > 0, precinct_width = precinct & 15, precinct_height = precinct >> 4;
+      const std::uint64_t width = ceil_shifted(width_, levels - r), height = ceil_shifted(height_, levels - r);
+      packets += ceil_shifted(width, precinct_width) * ceil_shifted(height, precinct_height);
+      const unsigned across = std::min(block_width, precinct_width - std::min(precinct_width, halved));
+      const unsigned down = std::min(block_height, precinct_height - std::min(precinct_height, halved));
+      blocks += (halved ? 3 : 1) * ceil_shifted(ceil_shifted(width, halved), across) *
+                ceil_shifted(ceil_shifted(height, halved), down);
+    }
+    check_costs(packets * components_, blocks * components_);
+  }
+
+  // A packet is a byte at least; a code-block takes about `block_cost` bytes in OpenJPEG.
+  void check_costs(std::uint64_t packets, std::uint64_t blocks) const {
+    constexpr std::uint64_t block_cost = 800;
+    if (packets > bytes_.size() / std::max<std::uint32_t>(layers_, 1))
+      refuse("claims " + std::to_string(packets) + " packets in each of " + std::to_string(layers_) +
+             " layers, more than " + std::to_string(bytes_.size()) + " bytes can hold");
+    if (blocks > limits::decoded_free / block_cost && blocks > bytes_.size() * (limits::decoded_per_byte / block_cost))
+      refuse("claims " + std::to_string(blocks) + " code-blocks, too many for " + std::to_string(bytes_.size()) +
+             " bytes");
+  }
+
+  // `cursor` stands behind the marker; the length of the part counts from it, 0 for all that is left.
+  void read_tile_part(Cursor& cursor) {
+    const std::size_t available = cursor.left() + 2;
+    Cursor header = segment(cursor);
+    const std::uint32_t tile = header.number(2), length = header.number(4);
+    if (tile >= tiles_) refuse("tile " + std::to_string(tile) + " is not one of " + std::to_string(tiles_));
+    seen_[tile] = true;
+    const std::size_t used = available - cursor.left();
+    if (length != 0 && length < used)
+      refuse("a tile part of " + std::to_string(length) + " bytes is too short for itself");
+    Cursor part(cursor.take(length == 0 ? cursor.left() : length - used));
+    if (part.left() == 0) return;
+    for (std::uint32_t marker = part.number(2); marker != start_of_data; marker = part.number(2))
+      read_segment(marker, segment(part));
+  }
+
+  Bytes bytes_;
+  std::uint32_t palette_channels_;
+  std::uint32_t components_ = 0, layers_ = 0;
+  std::uint64_t width_ = 0, height_ = 0, tiles_ = 0;
+  std::vector<bool> seen_;
+};
+
+// A palette: the number of its channels, and whether all entries are gray.
+struct Palette {
+  std::uint32_t channels = 0;
+  bool gray = false;
+};
+
+Palette read_palette(Cursor cursor) {
+  const std::uint32_t entries = cursor.number(2), channels = cursor.number(1);
+  Palette palette{channels, channels == 3};
+  for (std::uint32_t c = 0; c < channels; ++c) palette.gray = cursor.number(1) == 7 && palette.gray;
+  for (std::uint32_t i = 0; palette.gray && i < entries; ++i) {
+    const std::uint32_t red = cursor.number(1), green = cursor.number(1), blue = cursor.number(1);
+    palette.gray = red == green && red == blue;
+  }
+  return palette;
+}
+
+}  // namespace
+
+Jp2Claims check_jp2(Bytes file) {
+  Jp2Claims claims;
+  Palette palette;
+  claims.boxed = !starts_with(file, "\xff\x4f");
+  if (!claims.boxed) {
+    Codestream(file, 0).check();
+    return claims;
+  }
+  Cursor cursor(file);
+  Box box = next_box(cursor);
+  for (; box.type != box_type("jp2c"); box = next_box(cursor)) {
+    if (box.type != box_type("jp2h")) continue;
+    for (Cursor inner(box.content); inner.left() > 0;)
+      if (const Box part = next_box(inner); part.type == box_type("pclr")) palette = read_palette(Cursor(part.content));
+  }
+  Codestream(box.content, palette.channels).check();
+  claims.gray_palette = palette.gray;
+  return claims;
+}
+
+}  // namespace HalconCpp::detail

@@ -1,0 +1,234 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "sections.h"
+#include "table.h"
+
+namespace corpus {
+
+namespace {
+
+using HalconCpp::HException;
+using HalconCpp::HImage;
+using HalconCpp::Hlong;
+using HalconCpp::HObject;
+using HalconCpp::HString;
+using HalconCpp::HTuple;
+
+struct Picture {
+  std::string type;
+  Hlong width = 0, height = 0;
+  std::vector<std::vector<double>> channels;
+};
+
+template <class T>
+std::vector<double> values_of(const void* pixels, std::size_t count) {
+  const T* first = static_cast<const T*>(pixels);
+  return {first, first + count};
+}
+
+std::vector<double> values_of(const std::string& type, const void* pixels, std::size_t count) {
+  if (type == "byte") return values_of<std::uint8_t>(pixels, count);
+  if (type == "int1") return values_of<std::int8_t>(pixels, count);
+  if (type == "uint2") return values_of<std::uint16_t>(pixels, count);
+  if (type == "int2") return values_of<std::int16_t>(pixels, count);
+  if (type == "int4") return values_of<std::int32_t>(pixels, count);
+  if (type == "int8") return values_of<std::int64_t>(pixels, count);
+  return values_of<float>(pixels, count);
+}
+
+Picture read(const std::filesystem::path& file) {
+  HObject object;
+  ReadImage(&object, file.string().c_str());
+  Picture picture;
+  const Hlong count = HImage(object).CountChannels()[0].L();
+  for (Hlong i = 1; i <= count; ++i) {
+    HObject channel;
+    AccessChannel(object, &channel, i);
+    HString type;
+    const void* pixels = HImage(channel).GetImagePointer1(&type, &picture.width, &picture.height);
+    picture.type = type.Text();
+    picture.channels.push_back(
+        values_of(picture.type, pixels, static_cast<std::size_t>(picture.width * picture.height)));
+  }
+  return picture;
+}
+
+// Of all samples row by row, interleaved: 8 bits as bytes, 16 bits big-endian.
+std::string checksum(const Picture& picture) {
+  const bool wide = picture.type == "uint2" || picture.type == "int2";
+  std::uint32_t crc = ~0U;
+  const auto add = [&](unsigned byte) {
+    crc ^= byte;
+    for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320U : 0U);
+  };
+  for (std::size_t i = 0; i < picture.channels[0].size(); ++i)
+    for (const auto& channel : picture.channels) {
+      const auto value = static_cast<unsigned>(static_cast<std::int64_t>(channel[i]));
+      if (wide) add(value >> 8 & 255);
+      add(value & 255);
+    }
+  char text[9];
+  std::snprintf(text, sizeof text, "%08x", ~crc);
+  return text;
+}
+
+std::string text_of(const std::vector<double>& values) {
+  std::string text;
+  for (const double value : values) {
+    char number[32];
+    std::snprintf(number, sizeof number, "%.9g", value);
+    text += (text.empty() ? "" : ",") + std::string(number);
+  }
+  return text;
+}
+
+bool contains(const std::string& text, std::string_view part) {
+  const auto same = [](char a, char b) { return std::tolower(a) == b; };
+  return std::search(text.begin(), text.end(), part.begin(), part.end(), same) != text.end();
+}
+
+// One row of the table, with what it says about the picture in numbers.
+class Expectation {
+ public:
+  Expectation(const Row& row, std::filesystem::path corpus) : row_(row), corpus_(std::move(corpus)) {}
+
+  const std::string& path() const { return cell("path"); }
+  std::filesystem::path file() const { return corpus_ / path(); }
+
+  // A sample format that no pixel type holds: 24 bits, 64 bits without a sign, complex numbers.
+  bool has_no_pixel_type() const {
+    return (cell("type") == "uint" && (cell("bits") == "24" || cell("bits") == "64")) || cell("type") == "complex";
+  }
+  // More than the decoder of the usual JPEG files was built for.
+  bool is_deep_jpeg() const { return is("jpg") && cell("bits") != "8"; }
+  // Colours that become RGB, so that samples differ; CMYK loses a channel.
+  bool is_cmyk() const {
+    return channels() == 4 && (is("jpg") || contains(cell("note"), "cmyk") || contains(path(), "cmyk"));
+  }
+  bool is_lab() const { return contains(path(), "-lab-") || contains(cell("note"), "cielab"); }
+  bool is(const char* extension) const { return path().ends_with(std::string(".") + extension); }
+
+  std::size_t channels() const { return std::stoul(cell("channels")); }
+
+  // Empty when all agrees, otherwise "what is expected" and "what is found".
+  std::optional<std::pair<std::string, std::string>> difference(const Picture& found) const {
+    const auto differ = [](std::string a, std::string b) { return std::make_optional(std::make_pair(a, b)); };
+    const std::string size = cell("width") + " x " + cell("height"),
+                      found_size = std::to_string(found.width) + " x " + std::to_string(found.height);
+    if (size != found_size) return differ(size, found_size);
+    const std::size_t wanted = is_cmyk() ? channels() - 1 : channels();
+    if (found.channels.size() != wanted)
+      return differ(std::to_string(wanted) + " channels", std::to_string(found.channels.size()));
+    if (is_cmyk() || is_lab()) return std::nullopt;
+    std::vector<double> first, last, mean;
+    for (const auto& channel : found.channels) {
+      first.push_back(channel.front());
+      last.push_back(channel.back());
+      double sum = 0;
+      for (const double value : channel) sum += value;
+      mean.push_back(sum / static_cast<double>(channel.size()));
+    }
+    if (!near("top_left", first)) return differ("first pixel " + cell("top_left"), text_of(first));
+    if (!near("bottom_right", last)) return differ("last pixel " + cell("bottom_right"), text_of(last));
+    if (!near("mean", mean)) return differ("mean " + cell("mean"), text_of(mean));
+    const bool short_samples = found.type == "byte" || found.type == "uint2" || found.type == "int2";
+    if (short_samples && !cell("crc32").empty() && checksum(found) != cell("crc32"))
+      return differ("checksum " + cell("crc32"), checksum(found));
+    return std::nullopt;
+  }
+
+  // The table names a picture that is the same by its own check; where decoders disagree it decides.
+  bool agrees_with_reference(const Picture& found) const {
+    if (cell("reference").empty() || cell("reference_diff") != "equal") return false;
+    Picture reference = read(corpus_ / cell("reference"));
+    if (reference.channels.size() == 1) reference.channels.resize(found.channels.size(), reference.channels[0]);
+    return reference.channels == found.channels;
+  }
+
+ private:
+  const std::string& cell(const char* column) const { return row_.at(column); }
+
+  // How far a sample may be off: by rounding where the table prints fewer digits, by the decoder where data is lost.
+  double tolerance() const {
+    const std::string& checked = cell("pixels_checked_by");
+    const std::size_t at = checked.find("\u00B1");
+    if (at != std::string::npos) return std::stod(checked.substr(at + std::strlen("\u00B1")));
+    return cell("coding") == "lossy" ? 2 : 0;
+  }
+
+  bool near(const char* column, const std::vector<double>& found) const {
+    const std::vector<std::string> wanted = split(cell(column), ',');
+    if (wanted.empty()) return true;
+    if (wanted.size() != found.size()) return false;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+      const double value = std::stod(wanted[i]);
+      if (!(std::abs(value - found[i]) <= tolerance() + 1e-5 * std::abs(value))) return false;
+    }
+    return true;
+  }
+
+  const Row& row_;
+  std::filesystem::path corpus_;
+};
+
+// An all-gray palette is read as one channel: for comparison it becomes the three that are stored.
+bool unfold_gray(const Expectation& expected, Picture& picture) {
+  const bool has_palettes = expected.is("bmp") || expected.is("gif") || expected.is("pcx") || expected.is("PCX") ||
+                            expected.is("ras") || expected.is("xwd") || expected.is("png") || expected.is("tif") ||
+                            expected.is("tiff");
+  if (!has_palettes || expected.channels() != 3 || picture.channels.size() != 1) return false;
+  picture.channels.assign(3, picture.channels[0]);
+  return true;
+}
+
+void check_opened(const Expectation& expected, Picture picture, Report& report) {
+  if (expected.has_no_pixel_type())
+    return report.disagree(expected.path(), "a refusal of its sample format", "a picture");
+  const bool gray = unfold_gray(expected, picture);
+  if (const auto difference = expected.difference(picture)) {
+    if (expected.agrees_with_reference(picture)) return report.by_design("as its reference picture, not as the table");
+    return report.disagree(expected.path(), difference->first, difference->second);
+  }
+  if (gray)
+    report.by_design("gray palette as one channel");
+  else if (expected.is_cmyk())
+    report.by_design("CMYK as RGB");
+  else if (expected.is_lab())
+    report.by_design("Lab as RGB");
+  else
+    report.agree();
+}
+
+void check_refused(const Expectation& expected, const std::string& message, Report& report) {
+  if (expected.is("jxr") && message.find("HALCON_JPEGXR") != std::string::npos)
+    report.by_design("JPEG XR is off");
+  else if (expected.has_no_pixel_type())
+    report.by_design("sample format without a pixel type");
+  else if (expected.is_deep_jpeg())
+    report.by_design("JPEG of more than 8 bits");
+  else
+    report.disagree(expected.path(), "a picture", message);
+}
+
+}  // namespace
+
+void check_images(const std::filesystem::path& corpus, Report& report) {
+  for (const Row& row : read_table(corpus / "images" / "expected.tsv")) {
+    const Expectation expected(row, corpus);
+    try {
+      check_opened(expected, read(expected.file()), report);
+    } catch (const HException& failure) {
+      check_refused(expected, failure.ErrorMessage().Text(), report);
+    }
+  }
+}
+
+}  // namespace corpus
