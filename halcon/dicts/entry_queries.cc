@@ -18,7 +18,7 @@ std::string digits_of(Number number) {
 
 const Entry& entry_of(const EntryTable& table, const HTuple& key) {
   if (const Entry* entry = table.find(key)) return *entry;
-  if (key.Length() != 1) refuse("the key has to be one string, one integer or one real");
+  if (key.Length() != 1) refuse("the key must be one string, one integer or one real");
   refuse("there is no key " + key_name(key));
 }
 
