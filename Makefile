@@ -30,6 +30,11 @@ asan: ready-asan ## run all tests under the address and undefined-behaviour sani
 tsan: ready-tsan ## run all tests under the thread sanitizer
 	@$(FIXED_LAYOUT) ctest --preset tsan -j$(JOBS)
 
+corpus: ready-release ready-asan ## compare with a folder of real files and known results (CORPUS=folder)
+	@[ -d "$(CORPUS)" ] || { echo "There is no folder '$(CORPUS)'; name one by CORPUS=folder"; false; }
+	@build/release/bin/qv_corpus "$(CORPUS)"
+	@build/asan/bin/qv_corpus "$(CORPUS)"
+
 windows: ready-windows ## cross-build for 64-bit Windows
 	$(call next,'make test-windows')
 
@@ -68,4 +73,4 @@ configured-windows: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan windows test-windows lint format clean help
+.PHONY: run build test asan tsan corpus windows test-windows lint format clean help
