@@ -209,7 +209,7 @@ TEST_F(DictTree, OddEntriesBecomeNodesOfTheirOwn) {
     EXPECT_EQ(reader.full(node), "[]");
   }
   Watcher watcher;
-  watcher.fail_operation = "HDict::GetDictTuple";
+  watcher.fail_operation = "GetDictTuple";
   watcher.fail_at = 2;
   const qv_node* root = reader.dict(folder / "d.hdict");
   ASSERT_EQ(qv_node_child_count(root), 3);

@@ -44,8 +44,8 @@ TEST_F(Save, TheExtensionDecides) {
       {ramp(5, 4, 2, "real"), "b.tiff", "II", "5x4, 2ch, real"},
       {with_domain(ramp(4, 1), 0, 1, 0, 2), "c.pgm", "P5", "4x1, 1ch, byte"},
       {rectangle(0, 0, 1, 1), "r.hobj", "QVHALCON", "area: 4; center: 0.5, 0.5"},
-      {line, "l.dxf", "  0\nSECTION", nullptr},
-      {polygon({0, 2}, {0, 2}), "p.DXF", "  0\nSECTION", nullptr},
+      {line, "l.dxf", "0\nSECTION", nullptr},
+      {polygon({0, 2}, {0, 2}), "p.DXF", "0\nSECTION", nullptr},
   };
   for (const auto& expected : cases) {
     SCOPED_TRACE(expected.name);
