@@ -79,9 +79,9 @@ bool left_out(const std::string& answer) { return answer.find(": this build ") !
 HObject sample(const std::string& type, int channels) {
   std::vector<std::vector<std::uint8_t>> narrow;
   std::vector<std::vector<std::uint16_t>> wide;
-  for (std::uint8_t c = 1; c <= channels; ++c) {
-    narrow.push_back({c, 0, 255, 128, static_cast<std::uint8_t>(c * 10), 7});
-    wide.push_back({c, 0, 65535, 256, static_cast<std::uint16_t>(c * 1000), 7});
+  for (int c = 1; c <= channels; ++c) {
+    narrow.push_back({static_cast<std::uint8_t>(c), 0, 255, 128, static_cast<std::uint8_t>(c * 10), 7});
+    wide.push_back({static_cast<std::uint16_t>(c), 0, 65535, 256, static_cast<std::uint16_t>(c * 1000), 7});
   }
   return type == "byte" ? image_of("byte", 3, narrow) : image_of("uint2", 3, wide);
 }
@@ -192,7 +192,7 @@ TEST(Images, BadFilesAreRefusedWithTheReason) {
       {"damaged png", damaged, "CRC"},
       {"12-bit jpeg", jpeg_header, "12 bits per sample is not read"},
       {"lossless jpeg", "\xff\xd8\xff\xc3\0\x0b\x08\0\1\0\1\1\1\x11\0"s, "lossless JPEG is not read"},
-      {"jpeg of many scans", jpeg_of_many_scans(), "more than 200 scans"},
+      {"jpeg of many scans", jpeg_of_many_scans(), "more than 100 scans"},
   };
   const test::TempDir folder;
   for (const auto& each : cases) {

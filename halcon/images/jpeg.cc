@@ -9,6 +9,7 @@
 #include <string>
 
 #include "core/failure.h"
+#include "core/limits.h"
 #include "images/formats.h"
 #include "images/jump.h"
 #include "images/pixels.h"
@@ -17,9 +18,13 @@ namespace HalconCpp::detail {
 
 namespace {
 
-// More scans than any real progressive file has; each costs a pass over the whole image, however short it is.
-constexpr int most_scans = 200;
 constexpr int quality = 90;
+
+// Each scan of a progressive file costs a pass over the whole image, however short it is. Real files have about ten.
+int most_scans(std::uint64_t samples, std::uint64_t file_bytes) {
+  const std::uint64_t visits = std::max(std::uint64_t{1} << 33, file_bytes * limits::decoded_per_byte);
+  return static_cast<int>(std::clamp<std::uint64_t>(visits / samples, 20, 100));
+}
 
 // The library reaches all of it through its first member.
 struct Failure {
@@ -70,11 +75,17 @@ void call_jpeg(Failure& failure, Body&& body) {
   if (!jump_free(failure.place, body)) refuse(reason(failure));
 }
 
+// The library reaches it through its first member.
+struct ScanCount {
+  jpeg_progress_mgr manager;
+  int most;
+};
+
 void count_scans(j_common_ptr jpeg) {
-  const auto* decoder = reinterpret_cast<j_decompress_ptr>(jpeg);
-  if (decoder->input_scan_number <= most_scans) return;
+  const int most = reinterpret_cast<ScanCount*>(jpeg->progress)->most;
+  if (reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number <= most) return;
   Failure& failure = failure_of(jpeg);
-  std::snprintf(failure.text, sizeof failure.text, "more than %d scans", most_scans);
+  std::snprintf(failure.text, sizeof failure.text, "more than %d scans", most);
   std::longjmp(failure.place, 1);
 }
 
@@ -103,6 +114,8 @@ class Decoder {
       refuse("JPEG of " + std::to_string(jpeg_.data_precision) + " bits per sample is not read");
     const std::size_t channels = jpeg_.num_components == 1 ? 1 : 3, width = jpeg_.image_width;
     check_image_size(width, jpeg_.image_height, channels, PixelType::Byte, file_.size());
+    scans_.manager.progress_monitor = count_scans;
+    scans_.most = most_scans(width * jpeg_.image_height * channels, file_.size());
     ImageDraft draft(PixelType::Byte, static_cast<std::int32_t>(width), static_cast<std::int32_t>(jpeg_.image_height),
                      channels);
     Buffer<JSAMPLE> row(width * static_cast<std::size_t>(jpeg_.num_components)), rgb(width * 3);
@@ -116,8 +129,6 @@ class Decoder {
     jpeg_create_decompress(&jpeg_);
     jpeg_mem_src(&jpeg_, reinterpret_cast<const unsigned char*>(file_.data()),
                  static_cast<unsigned long>(std::min<std::size_t>(file_.size(), ULONG_MAX)));
-    progress_.progress_monitor = count_scans;
-    jpeg_.progress = &progress_;
     jpeg_read_header(&jpeg_, TRUE);
     jpeg_.out_color_space = jpeg_.num_components == 1 ? JCS_GRAYSCALE : jpeg_.num_components == 3 ? JCS_RGB : JCS_CMYK;
   }
@@ -125,6 +136,7 @@ class Decoder {
   // What follows the last row is not looked at.
   void read_rows(ImageDraft& draft, JSAMPLE* row, JSAMPLE* rgb) {
     const std::size_t width = jpeg_.image_width;
+    jpeg_.progress = &scans_.manager;
     jpeg_start_decompress(&jpeg_);
     for (std::size_t at = 0; jpeg_.output_scanline < jpeg_.output_height; at += width) {
       JSAMPLE* target = jpeg_.num_components == 1 ? draft.plane<JSAMPLE>(0) + at : row;
@@ -136,7 +148,7 @@ class Decoder {
 
   Bytes file_;
   Failure failure_{};
-  jpeg_progress_mgr progress_{};
+  ScanCount scans_{};
   jpeg_decompress_struct jpeg_{};
 };
 
