@@ -13,14 +13,17 @@ FIXED_LAYOUT := $(shell setarch -R true 2>/dev/null && echo setarch -R)
 # What to try next; a CI log has no use for it.
 next = @[ -n "$$CI" ] || printf 'Next: %s\n' $(1)
 
-run: ready-release ## show a picture, or with FILE=path any file, as a tree
-	@build/release/bin/qv_inspect "$$FILE"
+SAMPLE = build/release/samples/scene
+
+run: ready-release ## show a sample, or with FILE=path any file, as a tree; of the sample also a page for a browser
+	@build/release/bin/qv_inspect "$${FILE:-$(SAMPLE).hobj}"
+	@[ -n "$$FILE" ] || build/release/bin/qv_inspect $(SAMPLE).hobj --html $(SAMPLE).html
 	$(call next,'make run FILE=path/of/your/file' 'build/release/bin/qv_inspect --help' 'make test')
 
 build: ready-release ## build libraries, programs and tests
 	$(call next,'make run' 'make test')
 
-test: ready-release ## run all tests
+test: packages-test ready-release ## run all tests
 	@ctest --preset release -j$(JOBS)
 	$(call next,'make run FILE=path/of/your/file' 'make asan or make tsan: the tests under sanitizers')
 

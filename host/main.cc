@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "extract_file.h"
+#include "html_page.h"
 #include "platform/console.h"
 #include "print_tree.h"
 #include "session.h"
@@ -26,6 +27,7 @@ struct Arguments {
   int object = 0;
   // What to do; at most one of these, otherwise the tree is printed.
   bool json = false;
+  std::string html;
   std::string value_place;
   std::vector<std::string> extract;  // place, output
   std::vector<std::string> save;     // places..., output
@@ -64,6 +66,11 @@ void save_nodes(const Session& session, const qv_node* root, const std::vector<s
   if (!saved) session.fail("'" + arguments.back() + "' could not be written");
 }
 
+void write_page(const Session& session, const qv_node* root, const Arguments& arguments) {
+  write_file(arguments.html, html_page(session, root, file_name(arguments.file)));
+  std::printf("Wrote %s: open it in a browser\n", arguments.html.c_str());
+}
+
 void convert_file(const Arguments& arguments) {
   const Session session;
   const std::u16string from = to_utf16(arguments.file), to = to_utf16(arguments.convert);
@@ -81,6 +88,7 @@ void inspect(const Arguments& arguments) {
   if (!arguments.save.empty()) return save_nodes(session, root, arguments.save);
   if (!arguments.extract.empty())
     return extract_to_file(session, find_node(root, arguments.extract[0]), arguments.object, arguments.extract[1]);
+  if (!arguments.html.empty()) return write_page(session, root, arguments);
   if (arguments.json) return print_json(stdout, root, style);
   print_tree(stdout, root, file_name(arguments.file), style);
 }
@@ -108,6 +116,8 @@ void describe_reading(CLI::App& app, Arguments& arguments) {
 void describe_actions(CLI::App& app, Arguments& arguments) {
   CLI::Option* actions[] = {
       app.add_flag("--json", arguments.json, "Print the tree as JSON"),
+      app.add_option("--html", arguments.html, "Write OUT, one page for a browser: the tree and every object drawn")
+          ->type_name("OUT"),
       app.add_option("--value", arguments.value_place, "Print all values of the node at PLACE, for example /parts/2")
           ->type_name("PLACE"),
       app.add_option("--extract", arguments.extract,

@@ -1,0 +1,272 @@
+// The page is page.html with one JSON object in it: the nodes in the order of the tree, each with its drawings. The
+// script in page.html does the rest.
+#include "html_page.h"
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <string_view>
+#include <vector>
+
+#include "drawing.h"
+#include "walk.h"
+
+namespace host {
+
+// page.html, from the build.
+extern const unsigned char page_template[];
+extern const std::size_t page_template_size;
+
+namespace {
+
+// What one page holds, so that a browser on a phone still opens it.
+constexpr std::int64_t most_nodes = 20'000;
+constexpr std::int64_t most_drawings = 5'000;
+constexpr std::int64_t most_numbers = 4'000'000;          // of points and runs
+constexpr std::uint64_t most_pixels = 32'000'000;         // of all pictures
+constexpr std::uint64_t most_picture_pixels = 4'000'000;  // of one picture
+constexpr std::size_t most_text = 48u << 20;              // bytes of all texts
+constexpr std::size_t most_value_text = 8u << 20;         // of the values of one node
+constexpr std::size_t most_line_text = 4096;              // of one label, summary or detail line
+constexpr std::int32_t most_detail_lines = 2'000;         // of one node
+
+constexpr const char* kind_names[] = {"dict", "array", "value", "object"};
+
+std::string base64(std::string_view bytes) {
+  static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  text.reserve((bytes.size() + 2) / 3 * 4);
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    const auto byte = [&](std::size_t at) -> std::uint32_t {
+      return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
+    };
+    const std::uint32_t three = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
+    for (const int shift : {18, 12, 6, 0}) text += digits[three >> shift & 63];
+  }
+  const std::size_t missing = (3 - bytes.size() % 3) % 3;
+  return text.replace(text.size() - missing, missing, missing, '=');
+}
+
+// Keeps every `step`-th pixel of every `step`-th row, in place.
+void thin_out(Picture& picture, std::uint32_t step) {
+  const std::size_t bytes = picture.format == QV_PIXELS_GRAY8 ? 1 : picture.format == QV_PIXELS_BGR24 ? 3 : 4;
+  std::uint8_t* to = picture.bytes.get();
+  for (std::uint32_t row = 0; row < picture.height; row += step) {
+    const std::uint8_t* from = picture.bytes.get() + std::size_t{row} * picture.stride;
+    for (std::uint32_t column = 0; column < picture.width; column += step, to += bytes)
+      std::copy_n(from + column * bytes, bytes, to);
+  }
+  picture.width = (picture.width + step - 1) / step;
+  picture.height = (picture.height + step - 1) / step;
+  picture.stride = static_cast<std::uint32_t>(picture.width * bytes);
+}
+
+class PageData {
+ public:
+  PageData(const Session& session, const qv_node* root, const std::string& title) : session_(session), writer_(json_) {
+    writer_.SetMaxDecimalPlaces(3);  // of a pixel
+    writer_.StartObject();
+    member("title", title);
+    member("halcon", to_utf8(qv_adapter_halcon_version()));
+    key("nodes");
+    writer_.StartArray();
+    write_nodes(root);
+    writer_.EndArray();
+    key("left_out");
+    writer_.StartArray();
+    for (const auto& [what, count] : left_out_) string(std::to_string(count) + " " + what);
+    writer_.EndArray();
+    writer_.EndObject();
+  }
+
+  std::string_view json() const { return {json_.GetString(), json_.GetSize()}; }
+
+ private:
+  void key(const char* name) { writer_.Key(name); }
+  void string(std::string_view text) { writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size())); }
+  void member(const char* name, std::string_view text) {
+    key(name);
+    string(text);
+  }
+  void leave_out(const char* what) { ++left_out_[what]; }
+
+  // As much of the text as there is room for, cut between two characters.
+  std::string fitting(const qv_char* text, std::size_t limit, const char* cut_what) {
+    std::string all = to_utf8(text);
+    std::size_t size = std::min({all.size(), limit, text_left_});
+    if (size < all.size()) {
+      while (size > 0 && (all[size] & 0xC0) == 0x80) --size;
+      all.resize(size);
+      all += "…";
+      leave_out(cut_what);
+    }
+    text_left_ -= size;
+    return all;
+  }
+  void line_member(const char* name, const qv_char* text) {
+    member(name, fitting(text, most_line_text, "labels or lines end early"));
+  }
+
+  void write_nodes(const qv_node* root) {
+    std::vector<std::int64_t> numbers;  // of the nodes on the way from the root
+    std::int64_t written = 0;
+    walk(
+        root,
+        [&](const std::vector<Step>& steps) {
+          if (written == most_nodes) {
+            leave_out("nodes: the page shows 20000");
+            return true;
+          }
+          numbers.resize(steps.size() - 1);
+          write_node(steps.back().node, numbers.empty() ? -1 : numbers.back());
+          numbers.push_back(written++);
+          return true;
+        },
+        [](const std::vector<Step>&) {});
+  }
+
+  void write_node(const qv_node* node, std::int64_t parent) {
+    writer_.StartObject();
+    key("parent");
+    writer_.Int64(parent);
+    line_member("label", qv_node_label(node));
+    member("kind", kind_names[qv_node_kind(node) & 3]);
+    line_member("type", qv_node_type_label(node));
+    line_member("summary", qv_node_value_summary(node));
+    if (parent >= 0) member("segment", place_segment(node).substr(0, most_line_text));
+    if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node);
+    if (qv_node_kind(node) == QV_NODE_OBJECT) write_object(node);
+    writer_.EndObject();
+  }
+
+  void write_values(const qv_node* node) {
+    key("total");
+    writer_.Uint(qv_node_total_count(node));
+    if (qv_node_value_count(node) == 0) return;
+    member("values", fitting(qv_node_full_value_text(session_.reader(), node), most_value_text,
+                             "value texts end early: the page holds 8 MiB of one, 48 MiB of all"));
+  }
+
+  void write_object(const qv_node* node) {
+    const auto lines =
+        static_cast<std::int32_t>(std::min<std::int64_t>(qv_node_detail_line_count(node), most_detail_lines));
+    if (lines < qv_node_detail_line_count(node)) leave_out("lists of detail lines end early: the page shows 2000");
+    key("details");
+    writer_.StartArray();
+    for (std::int32_t i = 0; i < lines; ++i)
+      string(fitting(qv_node_detail_line_at(node, i), most_line_text, "labels or lines end early"));
+    writer_.EndArray();
+    if (qv_node_object_count(node) == 0 || !has_iconic_class(node)) return;
+    key("drawings");
+    writer_.StartArray();
+    for (std::uint32_t i = 0; i < qv_node_object_count(node); ++i) {
+      if (drawings_left_ == 0) {
+        leave_out("objects: the page draws 5000");
+        continue;
+      }
+      --drawings_left_;
+      write_drawing(node, static_cast<std::int32_t>(i));
+    }
+    writer_.EndArray();
+  }
+
+  // Matrices, models and other handles are nodes of the same kind.
+  static bool has_iconic_class(const qv_node* node) {
+    static constexpr std::string_view classes[] = {"image", "region", "xld_cont", "xld_poly", "xld_parallel", "mixed"};
+    return std::find(std::begin(classes), std::end(classes), to_utf8(qv_node_object_class(node))) != std::end(classes);
+  }
+
+  void write_drawing(const qv_node* node, std::int32_t index) {
+    writer_.StartObject();
+    member("class", object_class(node, index));
+    try {
+      Drawing drawing = draw(session_, node, index);
+      if (drawing.picture)
+        write_picture(*drawing.picture);
+      else if (drawing.runs)
+        write_runs(*drawing.runs);
+      else
+        write_lines(drawing.lines);
+    } catch (const Failure& failure) {
+      member("reason", failure.what());
+    }
+    writer_.EndObject();
+  }
+
+  void write_picture(Picture& picture) {
+    const std::uint64_t pixels = std::uint64_t{picture.width} * picture.height;
+    const auto step = static_cast<std::uint32_t>(std::ceil(std::sqrt(double(pixels) / double(most_picture_pixels))));
+    if (step > 1) thin_out(picture, step);
+    const std::uint64_t shown = std::uint64_t{picture.width} * picture.height;
+    if (shown > pixels_left_) {
+      leave_out("images: the page holds 32 million pixels");
+      throw Failure("left out: the page holds 32 million pixels");
+    }
+    pixels_left_ -= shown;
+    key("step");
+    writer_.Uint(std::max(step, 1u));
+    key("width");
+    writer_.Uint(picture.width);
+    key("height");
+    writer_.Uint(picture.height);
+    member("src", "data:image/png;base64," + base64(picture_png(picture)));
+  }
+
+  void take_numbers(std::int64_t count) {
+    if (count > numbers_left_) {
+      leave_out("regions or lines: the page holds 4 million numbers of them");
+      throw Failure("left out: the page holds 4 million numbers of regions and lines");
+    }
+    numbers_left_ -= count;
+  }
+
+  void write_runs(const Runs& runs) {
+    take_numbers(std::int64_t{3} * runs.count);
+    key("runs");
+    writer_.StartArray();
+    for (std::uint32_t i = 0; i < runs.count; ++i)
+      for (const std::int32_t number : {runs.rows[i], runs.begins[i], runs.ends[i]}) writer_.Int(number);
+    writer_.EndArray();
+  }
+
+  void write_lines(const std::vector<Line>& lines) {
+    for (const Line& line : lines) take_numbers(std::int64_t{2} * line.count);
+    key("lines");
+    writer_.StartArray();
+    for (const Line& line : lines) {
+      writer_.StartArray();
+      for (std::uint32_t i = 0; i < line.count; ++i)
+        for (const double number : {line.rows[i], line.cols[i]})
+          std::isfinite(number) ? writer_.Double(number) : writer_.Null();
+      writer_.EndArray();
+    }
+    writer_.EndArray();
+  }
+
+  const Session& session_;
+  rapidjson::StringBuffer json_;
+  rapidjson::Writer<rapidjson::StringBuffer> writer_;
+  std::int64_t drawings_left_ = most_drawings, numbers_left_ = most_numbers;
+  std::uint64_t pixels_left_ = most_pixels;
+  std::size_t text_left_ = most_text;
+  std::map<std::string, std::int64_t> left_out_;
+};
+
+}  // namespace
+
+std::string html_page(const Session& session, const qv_node* root, const std::string& title) {
+  static constexpr std::string_view mark = "{{data}}";
+  const PageData data(session, root, title);
+  const std::string_view page(reinterpret_cast<const char*>(page_template), page_template_size);
+  const std::size_t place = page.find(mark);
+  std::string result(page.substr(0, place));
+  result.reserve(page.size() + data.json().size() + data.json().size() / 16);
+  // A '<' in a text must not end the script element that holds it.
+  for (const char c : data.json()) c == '<' ? result += "\\u003c" : result += c;
+  return result += page.substr(place + mark.size());
+}
+
+}  // namespace host

@@ -1,0 +1,16 @@
+// A file as one page for a browser, which needs nothing else: the tree, and beside it every object drawn.
+#ifndef QUOVEL_HOST_HTML_PAGE_H
+#define QUOVEL_HOST_HTML_PAGE_H
+
+#include <string>
+
+#include "session.h"
+
+namespace host {
+
+// The page in UTF-8. What is over its limits is left out or shown smaller, and the page says so.
+std::string html_page(const Session& session, const qv_node* root, const std::string& title);
+
+}  // namespace host
+
+#endif
