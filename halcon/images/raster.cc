@@ -55,7 +55,7 @@ const std::uint8_t* IndexRow::operator()(const std::uint8_t* row) noexcept {
   return indices_.data();
 }
 
-PackedPixels::PackedPixels(std::vector<std::uint32_t> masks, std::size_t bytes, std::endian order)
+PackedPixels::PackedPixels(const std::vector<std::uint32_t>& masks, std::size_t bytes, std::endian order)
     : bytes_(bytes), order_(order) {
   for (const std::uint32_t mask : masks) fields_.push_back(field_of(mask));
   unsigned seen = 0;

@@ -70,7 +70,7 @@ class IndexRow {
 // eight bits the upper eight count.
 class PackedPixels {
  public:
-  PackedPixels(std::vector<std::uint32_t> masks, std::size_t bytes, std::endian order);
+  PackedPixels(const std::vector<std::uint32_t>& masks, std::size_t bytes, std::endian order);
 
   std::size_t channels() const noexcept { return fields_.size(); }
   void put(const std::uint8_t* row, std::size_t pixels, ImageDraft& draft, std::size_t at) const noexcept;

@@ -20,7 +20,6 @@ using HalconCpp::HImage;
 using HalconCpp::Hlong;
 using HalconCpp::HObject;
 using HalconCpp::HString;
-using HalconCpp::HTuple;
 
 struct Picture {
   std::string type;
@@ -120,7 +119,7 @@ class Expectation {
 
   // Empty when all agrees, otherwise "what is expected" and "what is found".
   std::optional<std::pair<std::string, std::string>> difference(const Picture& found) const {
-    const auto differ = [](std::string a, std::string b) { return std::make_optional(std::make_pair(a, b)); };
+    const auto differ = [](const std::string& a, const std::string& b) { return std::optional(std::make_pair(a, b)); };
     const std::string size = cell("width") + " x " + cell("height"),
                       found_size = std::to_string(found.width) + " x " + std::to_string(found.height);
     if (size != found_size) return differ(size, found_size);
