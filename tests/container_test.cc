@@ -1,22 +1,21 @@
 // The container format: what goes in comes out to the last bit, and no file that is not whole is taken for one.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <bit>
-#include <cmath>
-#include <cstring>
-#include <functional>
+#include <climits>
 #include <limits>
 #include <random>
 
 #include "support/files.h"
 #include "support/objects.h"
+#include "support/small_stack.h"
 
 namespace {
 
 using namespace HalconCpp;
 using namespace test;
+using testing::HasSubstr;
 
 // The message of the failure; empty when there was none.
 template <class Body>
@@ -29,41 +28,44 @@ std::string failure(Body body) {
   }
 }
 
-// Everything that a value is, as text: two values of the same text are equal to the last bit.
+// Values as text: two of the same text are equal to the last bit.
+std::string text_of(const HTuple& tuple);
+std::string text_of(const HObject& objects);
 
-std::string text_of(const HObject& object);
+std::string text_of_entries(const HHandle& handle) {
+  HTuple keys, kind, value;
+  GetHandleParam(handle, "keys", HTuple(), &keys);
+  std::string text = text_of(keys);
+  for (Hlong i = 0; i < keys.Length(); ++i) {
+    GetHandleParam(handle, "key_data_type", keys[i], &kind);
+    HObject object;
+    if (kind[0].S().Text() == std::string("object")) {
+      GetHandleObject(&object, handle, keys[i]);
+      text += text_of(object);
+    } else {
+      GetHandleTuple(handle, keys[i], &value);
+      text += text_of(value);
+    }
+  }
+  return text;
+}
 
 std::string text_of(const HTuple& tuple) {
+  const HTuple types = tuple.TupleSemTypeElem();
   std::string text = "(";
   for (Hlong i = 0; i < tuple.Length(); ++i) {
-    const std::string type = tuple.TupleSemTypeElem()[i].S().Text();
+    const std::string type = types[i].S().Text();
     text += type + " ";
+    HTuple rows, columns, values;
     if (type == "integer") text += std::to_string(tuple[i].L());
     if (type == "real") text += std::to_string(std::bit_cast<std::uint64_t>(tuple[i].D()));
     if (type == "string") text += tuple[i].S().Text();
     if (type == "matrix") {
-      HTuple rows, columns, values;
       GetSizeMatrix(tuple[i], &rows, &columns);
       GetFullMatrix(tuple[i], &values);
       text += text_of(rows) + text_of(columns) + text_of(values);
-    } else if (type == "dict" || type == "object_model_3d" || type == "dl_model") {
-      HTuple keys;
-      GetHandleParam(tuple[i], "keys", HTuple(), &keys);
-      text += text_of(keys);
-      for (Hlong k = 0; k < keys.Length(); ++k) {
-        HTuple kind, value;
-        HObject object;
-        GetHandleParam(tuple[i], "key_data_type", keys[k], &kind);
-        if (kind[0].S().Text() == std::string("object")) {
-          GetHandleObject(&object, tuple[i], keys[k]);
-          text += text_of(object);
-        } else {
-          GetHandleTuple(tuple[i], keys[k], &value);
-          text += text_of(value);
-        }
-      }
     }
-    text += "\n";
+    if (type == "dict" || type == "object_model_3d" || type == "dl_model") text += text_of_entries(tuple[i].H());
   }
   return text + ")";
 }
@@ -77,7 +79,7 @@ std::string text_of_runs(const HRegion& region) {
 std::string text_of_image(const HImage& image) {
   HString type;
   Hlong width, height, pitch, step, bits;
-  std::string text = text_of(image.CountChannels());
+  std::string text;
   for (Hlong channel = 1; channel <= image.CountChannels()[0].L(); ++channel) {
     HObject plane;
     AccessChannel(image, &plane, channel);
@@ -108,7 +110,7 @@ std::string text_of(const HObject& objects) {
   return text + "]";
 }
 
-HTuple new_dict(const std::vector<std::pair<HTuple, HTuple>>& entries = {}) {
+HTuple new_dict(std::initializer_list<std::pair<HTuple, HTuple>> entries = {}) {
   HTuple dict;
   CreateDict(&dict);
   for (const auto& [key, value] : entries) SetDictTuple(dict, key, value);
@@ -118,7 +120,7 @@ HTuple new_dict(const std::vector<std::pair<HTuple, HTuple>>& entries = {}) {
 HTuple read_dict(const std::string& path) {
   HDict dict;
   dict.ReadDict(path.c_str(), HTuple(), HTuple());
-  return HTuple(static_cast<const HHandle&>(dict));
+  return static_cast<const HHandle&>(dict);
 }
 
 HObject read_objects(const std::string& path) {
@@ -129,35 +131,22 @@ HObject read_objects(const std::string& path) {
 
 const double nan_with_payload = std::bit_cast<double>(0x7FF4000000ABCDEFu);
 
-HTuple odd_reals() {
-  HTuple reals;
-  for (const double value : {0.1, -0.0, 5e-324, -std::numeric_limits<double>::infinity(), nan_with_payload})
-    reals.Append(value);
-  return reals;
-}
-
-HObject runs(const HTuple& row, const HTuple& begin, const HTuple& end) {
-  HObject region;
-  GenRegionRuns(&region, row, begin, end);
-  return region;
-}
+HTuple odd_reals() { return tuple({0.1, -0.0, 5e-324, -std::numeric_limits<double>::infinity(), nan_with_payload}); }
 
 HObject every_kind_of_object() {
-  constexpr int least = std::numeric_limits<int>::min(), most = std::numeric_limits<int>::max();
-  HObject odd_pixels, odd_points, no_region;
+  HObject odd_pixels, odd_points, no_region, region;
   const std::uint32_t pixels[] = {0x7FA00001, 0x80000000, 0x00000001, 0xFF800000};
   GenImage1(&odd_pixels, "real", 2, 2, pixels);
   GenContourPolygonXld(&odd_points, odd_reals(), odd_reals());
   GenEmptyRegion(&no_region);
+  GenRegionRuns(&region, tuple({INT_MIN, 0, 0, INT_MAX}), tuple({INT_MIN, 3, 9, 5}), tuple({INT_MAX, 6, 12, 5}));
   HObject all = concat({odd_pixels, odd_points, no_region, parallels(), polygon({1, 2.5}, {3, 4}), contour({7}, {8}),
-                        runs(tuple({least, 0, 0, most}), tuple({least, 3, 9, 5}), tuple({most, 6, 12, 5})),
-                        with_domain(ramp(5, 4, 3), 1, 1, 2, 3), with_domain(ramp(3, 3), 7, 7, 9, 9)});
+                        region, with_domain(ramp(5, 4, 3), 1, 1, 2, 3), with_domain(ramp(3, 3), 7, 7, 9, 9)});
   for (const char* type : {"byte", "int1", "int2", "uint2", "int4", "int8", "real"})
     for (const int channels : {1, 2, 5}) all = concat({all, ramp(7, 3, channels, type)});
   return concat({all, ramp(700, 500, 2)});
 }
 
-// Long enough to fill the buffers of the format once and a bit, in all ways.
 HTuple numbers(Hlong count) {
   HTuple result;
   for (Hlong i = 0; i < count; ++i) result.Append(i * 0x123456789);
@@ -171,17 +160,17 @@ HTuple every_kind_of_value() {
   GenObjectModel3dFromPoints(odd_reals(), odd_reals(), odd_reals(), &points);
   GenSphereObjectModel3d(1, 2, 3, 0.5, &sphere);
   CreateDlModel(new_dict({{"layers", tuple({"conv", "pool"})}, {"inner", new_dict({{1, new_dict()}})}}), &model);
-  for (int i = 0; i < 20000; ++i) texts.Append(std::string(static_cast<std::size_t>(i % 40), 'x').c_str());
-  GetRegionRuns(runs(tuple({4, 5, 6}), tuple({1, 2, 3}), tuple({7, 8, 9})), &row, &begin, &end);
+  for (int i = 0; i < 9000; ++i) texts.Append(std::string(static_cast<std::size_t>(i % 40), 'x').c_str());
+  GetRegionRuns(rectangle(4, 1, 6, 7), &row, &begin, &end);
   const HTuple dict = new_dict({{"", HTuple()},
                                 {"integer", Hlong{-5}},
                                 {"real", nan_with_payload},
                                 {"text", "\u00e4 \U0001F600"},
                                 {"no text", ""},
                                 {"reals", odd_reals()},
-                                {"32 bits", begin},
+                                {"32 bits", row},
                                 {"equal", texts.TupleIsIntElem()},
-                                {"equal texts", numbers(3).TupleSemTypeElem()},
+                                {"equal texts", row.TupleSemTypeElem()},
                                 {"texts", texts},
                                 {"mixed", tuple({1, 2.5, "three", new_dict({{4, 5}}), matrix, HTuple(HHandle())})},
                                 {"handles", tuple({new_dict({{1.5, 2}}), points, new_dict(), sphere})},
@@ -191,7 +180,8 @@ HTuple every_kind_of_value() {
                                 {"model", model},
                                 {7, new_dict({{"down", new_dict({{"deeper", tuple({new_dict(), new_dict()})}})}})},
                                 {7.0, "another key"}});
-  for (const Hlong count : {2, 8190, 8191, 8192, 8193, 16384, 30000}) SetDictTuple(dict, count, numbers(count));
+  // Below, at and above the size of the buffers that files go through.
+  for (const Hlong count : {2, 8190, 8191, 8192, 8193, 17000}) SetDictTuple(dict, count, numbers(count));
   SetDictObject(every_kind_of_object(), dict, "objects");
   SetDictObject(empty_object(), dict, "no objects");
   return dict;
@@ -200,15 +190,13 @@ HTuple every_kind_of_value() {
 TEST(Container, HoldsEveryKindOfValue) {
   const TempDir folder;
   for (const char* name : {"objects.hobj", "other.extension", "none"}) {
-    const HObject objects = every_kind_of_object();
-    save(objects, folder / name);
-    EXPECT_EQ(text_of(read_objects(folder / name)), text_of(objects));
+    save(every_kind_of_object(), folder / name);
+    EXPECT_EQ(text_of(read_objects(folder / name)), text_of(every_kind_of_object()));
     save(empty_object(), folder / name);
     EXPECT_EQ(text_of(read_objects(folder / name)), "[]");
-    const HTuple dict = every_kind_of_value();
-    save_dict(dict, folder / name);
-    EXPECT_EQ(text_of(read_dict(folder / name)), text_of(dict));
   }
+  save_dict(every_kind_of_value(), folder / "all.hdict");
+  EXPECT_EQ(text_of(read_dict(folder / "all.hdict")), text_of(every_kind_of_value()));
 }
 
 TEST(Container, HoldsModels) {
@@ -226,39 +214,26 @@ TEST(Container, HoldsModels) {
   EXPECT_EQ(text_of(HTuple(static_cast<const HHandle&>(opened))), text_of(model));
 }
 
-// Calls `body` on a thread with a stack of 1 MiB.
-void on_small_stack(std::function<void()> body) {
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 1 << 20), 0);
-  pthread_t thread;
-  const auto run = [](void* argument) -> void* {
-    (*static_cast<std::function<void()>*>(argument))();
-    return nullptr;
-  };
-  ASSERT_EQ(pthread_create(&thread, &attributes, run, &body), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-}
-
 HTuple chain(int length) {
   HTuple dict = new_dict();
   for (int i = 1; i < length; ++i) dict = new_dict({{"in", i % 2 ? dict : tuple({1, dict})}});
   return dict;
 }
 
-// The bytes of a container that somebody else made; its checksum is never right.
+// A container that somebody else made; its checksum is never right.
 struct File {
   std::string bytes = "QVHALCON\1";
+  File& tags(std::initializer_list<int> values) {
+    for (const int value : values) bytes += static_cast<char>(value);
+    return *this;
+  }
   template <class T>
   File& put(std::initializer_list<T> values) {
     for (const T value : values) bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
     return *this;
   }
-  File& tags(std::initializer_list<int> values) {
-    for (const int value : values) bytes += static_cast<char>(value);
-    return *this;
-  }
+  File& counts(std::initializer_list<std::uint64_t> values) { return put(values); }
+  void write_to(const std::string& path) const { write(path, bytes + "checksum"); }
 };
 
 TEST(Container, NestsAsDeepAsTheLimitAndNoDeeper) {
@@ -272,12 +247,12 @@ TEST(Container, NestsAsDeepAsTheLimitAndNoDeeper) {
       dict = inner[inner.Length() - 1];
     }
     EXPECT_EQ(levels, 1024);
-    EXPECT_THAT(failure([&] { save_dict(chain(1025), folder / "deeper"); }), testing::HasSubstr("1024 levels"));
+    EXPECT_THAT(failure([&] { save_dict(chain(1025), folder / "deeper"); }), HasSubstr("1024 levels"));
     File file;  // 1025 dictionaries with the key 0: each is the value in the one after it
-    file.tags({1}).put<std::uint64_t>({1025});
-    for (std::uint64_t i = 0; i < 1025; ++i) file.tags({1, 1}).put<std::uint64_t>({0}).tags({4}).put({i});
-    write(folder / "deeper", file.bytes + "checksum");
-    EXPECT_THAT(failure([&] { read_dict(folder / "deeper"); }), testing::HasSubstr("1024 levels"));
+    file.tags({1}).counts({1025});
+    for (std::uint64_t i = 0; i < 1025; ++i) file.tags({1, 1}).counts({0}).tags({4}).counts({i});
+    file.write_to(folder / "deeper");
+    EXPECT_THAT(failure([&] { read_dict(folder / "deeper"); }), HasSubstr("1024 levels"));
   });
 }
 
@@ -291,11 +266,11 @@ TEST(Container, ReadsATreeWhateverWasShared) {
 
   HTuple doubling = new_dict();
   for (int i = 0; i < 60; ++i) doubling = new_dict({{"both", tuple({doubling, doubling})}});
-  EXPECT_THAT(failure([&] { save_dict(doubling, folder / "large"); }), testing::HasSubstr("1048576 times"));
+  EXPECT_THAT(failure([&] { save_dict(doubling, folder / "large"); }), HasSubstr("1048576 times"));
   const HTuple own = new_dict();
   SetDictTuple(own, "self", own);
-  EXPECT_THAT(failure([&] { save_dict(own, folder / "large"); }), testing::HasSubstr("key 'self': nested"));
-  SetDictTuple(own, "self", 0);
+  EXPECT_THAT(failure([&] { save_dict(own, folder / "large"); }), HasSubstr("key 'self': nested"));
+  SetDictTuple(own, "self", 0);  // or it would hold itself for ever
   EXPECT_FALSE(std::filesystem::exists(native(folder / "large")));
 }
 
@@ -306,7 +281,7 @@ TEST(Container, RefusesEveryCutAndEveryChange) {
   save_dict(dict, folder / "whole");
   const std::string whole = read(folder / "whole");
   const auto is_refused = [&](const std::string& bytes) {
-    std::filesystem::remove(native(folder / "bad"));  // rewriting a file is slow: it goes to the disk
+    std::filesystem::remove(native(folder / "bad"));  // writing over a file may wait for the disk
     write(folder / "bad", bytes);
     const std::string message = failure([&] { read_dict(folder / "bad"); });
     return message.starts_with("ReadDict: '" + folder / "bad" + "': ") && message.find('\n') == std::string::npos;
@@ -315,13 +290,13 @@ TEST(Container, RefusesEveryCutAndEveryChange) {
   EXPECT_TRUE(is_refused(whole + "x"));
   for (std::size_t length = 0; length < whole.size(); ++length) EXPECT_TRUE(is_refused(whole.substr(0, length)));
   for (std::size_t at = 0; at < whole.size(); ++at)
-    for (const int change : {1, 3, 4, 0x80, 0xFF}) {
+    for (const int change : {1, 3, 0x80}) {
       std::string changed = whole;
       changed[at] = static_cast<char>(changed[at] ^ change);
       EXPECT_TRUE(is_refused(changed)) << at << " ^ " << change;
     }
   std::mt19937 random(7);
-  for (int i = 0; i < 2000; ++i) {
+  for (int i = 0; i < 1000; ++i) {
     std::string changed = whole;
     for (int k = 0; k < 3; ++k) changed[random() % whole.size()] = static_cast<char>(random());
     EXPECT_TRUE(changed == whole || is_refused(changed)) << i;
@@ -329,65 +304,53 @@ TEST(Container, RefusesEveryCutAndEveryChange) {
 }
 
 TEST(Container, RefusesContentThatCannotBe) {
-  const auto one_object = [](int object_class) { return File().tags({0}).put<std::int64_t>({1}).tags({object_class}); };
-  const auto one_dict = [] { return File().tags({1}).put<std::int64_t>({1}).tags({1}); };
-  const auto two_dicts = [] { return File().tags({1}).put<std::int64_t>({2}).tags({1, 0}).tags({1}); };
-  const auto matrix = [] { return File().tags({1}).put<std::int64_t>({2}).tags({2}); };
-  const auto model = [] { return File().tags({1}).put<std::int64_t>({2}).tags({3}); };
+  const auto object = [](int object_class) { return File().tags({0}).counts({1}).tags({object_class}); };
+  const auto dict = [] { return File().tags({1}).counts({1}).tags({1}); };
+  const auto value = [] { return File().tags({1}).counts({1}).tags({1, 1}).counts({0}); };
+  const auto two_dicts = [] { return File().tags({1}).counts({2}).tags({1, 0, 1}); };
+  const auto matrix = [] { return File().tags({1}).counts({2}).tags({2}); };
+  const auto model = [] { return File().tags({1}).counts({2}).tags({3}); };
   constexpr std::uint64_t huge = std::uint64_t{1} << 63;
   const struct {
     File file;
     const char* reason;
   } cases[] = {
-      {one_dict().tags({8}).put({huge}), "claims 9223372036854775808 elements"},
-      {one_dict().tags({5}).put<std::int64_t>({2, 6, 6}).tags({0, 0}), "a key twice"},
-      {one_dict().tags({5}).put<std::int64_t>({2, 6, 7}).tags({0}), "ends too early"},
-      {one_dict().tags({9}).put<std::int64_t>({1}).tags({4}).put<std::int64_t>({0}).tags({0}), "a key is one"},
-      {one_dict().tags({1}).put<std::int64_t>({0}).tags({4}).put<std::int64_t>({1}), "a part that is not there"},
-      {one_dict().tags({1}).put<std::int64_t>({0}).tags({5}).put({huge}), "claims 9223372036854775808 elements"},
-      {one_dict().tags({1}).put<std::int64_t>({0}).tags({7}).put({huge / 4}), "claims 2305843009213693952 elements"},
-      {one_dict().tags({1}).put<std::int64_t>({0}).tags({99}), "unknown type 99"},
+      {File().tags({1}).counts({huge}), "claims 9223372036854775808 elements"},
+      {File().tags({1}).counts({0}), "that nothing refers to"},
+      {File().tags({1}).counts({1}).tags({2}).counts({0, 0}).tags({0}), "another type"},
+      {File().tags({4}).counts({1}), "\"dl_model\", not a handle of type \"dict\""},
+      {dict().tags({8}).counts({huge}), "claims 9223372036854775808 elements"},
+      {dict().tags({5}).counts({2, 6, 6}).tags({0, 0}), "a key twice"},
+      {dict().tags({5}).counts({2, 6, 7}).tags({0}), "more keys than values"},
+      {dict().tags({9}).counts({1}).tags({4}).counts({0}).tags({0}), "a key is one"},
+      {value().tags({4}).counts({1}), "a part that is not there"},
+      {value().tags({5}).counts({huge}), "claims 9223372036854775808 elements"},
+      {value().tags({7}).counts({huge / 4}), "claims 2305843009213693952 elements"},
+      {value().tags({8}).counts({1, 1}).put<int>({2}).tags({'x'}), "longer than all texts"},
+      {value().tags({99}), "unknown type 99"},
       {two_dicts().tags({0}), "that nothing refers to"},
-      {two_dicts()
-           .tags({1})
-           .put<std::int64_t>({0})
-           .tags({9})
-           .put<std::int64_t>({2})
-           .tags({4})
-           .put<std::int64_t>({1})
-           .tags({4})
-           .put<std::int64_t>({1}),
+      {two_dicts().tags({1}).counts({0}).tags({9}).counts({2}).tags({4}).counts({1}).tags({4}).counts({1}),
        "a part that is not there"},
-      {File().tags({1}).put({huge}), "claims 9223372036854775808 elements"},
-      {File().tags({1}).put<std::int64_t>({0}), "that nothing refers to"},
-      {File().tags({1}).put<std::int64_t>({1}).tags({2}).put<std::int64_t>({0, 0}).tags({0}), "another type"},
-      {File().tags({4}).put<std::int64_t>({1}), "\"dl_model\", not a handle of type \"dict\""},
-      {matrix().put<std::int64_t>({2, 2}).tags({2}).put<double>({1}), "values of a matrix"},
-      {matrix().put({huge / 2, huge / 2}).tags({0}), "values of a matrix"},
-      {matrix().put<std::int64_t>({1, 1}).tags({1}).put<std::int64_t>({1}), "values of a matrix"},
-      {model().put<std::int64_t>({0}).tags({2}).put<double>({1}).tags({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
-       "columns of a"},
-      {model().put<std::int64_t>({1}).tags({0, 0, 0, 0, 0, 0, 0, 0, 0, 1}).put<std::int64_t>({0}).tags({0, 0}),
-       "a 3D model has 0 where"},
-      {one_object(9), "unknown class"},
-      {one_object(2).put({huge}), "claims 9223372036854775808 elements"},
-      {one_object(1).put<std::int64_t>({2}).put<int>({5, 4, 0, 0, 1, 1}), "out of order"},
-      {one_object(1).put<std::int64_t>({2}).put<int>({5, 5, 0, 1, 1, 2}), "out of order"},
-      {one_object(1).put<std::int64_t>({1}).put<int>({5, 1, 0}), "out of order"},
-      {one_object(0).tags({0}).put<int>({INT_MIN, INT_MIN, 1}), "2147483648 x 2147483648 pixels"},
-      {one_object(0).tags({0}).put<int>({1 << 14, 1 << 14, 1}).tags({0}), "is cut short"},
-      {one_object(0).tags({7}).put<int>({1, 1, 1}).tags({0, 0}), "unknown pixel type"},
-      {one_object(0).tags({0}).put<int>({2, 2, 1}).tags({1}).put<std::int64_t>({1}).put<int>({1, 1, 2, 0}),
-       "reaches outside"},
+      {matrix().counts({2, 2}).tags({2}).put({1.0}), "values of a matrix"},
+      {matrix().counts({huge / 2, huge / 2}).tags({0}), "values of a matrix"},
+      {matrix().counts({1, 1}).tags({1}).counts({1}), "values of a matrix"},
+      {model().counts({0}).tags({2}).put({1.0}).tags({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), "columns of a 3D model"},
+      {model().counts({1}).tags({0, 0, 0, 0, 0, 0, 0, 0, 0, 1}).counts({0}).tags({0, 0}), "a 3D model has 0 where"},
+      {object(9).counts({0}), "unknown class"},
+      {object(2).counts({huge}), "claims 9223372036854775808 elements"},
+      {object(1).counts({2}).put({5, 4, 0, 0, 1, 1}), "out of order"},
+      {object(1).counts({2}).put({5, 5, 0, 1, 1, 2}), "out of order"},
+      {object(1).counts({1}).put({5, 1, 0}), "out of order"},
+      {object(0).tags({0}).put({INT_MIN, INT_MIN, 1}), "2147483648 x 2147483648 pixels"},
+      {object(0).tags({0}).put({1 << 14, 1 << 14, 1}).tags({0}), "is cut short"},
+      {object(0).tags({7}).put({1, 1, 1}).tags({0, 0}), "unknown pixel type"},
+      {object(0).tags({0}).put({2, 2, 1}).tags({1}).counts({1}).put({1, 1, 2, 0}), "reaches outside"},
   };
   const TempDir folder;
   for (const auto& [file, reason] : cases) {
-    write(folder / "bad", file.bytes + "checksum");
-    const bool objects = file.bytes[9] == 0;
-    const std::string message = failure([&] {
-      objects ? static_cast<void>(read_objects(folder / "bad")) : static_cast<void>(read_dict(folder / "bad"));
-    });
-    EXPECT_THAT(message, testing::HasSubstr(reason));
+    file.write_to(folder / "bad");
+    EXPECT_THAT(failure([&] { read_objects(folder / "bad"); }) + failure([&] { read_dict(folder / "bad"); }),
+                HasSubstr(reason));
   }
 }
 
@@ -405,11 +368,10 @@ TEST(Container, SaysWhatAForeignFileIs) {
                {"dict.hobj", "QVHALCON\1\1 and more", "\"dict\", not iconic objects"}};
   for (const auto& [name, content, reason] : cases) {
     write(folder / name, content);
-    EXPECT_THAT(failure([&] { read_objects(folder / name); }), testing::HasSubstr(reason)) << name;
+    EXPECT_THAT(failure([&] { read_objects(folder / name); }), HasSubstr(reason)) << name;
   }
-  EXPECT_THAT(failure([&] { read_objects(folder / "none.hobj"); }), testing::HasSubstr("no such file"));
-  EXPECT_THAT(failure([&] { read_objects(folder.path()); }), testing::HasSubstr("is a folder"));
-  EXPECT_THAT(failure([&] { save(HObject(), folder / "unset"); }), testing::HasSubstr("not set"));
+  EXPECT_THAT(failure([&] { read_objects(folder / "none.hobj"); }), HasSubstr("no such file"));
+  EXPECT_THAT(failure([&] { save(HObject(), folder / "unset"); }), HasSubstr("not set"));
   EXPECT_FALSE(std::filesystem::exists(native(folder / "unset")));
 }
 

@@ -1,31 +1,15 @@
 // Data nested far deeper than any file may be: building, walking and destroying cost no stack.
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include "support/files.h"
 #include "support/host.h"
 #include "support/objects.h"
+#include "support/small_stack.h"
 #include "tree/builders.h"
 
 namespace {
 
 using namespace test;
-
-// Runs `body` on a thread with a stack of 1 MiB.
-template <class Body>
-void on_small_stack(Body body) {
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 1 << 20), 0);
-  pthread_t thread;
-  const auto run = [](void* argument) -> void* {
-    (*static_cast<Body*>(argument))();
-    return nullptr;
-  };
-  ASSERT_EQ(pthread_create(&thread, &attributes, run, &body), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-}
 
 // Dictionaries in dictionaries; every other one stands in a tuple of two.
 HTuple nested_dicts(int depth) {

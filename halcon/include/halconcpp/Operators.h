@@ -37,6 +37,7 @@ HALCONCPP_API void ReadObject(HObject* object, const HTuple& file);
 HALCONCPP_API void ReadImage(HObject* image, const HTuple& file);
 HALCONCPP_API void WriteObject(const HObject& object, const HTuple& file);
 HALCONCPP_API void WriteImage(const HObject& image, const HTuple& format, const HTuple& fill_color, const HTuple& file);
+// One open polyline per object, in order; x is the column and y the row.
 HALCONCPP_API void WriteContourXldDxf(const HObject& contours, const HTuple& file);
 HALCONCPP_API void WritePolygonXldDxf(const HObject& polygons, const HTuple& file);
 
