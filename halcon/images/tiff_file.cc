@@ -61,10 +61,11 @@ int keep_error(TIFF*, void* user, const char*, const char* format, va_list argum
   return 1;
 }
 
-// libjpeg fills up what is missing or damaged and only warns of it: here that is an error.
+// Of JPEG and fax data that is missing or damaged libtiff only warns and fills it up: here that is an error.
 bool tells_damage(const char* warning) {
-  const bool corrupt = std::strstr(warning, "Corrupt JPEG data") && !std::strstr(warning, "extraneous bytes");
-  return corrupt || std::strstr(warning, "Premature end of JPEG");
+  for (const char* sign : {"Premature end of JPEG", "Corrupt JPEG data", "Premature EO", "Line length mismatch"})
+    if (std::strstr(warning, sign)) return !std::strstr(warning, "extraneous bytes");
+  return false;
 }
 
 int keep_warning(TIFF*, void* user, const char*, const char* format, va_list arguments) {
