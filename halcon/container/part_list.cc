@@ -1,5 +1,6 @@
 #include <string>
 #include <unordered_set>
+#include <utility>
 
 #include "container/parts.h"
 #include "core/failure.h"
