@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <initializer_list>
 #include <limits>
 #include <map>
 #include <set>
@@ -45,6 +46,23 @@ class Filling {
 using Dict = Filling<DictData>;
 using Model = Filling<DlModelData>;
 
+// A dictionary of a few entries; all that are made of the same keys share them.
+HTuple record(const HTuple& keys, std::initializer_list<HTuple> values) {
+  std::vector<Entry> entries;
+  entries.reserve(values.size());
+  for (const HTuple& value : values) entries.push_back({value, HObject()});
+  auto* data = new DictData;
+  const HHandle owner = Access::wrap(data);
+  data->table.adopt(keys, std::move(entries));
+  return Access::handle_tuple(owner);
+}
+
+HTuple texts(std::initializer_list<const char*> values) {
+  HTuple tuple;
+  for (const char* value : values) tuple.Append(Access::text_tuple(value));
+  return tuple;
+}
+
 HTuple text(const std::string& value) { return Access::text_tuple(value); }
 
 std::string element_type(int type) {
@@ -68,50 +86,52 @@ HTuple shape_of(const onnx::TensorShapeProto& shape) {
   return Access::elements(std::move(sizes));
 }
 
+struct Type {
+  std::string name;
+  const onnx::TensorShapeProto* shape = nullptr;  // if it has a shape
+};
+
 // Sequences, maps and optionals name what they hold: "sequence(float)".
-HTuple describe(const onnx::ValueInfoProto& value) {
-  Dict dict;
-  dict.set("name", text(value.name()));
-  std::string name, closing;
-  const onnx::TensorShapeProto* shape = nullptr;
-  const auto within = [&](const std::string& holder) {
-    name += holder;
+Type type_of(const onnx::TypeProto& proto) {
+  Type type;
+  std::string closing;
+  const auto tensor = [&](const auto& held) {
+    type.name += element_type(held.elem_type());
+    if (held.has_shape()) type.shape = &held.shape();
+  };
+  const auto within = [&](const std::string& holder, const onnx::TypeProto& held) {
+    type.name += holder;
     closing += ')';
+    return &held;
   };
-  const auto tensor = [&](const auto& type) {
-    name += element_type(type.elem_type());
-    if (type.has_shape()) shape = &type.shape();
-  };
-  for (const onnx::TypeProto* type = &value.type(); type;) {
-    const onnx::TypeProto* inner = nullptr;
-    switch (type->value_case()) {
-      case onnx::TypeProto::kTensorType:
-        tensor(type->tensor_type());
-        break;
-      case onnx::TypeProto::kSparseTensorType:
-        name += "sparse ";
-        tensor(type->sparse_tensor_type());
-        break;
-      case onnx::TypeProto::kSequenceType:
-        within("sequence(");
-        inner = &type->sequence_type().elem_type();
-        break;
-      case onnx::TypeProto::kOptionalType:
-        within("optional(");
-        inner = &type->optional_type().elem_type();
-        break;
-      case onnx::TypeProto::kMapType:
-        within("map(" + element_type(type->map_type().key_type()) + ", ");
-        inner = &type->map_type().value_type();
-        break;
-      default:
-        name += element_type(0);
+  for (const onnx::TypeProto* at = &proto; at;) {
+    const onnx::TypeProto* held = nullptr;
+    if (at->has_tensor_type()) {
+      tensor(at->tensor_type());
+    } else if (at->has_sparse_tensor_type()) {
+      type.name += "sparse ";
+      tensor(at->sparse_tensor_type());
+    } else if (at->has_sequence_type()) {
+      held = within("sequence(", at->sequence_type().elem_type());
+    } else if (at->has_optional_type()) {
+      held = within("optional(", at->optional_type().elem_type());
+    } else if (at->has_map_type()) {
+      held = within("map(" + element_type(at->map_type().key_type()) + ", ", at->map_type().value_type());
+    } else {
+      type.name += element_type(0);
     }
-    type = inner;
+    at = held;
   }
-  dict.set("element_type", text(name + closing));
-  if (shape) dict.set("shape", shape_of(*shape));
-  return dict.tuple();
+  type.name += closing;
+  return type;
+}
+
+HTuple describe(const onnx::ValueInfoProto& value) {
+  static const HTuple shapeless = texts({"name", "element_type"});
+  static const HTuple shaped = texts({"name", "element_type", "shape"});
+  const Type type = type_of(value.type());
+  if (!type.shape) return record(shapeless, {text(value.name()), text(type.name)});
+  return record(shaped, {text(value.name()), text(type.name), shape_of(*type.shape)});
 }
 
 using Values = google::protobuf::RepeatedPtrField<onnx::ValueInfoProto>;
@@ -142,14 +162,12 @@ HTuple dims_of(const onnx::TensorProto& tensor) {
 
 // The tensors that the model brings along, and how many numbers they are.
 void show_initializers(Model& model, const onnx::GraphProto& graph) {
+  static const HTuple keys = texts({"element_type", "shape"});
   Dict initializers;
   Hlong parameters = 0;
   for (int i = 0; i < graph.initializer_size(); ++i) {
     const onnx::TensorProto& tensor = graph.initializer(i);
-    Dict dict;
-    dict.set("element_type", text(element_type(tensor.data_type())));
-    dict.set("shape", dims_of(tensor));
-    initializers.set(tensor.name(), i, dict.tuple());
+    initializers.set(tensor.name(), i, record(keys, {text(element_type(tensor.data_type())), dims_of(tensor)}));
     const Hlong count = element_count(tensor);
     parameters =
         count > std::numeric_limits<Hlong>::max() - parameters ? std::numeric_limits<Hlong>::max() : parameters + count;
