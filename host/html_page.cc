@@ -23,7 +23,7 @@ extern const std::size_t page_template_size;
 namespace {
 
 // What one page holds, so that a browser on a phone still opens it.
-constexpr std::int64_t most_nodes = 20'000;
+constexpr std::int64_t most_nodes = 100'000;
 constexpr std::int64_t most_drawings = 5'000;
 constexpr std::int64_t most_numbers = 4'000'000;          // of points and runs
 constexpr std::uint64_t most_pixels = 32'000'000;         // of all pictures
@@ -117,7 +117,7 @@ class PageData {
         root,
         [&](const std::vector<Step>& steps) {
           if (written == most_nodes) {
-            leave_out("nodes: the page shows 20000");
+            leave_out("nodes: the page shows 100000");
             return true;
           }
           numbers.resize(steps.size() - 1);
@@ -137,6 +137,8 @@ class PageData {
     line_member("type", qv_node_type_label(node));
     line_member("summary", qv_node_value_summary(node));
     if (parent >= 0) member("segment", place_segment(node).substr(0, most_line_text));
+    key("child_count");
+    writer_.Int64(qv_node_child_count(node));
     if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node);
     if (qv_node_kind(node) == QV_NODE_OBJECT) write_object(node);
     writer_.EndObject();
