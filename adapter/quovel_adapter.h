@@ -165,6 +165,7 @@ QV_API const qv_char* qv_node_type_label(const qv_node* node);
 QV_API const qv_char* qv_node_value_summary(const qv_node* node);
 /* qv_path_segment_kind_value. */
 QV_API uint32_t qv_node_path_segment_kind(const qv_node* node);
+/* The 0-based position in the parent of a node that is addressed by index. */
 QV_API uint32_t qv_node_path_index(const qv_node* node);
 /* The number of values that the node stands for; more than qv_node_value_count when `truncated`. */
 QV_API uint32_t qv_node_total_count(const qv_node* node);
@@ -183,6 +184,7 @@ QV_API uint32_t qv_node_detail_entry_count(const qv_node* node);
 QV_API int64_t qv_node_value_count(const qv_node* node);
 /* qv_value_type_value. */
 QV_API uint32_t qv_node_value_type_at(const qv_node* node, int32_t index);
+/* The value when it is a string, an integer, a real; otherwise the empty text, 0 and 0.0. */
 QV_API const qv_char* qv_node_value_string_at(const qv_node* node, int32_t index);
 QV_API int64_t qv_node_value_int_at(const qv_node* node, int32_t index);
 QV_API double qv_node_value_real_at(const qv_node* node, int32_t index);
@@ -191,6 +193,7 @@ QV_API double qv_node_value_real_at(const qv_node* node, int32_t index);
 QV_API int64_t qv_node_detail_line_count(const qv_node* node);
 QV_API const qv_char* qv_node_detail_line_at(const qv_node* node, int32_t index);
 
+/* The nodes below, in the file's order; they live as long as the node. */
 QV_API int64_t qv_node_child_count(const qv_node* node);
 QV_API const qv_node* qv_node_child_at(const qv_node* node, int32_t index);
 

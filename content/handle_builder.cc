@@ -45,9 +45,8 @@ Node& build_tuple_entry(Tree& tree, const HTuple& handle, const HTuple& key, Tex
 }
 
 Node& build_entry(Tree& tree, const HTuple& handle, const HTuple& key, int depth) {
-  static const HTuple query("key_data_type");
   const Text label = key_text(tree, key);
-  const HalconCpp::HString data_type = query_handle(handle, query, key)[0].S();
+  const HalconCpp::HString data_type = query_handle(handle, "key_data_type", key)[0].S();
   const std::string_view name = data_type.Text();
   if (name == "object") {
     HalconCpp::HObject object;
@@ -59,8 +58,7 @@ Node& build_entry(Tree& tree, const HTuple& handle, const HTuple& key, int depth
 }
 
 Node& build_expanded_handle(Tree& tree, const HTuple& handle, Text type, Text label, PathSegment segment, int depth) {
-  static const HTuple query("keys");
-  const HTuple keys = query_handle(handle, query, HTuple());
+  const HTuple keys = query_handle(handle, "keys", HTuple());
   const Hlong count = keys.Length();
   Node& node = tree.make_node(NodeKind::Dict, label, segment);
   node.type_label = type;

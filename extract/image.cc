@@ -18,7 +18,7 @@ using Rendered = std::optional<ImageRenderData>;
 
 // Copies `height` rows of `stride` bytes; nothing when HALCON reports no pixels or there is no memory.
 Rendered copy_pixels(const void* pixels, Hlong width, Hlong height, Hlong stride, ImagePixelFormat format) {
-  if (!pixels || width <= 0 || height <= 0 || stride <= 0) return std::nullopt;
+  if (!pixels || height <= 0 || stride <= 0) return std::nullopt;
   if (static_cast<std::uint64_t>(stride) > SIZE_MAX / static_cast<std::uint64_t>(height)) return std::nullopt;
   ImageRenderData data;
   data.bytes = HostBuffer<std::uint8_t>(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height));
@@ -35,6 +35,7 @@ Rendered render_gray(const HImage& image) {
   Hlong width = 0, height = 0, vertical_pitch = 0, horizontal_bit_pitch = 0, bits_per_pixel = 0;
   const void* pixels =
       image.GetImagePointer1Rect(&width, &height, &vertical_pitch, &horizontal_bit_pitch, &bits_per_pixel);
+  if (width <= 0) return std::nullopt;
   return copy_pixels(pixels, width, height, vertical_pitch, ImagePixelFormat::Gray8);
 }
 

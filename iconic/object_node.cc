@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "HalconCpp.h"
 #include "iconic/description.h"
 #include "platform/text.h"
@@ -16,13 +18,15 @@ bool is_mixed(const HTuple& classes, std::u16string_view first) {
   return false;
 }
 
-// "region", "image", and with their number "region[3]", "images[3]".
-std::u16string object_type_label(std::u16string_view object_class, std::int32_t count) {
-  std::u16string text(object_class);
-  if (count < 2) return text;
-  if (object_class == u"image") text += u's';
+std::u16string with_count(std::u16string text, std::int32_t count) {
   append_integer(text += u'[', count);
   return text += u']';
+}
+
+// "region", "image", and with their number "region[3]", "images[3]".
+std::u16string object_type_label(std::u16string object_class, std::int32_t count) {
+  if (count < 2) return object_class;
+  return with_count(object_class == u"image" ? u"images" : std::move(object_class), count);
 }
 
 HObject object_at(const HObject& objects, std::int32_t index) {
@@ -85,7 +89,7 @@ Node& build_object_node(Tree& tree, const HObject& object, Text label, PathSegme
   part.is_image = first == u"image";
   part.object_count = static_cast<std::uint32_t>(count);
   part.held_object = object;
-  node.type_label = tree.text(object_type_label(object_class, count));
+  node.type_label = tree.text(mixed ? with_count(u"mixed", count) : object_type_label(first, count));
   node.value_summary = tree.text(summary(object, first, mixed, count));
   if (count >= 2) add_detail_lines(tree, part, classes, count);
   return node;

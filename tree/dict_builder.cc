@@ -38,8 +38,7 @@ class OpenDict final : public OpenNode {
 
  private:
   Begun begin_entry(const HTuple& key) {
-    static const HTuple query("key_data_type");
-    const HalconCpp::HString data_type = dict_.GetDictParam(query, key)[0].S();
+    const HalconCpp::HString data_type = dict_.GetDictParam(data_type_query_, key)[0].S();
     const std::string_view name = data_type.Text();
     if (name == "object") return {&build_object_node(tree_, dict_.GetDictObject(key), label_, by_key), nullptr};
     if (name == "tuple") return begin_tuple(dict_.GetDictTuple(key));
@@ -59,6 +58,7 @@ class OpenDict final : public OpenNode {
 
   Tree& tree_;
   const HDict dict_;
+  const HTuple data_type_query_{"key_data_type"};
   const HTuple keys_;
   const Hlong count_;
   Hlong next_ = 0;
@@ -68,8 +68,7 @@ class OpenDict final : public OpenNode {
 }  // namespace
 
 Begun begin_dict_node(Tree& tree, const HDict& dict, Text label, PathSegment segment) {
-  static const HTuple query("keys");
-  HTuple keys = dict.GetDictParam(query, HTuple());
+  HTuple keys = dict.GetDictParam("keys", HTuple());
   Node& node = tree.make_node(NodeKind::Dict, label, segment);
   node.type_label = u"dict";
   node.value_summary = tree.count_text(keys.Length(), u"key", u"keys");

@@ -9,12 +9,19 @@ namespace {
 
 using Open = std::vector<std::unique_ptr<OpenNode>>;
 
-// The innermost open node ended: its parent goes on with what stands in its place, or the failure leaves.
-void close_failed(Tree& tree, Open& open, const HalconCpp::HException& failure) {
-  open.pop_back();
-  if (open.empty()) throw failure;
-  OpenNode& parent = *open.back();
-  tree.append_child(parent.node(), parent.replace_failed(failure));
+// The innermost open node ended: its parent goes on with what stands in its place. A parent that fails to make that
+// ends too; the failure that no node is left to hold leaves.
+void close_failed(Tree& tree, Open& open, HalconCpp::HException failure) {
+  for (;;) {
+    open.pop_back();
+    if (open.empty()) throw failure;
+    OpenNode& parent = *open.back();
+    try {
+      return tree.append_child(parent.node(), parent.replace_failed(failure));
+    } catch (const HalconCpp::HException& next) {
+      failure = next;
+    }
+  }
 }
 
 // Begins the next child of the innermost open node.

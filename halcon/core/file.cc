@@ -98,7 +98,8 @@ OutputFile::OutputFile(std::string_view path) : target_(behind_links(native_path
   if (target_.empty() || !target_.has_filename()) refuse("is no file name");
   if (status.type() == fs::file_type::directory) refuse("is a folder, not a file");
   const fs::path folder = target_.parent_path();
-  if (!folder.empty() && !fs::is_directory(folder, error)) refuse("its folder does not exist");
+  if (!folder.empty() && !fs::is_directory(folder, error))
+    refuse(fs::exists(folder, error) ? "what should be its folder is a file" : "its folder does not exist");
   const bool direct = fs::exists(status) && status.type() != fs::file_type::regular;
   written_ = direct ? target_ : unused_neighbour(target_);
   errno = 0;

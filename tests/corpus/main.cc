@@ -31,9 +31,8 @@ constexpr struct {
   const char* name;
   void (*check)(const std::filesystem::path&, Report&);
 } sections[] = {
-    {"images", check_images},
-    {"models3d", check_models3d},
-    {"onnx", check_onnx},
+    {"images", check_images},     {"json", check_json}, {"malformed", check_malformed},
+    {"models3d", check_models3d}, {"onnx", check_onnx},
 };
 
 int run(const std::filesystem::path& folder, const char* const* chosen, int count) {
