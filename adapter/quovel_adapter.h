@@ -8,26 +8,28 @@
  *     ...
  *     qv_reader_destroy(reader);
  *
- * Text. Every text is NUL-terminated UTF-16 in units of `qv_char`. A text result is never null: where there is no text it is
- * the empty text. Numbers inside texts are written with '.' in every locale.
+ * Text. Every text is NUL-terminated UTF-16 in units of `qv_char`. A text result is never null: where there is no text
+ * it is the empty text. Numbers inside texts are written with '.' in every locale.
  *
  * Ownership and lifetime. The host owns the Reader. Nodes and texts belong to the library and must not be freed:
- *   - a node, and every text read from a node: until the next qv_reader_parse_* call on its Reader that is given a path, or
- *     until the Reader is destroyed;
+ *   - a node, and every text read from a node: until the next qv_reader_parse_* call on its Reader that is given a
+ * path, or until the Reader is destroyed;
  *   - the last-error text: until the next call on the same Reader that can fail;
  *   - the full value text: until the next qv_node_full_value_text on the same Reader, or until it is destroyed.
  * Buffers that qv_extract_* hands out belong to the host, outlive the Reader, and go back through qv_free_buffer.
  * Strings and arrays that the host passes in are copied before a call returns.
  *
- * Errors. A call that fails returns the failure value named with it: null, 0 or -1. Given a null pointer where one is needed,
- * it does nothing else. Otherwise it has first cleared the Reader's last-error text, and qv_reader_last_error then tells the
- * reason in one line; some failures, named with the call, leave that text empty, as running out of memory does. Buffer outputs
- * are null after a failure, all other outputs are as they were. No C++ exception leaves the library.
+ * Errors. A call that fails returns the failure value named with it: null, 0 or -1. Given a null pointer where one is
+ * needed, it does nothing else. Otherwise it has first cleared the Reader's last-error text, and qv_reader_last_error
+ * then tells the reason in one line; some failures, named with the call, leave that text empty, as running out of
+ * memory does. Buffer outputs are null after a failure, all other outputs are as they were. No C++ exception leaves the
+ * library.
  *
- * Threads. The library makes no threads. A Reader is used by one thread at a time; different Readers may be used at once. A
- * finished tree may be read by several threads while nobody parses on or destroys its Reader.
+ * Threads. The library makes no threads. A Reader is used by one thread at a time; different Readers may be used at
+ * once. A finished tree may be read by several threads while nobody parses on or destroys its Reader.
  *
- * Units. Indices count from 0. Coordinates are in pixels, row before column; (0, 0) is the middle of the upper left pixel.
+ * Units. Indices count from 0. Coordinates are in pixels, row before column; (0, 0) is the middle of the upper left
+ * pixel.
  */
 #ifndef QUOVEL_ADAPTER_H
 #define QUOVEL_ADAPTER_H
@@ -84,16 +86,16 @@ enum qv_value_type_value { QV_VALUE_STRING = 0, QV_VALUE_INTEGER = 1, QV_VALUE_R
 enum qv_pixel_format_value {
   QV_PIXELS_GRAY8 = 0,  /* one byte per pixel; rows are `stride` bytes apart */
   QV_PIXELS_BGR24 = 1,  /* three bytes per pixel, rows without gaps */
-  QV_PIXELS_BGRA32 = 2, /* four bytes per pixel, rows without gaps; A is 255 inside the image's domain and 0 outside, or the
-                           fourth channel of a four-channel image */
+  QV_PIXELS_BGRA32 = 2, /* four bytes per pixel, rows without gaps; A is 255 inside the image's domain and 0 outside, or
+                           the fourth channel of a four-channel image */
 };
 
 /* The reading options of dictionary files; they concern JSON. */
 enum qv_parse_option_key_value {
-  QV_JSON_VALUE_TRUE = 0,        /* what `true` becomes: "json_value_true" */
-  QV_JSON_VALUE_FALSE = 1,       /* what `false` becomes: "json_value_false" */
-  QV_JSON_VALUE_NULL = 2,        /* what `null` becomes: "json_value_null" */
-  QV_CONVERT_JSON_ARRAYS_TO = 3  /* "tuple" or "dict": "convert_json_arrays_to" */
+  QV_JSON_VALUE_TRUE = 0,       /* what `true` becomes: "json_value_true" */
+  QV_JSON_VALUE_FALSE = 1,      /* what `false` becomes: "json_value_false" */
+  QV_JSON_VALUE_NULL = 2,       /* what `null` becomes: "json_value_null" */
+  QV_CONVERT_JSON_ARRAYS_TO = 3 /* "tuple" or "dict": "convert_json_arrays_to" */
 };
 
 /* One reading option: 32 bytes, naturally aligned. Only the field that `value_type` selects is read. */
@@ -112,13 +114,15 @@ typedef struct qv_parse_option {
 #endif
 QV_STATIC_ASSERT(sizeof(qv_parse_option) == 32, "host record");
 QV_STATIC_ASSERT(offsetof(qv_parse_option, key) == 0 && offsetof(qv_parse_option, value_type) == 4, "host record");
-QV_STATIC_ASSERT(offsetof(qv_parse_option, string_value) == 8 && offsetof(qv_parse_option, int_value) == 16, "host record");
+QV_STATIC_ASSERT(offsetof(qv_parse_option, string_value) == 8 && offsetof(qv_parse_option, int_value) == 16,
+                 "host record");
 QV_STATIC_ASSERT(offsetof(qv_parse_option, real_value) == 24, "host record");
 
-/* ---- Reader ---------------------------------------------------------------------------------------------------------- */
+/* ---- Reader
+ * ---------------------------------------------------------------------------------------------------------- */
 
-/* Makes a Reader; null only when memory is exhausted. Sets HALCON's process-wide "clip_region" to "false". The host ends the
- * Reader with qv_reader_destroy. */
+/* Makes a Reader; null only when memory is exhausted. Sets HALCON's process-wide "clip_region" to "false". The host
+ * ends the Reader with qv_reader_destroy. */
 QV_API qv_reader* qv_reader_create(void);
 
 /* Destroys the Reader and its tree. Null is ignored. */
@@ -127,10 +131,11 @@ QV_API void qv_reader_destroy(qv_reader* reader);
 /* The text of the Reader's last failure; empty when the last call that can fail succeeded, and for a null Reader. */
 QV_API const qv_char* qv_reader_last_error(const qv_reader* reader);
 
-/* ---- Opening files --------------------------------------------------------------------------------------------------- */
+/* ---- Opening files
+ * --------------------------------------------------------------------------------------------------- */
 
-/* Each of these reads one file and makes its tree the Reader's tree; the previous tree ends, also when reading fails. The
- * result is the root, or null: then the Reader holds no tree and the last-error text tells why. */
+/* Each of these reads one file and makes its tree the Reader's tree; the previous tree ends, also when reading fails.
+ * The result is the root, or null: then the Reader holds no tree and the last-error text tells why. */
 
 /* A dictionary file: a HALCON dictionary or JSON. */
 QV_API const qv_node* qv_reader_parse_file(qv_reader* reader, const qv_char* path);
@@ -140,8 +145,8 @@ QV_API const qv_node* qv_reader_parse_file_with_options(qv_reader* reader, const
                                                         const qv_parse_option* options, int32_t option_count);
 
 /* Iconic data, by extension: "hobj" an object file; "seq" a text file that lists one image file per line, without its
- * extension where one likes, looked for in the folder above the list's own and then beside it; anything else an image. The
- * root has one child per object. */
+ * extension where one likes, looked for in the folder above the list's own and then beside it; anything else an image.
+ * The root has one child per object. */
 QV_API const qv_node* qv_reader_parse_object_file(qv_reader* reader, const qv_char* path);
 
 /* A 3D object model, by its keys. */
@@ -150,10 +155,11 @@ QV_API const qv_node* qv_reader_parse_object_model_3d_file(qv_reader* reader, co
 /* A deep-learning model, by its keys. */
 QV_API const qv_node* qv_reader_parse_dl_model_file(qv_reader* reader, const qv_char* path);
 
-/* ---- Nodes ----------------------------------------------------------------------------------------------------------- */
+/* ---- Nodes
+ * ----------------------------------------------------------------------------------------------------------- */
 
-/* These read fields and cannot fail. A null node, or an index that is negative or not below the count, gives 0, the empty
- * text or null, except where another default is named. */
+/* These read fields and cannot fail. A null node, or an index that is negative or not below the count, gives 0, the
+ * empty text or null, except where another default is named. */
 
 /* The dictionary key, "[i]" of a tuple element, or a name made from the file's or the object's. Empty for a root. */
 QV_API const qv_char* qv_node_label(const qv_node* node);
@@ -197,23 +203,25 @@ QV_API const qv_char* qv_node_detail_line_at(const qv_node* node, int32_t index)
 QV_API int64_t qv_node_child_count(const qv_node* node);
 QV_API const qv_node* qv_node_child_at(const qv_node* node, int32_t index);
 
-/* All values of a value node as one text, however many; empty for nodes of another kind. Leaves the last-error text alone. */
+/* All values of a value node as one text, however many; empty for nodes of another kind. Leaves the last-error text
+ * alone. */
 QV_API const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* node);
 
-/* ---- Pixels and geometry --------------------------------------------------------------------------------------------- */
+/* ---- Pixels and geometry
+ * --------------------------------------------------------------------------------------------- */
 
-/* `node` is an object node of the Reader's tree, `index` the number of one of its objects. A node of another kind and an
- * index out of range fail with an empty last-error text. The results are 1 or 0. */
+/* `node` is an object node of the Reader's tree, `index` the number of one of its objects. A node of another kind and
+ * an index out of range fail with an empty last-error text. The results are 1 or 0. */
 
 /* The number of channels of an image as stored, or -1. A node that is no image fails with an empty text. */
 QV_API int32_t qv_node_image_channel_count(qv_reader* reader, const qv_node* node, int32_t index);
 
-/* The pixels of an image as 8 bits each: `height` rows of `width` pixels, `stride` bytes apart, in `stride` * `height` bytes
- * at `buffer`. One channel gives gray, three BGR, and both BGRA when the image's domain leaves pixels out; four give BGRA.
- * Pixel types other than "byte" are stretched to 0..255. Two channels and more than four fail with an empty text, as a failure
- * while the pixels are laid out does. */
-QV_API int32_t qv_extract_image(qv_reader* reader, const qv_node* node, int32_t index, uint32_t* width, uint32_t* height,
-                                uint32_t* stride, uint32_t* pixel_format, uint8_t** buffer);
+/* The pixels of an image as 8 bits each: `height` rows of `width` pixels, `stride` bytes apart, in `stride` * `height`
+ * bytes at `buffer`. One channel gives gray, three BGR, and both BGRA when the image's domain leaves pixels out; four
+ * give BGRA. Pixel types other than "byte" are stretched to 0..255. Two channels and more than four fail with an empty
+ * text, as a failure while the pixels are laid out does. */
+QV_API int32_t qv_extract_image(qv_reader* reader, const qv_node* node, int32_t index, uint32_t* width,
+                                uint32_t* height, uint32_t* stride, uint32_t* pixel_format, uint8_t** buffer);
 
 /* The points of an XLD contour: `count` rows and columns. */
 QV_API int32_t qv_extract_contour_points(qv_reader* reader, const qv_node* node, int32_t index, double** rows,
@@ -237,23 +245,26 @@ QV_API void qv_free_buffer(uint8_t* buffer);
 QV_API void qv_free_double_buffer(double* buffer);
 QV_API void qv_free_int_buffer(int32_t* buffer);
 
-/* ---- Writing --------------------------------------------------------------------------------------------------------- */
+/* ---- Writing
+ * --------------------------------------------------------------------------------------------------------- */
 
-/* Writes all objects of an object node; 1 or 0. The path's extension, in any case, decides: "hobj" an object file, "dxf" for
- * contours and polygons, otherwise the image format of that name ("png", "tif", "jpg", "bmp", ...). A node of another kind
- * fails with an empty last-error text. */
+/* Writes all objects of an object node; 1 or 0. The path's extension, in any case, decides: "hobj" an object file,
+ * "dxf" for contours and polygons, otherwise the image format of that name ("png", "tif", "jpg", "bmp", ...). A node of
+ * another kind fails with an empty last-error text. */
 QV_API int32_t qv_save_object_as(qv_reader* reader, const qv_node* node, const qv_char* path);
 
-/* Writes the objects of `count` nodes, in order, to one object file, whatever the path's extension; 1 or 0. The first must be
- * an object node (or the call fails with an empty text), later nodes of another kind and null ones are left out. */
+/* Writes the objects of `count` nodes, in order, to one object file, whatever the path's extension; 1 or 0. The first
+ * must be an object node (or the call fails with an empty text), later nodes of another kind and null ones are left
+ * out. */
 QV_API int32_t qv_save_objects_as(qv_reader* reader, const qv_node* const* nodes, int32_t count, const qv_char* path);
 
-/* Reads one dictionary file and writes it as another, in the form that the output path's extension asks for; 1 or 0. The
- * Reader's tree stays. Content that the output cannot hold is a failure, or, with `lenient` not 0, left out. */
+/* Reads one dictionary file and writes it as another, in the form that the output path's extension asks for; 1 or 0.
+ * The Reader's tree stays. Content that the output cannot hold is a failure, or, with `lenient` not 0, left out. */
 QV_API int32_t qv_reader_convert_dict_file(qv_reader* reader, const qv_char* input_path, const qv_char* output_path,
                                            int32_t lenient);
 
-/* ---- Version --------------------------------------------------------------------------------------------------------- */
+/* ---- Version
+ * --------------------------------------------------------------------------------------------------------- */
 
 /* The version of the HALCON that the library runs against, or "unknown". Asked once; the text lives until unloading. */
 QV_API const qv_char* qv_adapter_halcon_version(void);

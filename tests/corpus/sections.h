@@ -10,7 +10,8 @@ namespace corpus {
 
 // Every image of images/expected.tsv through ReadImage: channels, size, first and last pixel, means and checksum.
 void check_images(const std::filesystem::path& corpus, Report& report);
-// Every document of json/expected.tsv and bench/expected.tsv through the host interface: opened or refused, written again.
+// Every document of json/expected.tsv and bench/expected.tsv through the host interface: opened or refused, written
+// again.
 void check_json(const std::filesystem::path& corpus, Report& report);
 // Every file of malformed/expected.tsv through every parse export of the host interface.
 void check_malformed(const std::filesystem::path& corpus, Report& report);
