@@ -92,7 +92,9 @@ Buffer<std::byte> InputFile::read_all() {
 
 Buffer<std::byte> read_file(std::string_view path) { return InputFile(path).read_all(); }
 
-OutputFile::OutputFile(std::string_view path) : target_(behind_links(native_path(path))) {
+// Delegates, so that the destructor tidies up when opening runs out of memory half-way.
+OutputFile::OutputFile(std::string_view path) : OutputFile() {
+  target_ = written_ = behind_links(native_path(path));
   std::error_code error;
   const fs::file_status status = fs::status(target_, error);
   if (target_.empty() || !target_.has_filename()) refuse("is no file name");

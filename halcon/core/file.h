@@ -54,6 +54,8 @@ class OutputFile {
   void commit();
 
  private:
+  OutputFile() = default;
+
   std::filesystem::path target_;
   std::filesystem::path written_;  // equals target_ when written directly
   std::ofstream stream_;
