@@ -199,7 +199,7 @@ HTuple profile() {
 }
 
 HTuple parts_description() {
-  const HTuple dict = new_dict();
+  HTuple dict = new_dict();
   SetDictTuple(dict, "title", "Washers and coins on a tray");
   SetDictTuple(dict, "count", static_cast<Hlong>(std::size(washers) + std::size(coins)));
   SetDictTuple(dict, "names", pair(pair("M8", "M6"), "M10"));
@@ -209,7 +209,7 @@ HTuple parts_description() {
 }
 
 HTuple parts_with_objects() {
-  const HTuple dict = parts_description();
+  HTuple dict = parts_description();
   HTuple rotation, elements;
   for (const double element : {0.8, -0.6, 12.5, 0.6, 0.8, -4.0, 0.0, 0.0, 1.0}) elements.Append(element);
   CreateMatrix(3, 3, elements, &rotation);

@@ -67,7 +67,7 @@ bool extract_runs(qv_reader* reader, const qv_node* node, std::int32_t index, Ru
 
 // A list of several objects tells each one's class at the start of its detail line.
 std::string object_class(const qv_node* node, std::int32_t index) {
-  const std::string whole = to_utf8(qv_node_object_class(node));
+  std::string whole = to_utf8(qv_node_object_class(node));
   if (whole != "mixed") return whole;
   const std::string line = to_utf8(qv_node_detail_line_at(node, index));
   return line.substr(0, line.find(':'));

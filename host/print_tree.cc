@@ -69,7 +69,7 @@ class TreePrinter {
     const std::string summary = printable(to_utf8(qv_node_value_summary(node)));
     write_in(bold, printable(name));
     write("  ");
-    write_in(type.rfind("<", 0) == 0 ? red : blue, printable(type));
+    write_in(type.starts_with('<') ? red : blue, printable(type));
     if (!summary.empty()) write("  " + summary);
     write("\n");
   }

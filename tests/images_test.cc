@@ -291,7 +291,7 @@ TEST(Images, WhatCannotBeWrittenIsRefusedAndLeavesTheTarget) {
       {sample("byte", 3), "pgm", 0, one, "PGM holds"},
       {bytes, "ppm", 0, one, "PPM holds"},
       {bytes, "pbm", 0, one, "pixels of 0 and 255 only, not 1"},
-      {bytes, "pgm", 0, (path + "/y").c_str(), "its folder does not exist"},
+      {bytes, "pgm", 0, (path + "/y").c_str(), "its folder is a file"},
   };
   for (const auto& each : cases) {
     const std::string reason = failure([&] { WriteImage(each.image, each.format, each.fill_color, each.file); });

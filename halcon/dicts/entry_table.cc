@@ -70,13 +70,13 @@ void put_in_bucket(std::uint32_t* index, const KeyView& key, std::size_t positio
 
 const HashSeed hash_seed = new_seed();
 
-void EntryTable::set(HTuple key, HTuple value) {
+void EntryTable::set(const HTuple& key, HTuple value) {
   Entry& entry = slot(key);
   entry.tuple = std::move(value);
   entry.object = HObject();
 }
 
-void EntryTable::set(HTuple key, HObject object) {
+void EntryTable::set(const HTuple& key, HObject object) {
   Entry& entry = slot(key);
   entry.tuple = HTuple();
   entry.object = std::move(object);

@@ -29,8 +29,8 @@ class EntryTable {
 
   // Replaces the value of an equal key at its place, or adds the key at the end. Refuses a key that is not one string,
   // integer or real.
-  void set(HTuple key, HTuple value);
-  void set(HTuple key, HObject object);
+  void set(const HTuple& key, HTuple value);
+  void set(const HTuple& key, HObject object);
   // Takes over valid keys, all different, and their entries.
   void adopt(HTuple keys, std::vector<Entry> entries);
   // Null when the key is not there. Asking for the keys in their order costs no search.

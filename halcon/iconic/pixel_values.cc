@@ -27,8 +27,9 @@ using WideOf = std::conditional_t<(sizeof(A) > 4 || sizeof(B) > 4), std::int64_t
 template <class T, class F>
 F clamped(F value) noexcept {
   constexpr F low = static_cast<F>(LimitsOf<T>::min()), high = static_cast<F>(LimitsOf<T>::max());
-  if constexpr (std::is_signed_v<T>) value = value == value ? value : F(0);
-  const F above = value > low ? value : low;  // NaN fails every comparison
+  // Only NaN differs from itself; std::isnan would keep the loop from being vectorised.
+  if constexpr (std::is_signed_v<T>) value = value == value ? value : F(0);  // NOLINT(misc-redundant-expression)
+  const F above = value > low ? value : low;                                 // NaN fails every comparison
   return above < high ? above : high;
 }
 
