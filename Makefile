@@ -44,11 +44,13 @@ windows: ready-windows ## cross-build for 64-bit Windows
 test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@ctest --preset windows -j$(JOBS)
 
-lint: packages-build packages-lint configured-lint ## check format, header, class interface and code
+lint: check configured-lint ## check format, header, class interface and code
+	@tools/check-code build/lint
+
+check: packages-build packages-lint ## the quick part of lint: format, header, class interface
 	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror --ferror-limit=1 || { echo "make format mends it"; false; }
 	@tools/check-header gcc clang-14
 	@tools/check-class-interface
-	@tools/check-code build/lint
 
 format: packages-lint ## lay out all sources by .clang-format
 	@$(SOURCES) | xargs -0 clang-format-14 -i
@@ -76,4 +78,4 @@ configured-windows: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan corpus windows test-windows lint format clean help
+.PHONY: run build test asan tsan corpus windows test-windows lint check format clean help
