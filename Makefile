@@ -43,6 +43,8 @@ windows: ready-windows ## cross-build for 64-bit Windows
 
 test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@ctest --preset windows -j$(JOBS)
+	@awk '/ Testing: / { test = $$3 } /: Skipped$$/ { getline; print "Skipped " test ": " $$0 }' \
+	  build/windows/Testing/Temporary/LastTest.log
 
 lint: check configured-lint ## check format, header, class interface and code
 	@tools/check-code build/lint

