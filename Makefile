@@ -44,6 +44,10 @@ windows: ready-windows ## cross-build for 64-bit Windows
 test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@ctest --preset windows -j$(JOBS)
 
+package: packages-package ready-release ## make a Debian package and, where there is a Windows build, a zip of it
+	@cd build/release && cpack
+	@[ ! -e build/windows/bin/quovel_adapter_2411.dll ] || { cd build/windows && cpack; }
+
 lint: check configured-lint ## check format, header, class interface and code
 	@tools/check-code build/lint
 
@@ -78,4 +82,4 @@ configured-windows: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan corpus windows test-windows lint check format clean help
+.PHONY: run build test asan tsan corpus windows test-windows package lint check format clean help
