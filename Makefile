@@ -48,6 +48,9 @@ package: packages-package ready-release ## make a Debian package and, where ther
 	@cd build/release && cpack
 	@[ ! -e build/windows/bin/quovel_adapter_2411.dll ] || { cd build/windows && cpack; }
 
+pictures: packages-pictures ready-release ## make the pictures of the documents anew
+	@tools/make-pictures build/release/bin/qv_inspect build/release/samples docs/pictures
+
 lint: check configured-lint ## check format, header, class interface and code
 	@tools/check-code build/lint
 
@@ -82,4 +85,4 @@ configured-windows: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan corpus windows test-windows package lint check format clean help
+.PHONY: run build test asan tsan corpus windows test-windows package pictures lint check format clean help
