@@ -46,6 +46,13 @@ test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@awk '/ Testing: / { test = $$3 } /: Skipped$$/ { getline; print "Skipped " test ": " $$0 }' \
 	  build/windows/Testing/Temporary/LastTest.log
 
+package: packages-package ready-release ## make a Debian package and, where there is a Windows build, a zip of it
+	@cd build/release && cpack
+	@[ ! -e build/windows/bin/quovel_adapter_2411.dll ] || { cd build/windows && cpack; }
+
+pictures: packages-pictures ready-release ## make the pictures of the documents anew
+	@tools/make-pictures build/release/bin/qv_inspect build/release/samples docs/pictures
+
 lint: check configured-lint ## check format, header, class interface and code
 	@tools/check-code build/lint
 
@@ -80,4 +87,4 @@ configured-windows: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan corpus windows test-windows lint check format clean help
+.PHONY: run build test asan tsan corpus windows test-windows package pictures lint check format clean help

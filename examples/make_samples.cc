@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "HalconCreate.h"
+#include "model_files.h"
 
 namespace {
 
@@ -235,15 +236,6 @@ HTuple network() {
   return model;
 }
 
-// A cube with colours at its corners.
-constexpr const char* cube_ply =
-    "ply\nformat ascii 1.0\nelement vertex 8\nproperty float x\nproperty float y\nproperty float z\n"
-    "property uchar red\nproperty uchar green\nproperty uchar blue\nelement face 12\n"
-    "property list uchar int vertex_indices\nend_header\n"
-    "0 0 0 40 40 40\n1 0 0 230 60 60\n1 1 0 230 210 60\n0 1 0 60 200 80\n"
-    "0 0 1 60 90 230\n1 0 1 210 80 220\n1 1 1 240 240 240\n0 1 1 70 210 220\n"
-    "3 0 2 1\n3 0 3 2\n3 4 5 6\n3 4 6 7\n3 0 1 5\n3 0 5 4\n3 2 3 7\n3 2 7 6\n3 1 2 6\n3 1 6 5\n3 0 4 7\n3 0 7 3\n";
-
 void write_text(const std::string& path, const std::string& text) {
   std::ofstream file(path, std::ios::binary);
   file << text;
@@ -269,8 +261,12 @@ void make_samples(const std::string& folder) {
   write_text(in_folder("list.seq"), frames);
   write_dict(parts_description(), in_folder("parts.json"));
   write_dict(parts_with_objects(), in_folder("parts.hdict"));
-  write_text(in_folder("model.ply"), cube_ply);
+  write_text(in_folder("model.ply"), samples::cube_ply());
+  write_text(in_folder("model.obj"), samples::cube_obj());
+  write_text(in_folder("model.off"), samples::cube_off());
+  write_text(in_folder("model.stl"), samples::cube_stl());
   WriteObjectModel3d(cup(), in_folder("model.om3").c_str());
+  write_text(in_folder("network.onnx"), samples::network_onnx());
   WriteDlModel(network(), in_folder("network.hdl").c_str());
 }
 

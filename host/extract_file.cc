@@ -1,13 +1,10 @@
 #include "extract_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <filesystem>
-#include <fstream>
-#include <system_error>
 
 #include "drawing.h"
+#include "files.h"
 
 namespace host {
 
@@ -116,14 +113,6 @@ std::string file_content(const Drawing& drawing, const std::string& path) {
 }
 
 }  // namespace
-
-void write_file(const std::string& path, const std::string& content) {
-  errno = 0;
-  std::ofstream file(std::filesystem::path(std::u8string(path.begin(), path.end())), std::ios::binary);
-  file.write(content.data(), static_cast<std::streamsize>(content.size()));
-  file.close();
-  if (!file) throw Failure("'" + path + "' could not be written: " + std::generic_category().message(errno));
-}
 
 void extract_to_file(const Session& session, const qv_node* node, std::int32_t index, const std::string& path) {
   write_file(path, file_content(draw(session, node, index), path));

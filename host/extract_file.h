@@ -13,9 +13,6 @@ namespace host {
 // take geometry. Throws Failure.
 void extract_to_file(const Session& session, const qv_node* node, std::int32_t index, const std::string& path);
 
-// Writes a whole file; throws Failure with the system's reason.
-void write_file(const std::string& path, const std::string& content);
-
 }  // namespace host
 
 #endif

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "drawing.h"
-#include "walk.h"
+#include "place.h"
 
 namespace host {
 
@@ -32,8 +32,6 @@ constexpr std::size_t most_text = 48u << 20;              // bytes of all texts
 constexpr std::size_t most_value_text = 8u << 20;         // of the values of one node
 constexpr std::size_t most_line_text = 4096;              // of one label, summary or detail line
 constexpr std::int32_t most_detail_lines = 2'000;         // of one node
-
-constexpr const char* kind_names[] = {"dict", "array", "value", "object"};
 
 std::string base64(std::string_view bytes) {
   static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -113,19 +111,16 @@ class PageData {
   void write_nodes(const qv_node* root) {
     std::vector<std::int64_t> numbers;  // of the nodes on the way from the root
     std::int64_t written = 0;
-    walk(
-        root,
-        [&](const std::vector<Step>& steps) {
-          if (written == most_nodes) {
-            leave_out("nodes: the page shows 100000");
-            return true;
-          }
-          numbers.resize(steps.size() - 1);
-          write_node(steps.back().node, numbers.empty() ? -1 : numbers.back());
-          numbers.push_back(written++);
-          return true;
-        },
-        [](const std::vector<Step>&) {});
+    walk(root, [&](const std::vector<Step>& steps) {
+      if (written == most_nodes) {
+        leave_out("nodes: the page shows 100000");
+        return true;
+      }
+      numbers.resize(steps.size() - 1);
+      write_node(steps.back().node, numbers.empty() ? -1 : numbers.back());
+      numbers.push_back(written++);
+      return true;
+    });
   }
 
   void write_node(const qv_node* node, std::int64_t parent) {
@@ -133,7 +128,7 @@ class PageData {
     key("parent");
     writer_.Int64(parent);
     line_member("label", qv_node_label(node));
-    member("kind", kind_names[qv_node_kind(node) & 3]);
+    member("kind", kind_name(node));
     line_member("type", qv_node_type_label(node));
     line_member("summary", qv_node_value_summary(node));
     if (parent >= 0) member("segment", place_segment(node).substr(0, most_line_text));

@@ -2,31 +2,44 @@
 #include <rapidjson/writer.h>
 
 #include <cmath>
+#include <string_view>
 
+#include "place.h"
 #include "print_tree.h"
-#include "session.h"
-#include "walk.h"
 
 namespace host {
 
 namespace {
 
-constexpr const char* kind_names[] = {"dict", "array", "value", "object"};
-
 class JsonPrinter {
  public:
   explicit JsonPrinter(std::FILE* out) : stream_(out, buffer_, sizeof buffer_), writer_(stream_) {}
 
+  // The object of a whole file begins.
+  void open_file(const std::string& file) {
+    writer_.StartObject();
+    key("format");
+    writer_.Int(json_format);
+    key("file");
+    string(file);
+  }
+
+  void fail(const std::string& error) {
+    key("error");
+    string(error);
+    writer_.EndObject();
+  }
+
   void open_node(const std::vector<Step>& steps, bool goes_below) {
     const qv_node* node = steps.back().node;
-    writer_.StartObject();
+    if (steps.size() > 1) writer_.StartObject();
     member("label", qv_node_label(node));
     key("kind");
-    writer_.String(kind_names[qv_node_kind(node) & 3]);
+    string(kind_name(node));
     member("type", qv_node_type_label(node));
     member("summary", qv_node_value_summary(node));
     key("path");
-    string(place(steps));
+    string(place_of(steps));
     if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node);
     if (qv_node_kind(node) == QV_NODE_OBJECT) write_object(node);
     if (qv_node_child_count(node) == 0) return;
@@ -49,16 +62,10 @@ class JsonPrinter {
 
  private:
   void key(const char* name) { writer_.Key(name); }
-  void string(const std::string& text) { writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size())); }
+  void string(std::string_view text) { writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size())); }
   void member(const char* name, const qv_char* text) {
     key(name);
     string(to_utf8(text));
-  }
-
-  static std::string place(const std::vector<Step>& steps) {
-    std::string text;
-    for (std::size_t i = 1; i < steps.size(); ++i) text += "/" + place_segment(steps[i].node);
-    return text.empty() ? "/" : text;
   }
 
   // JSON has no infinity and no NaN: null stands for them.
@@ -106,16 +113,25 @@ class JsonPrinter {
 
 }  // namespace
 
-void print_json(std::FILE* out, const qv_node* root, const TreeStyle& style) {
+void print_json(std::FILE* out, const qv_node* root, const std::string& file, const TreeStyle& style,
+                const Selection& selection) {
   JsonPrinter printer(out);
+  printer.open_file(file);
   walk(
-      root,
+      root, [&](const qv_node* node) { return selection.shows(node); },
       [&](const std::vector<Step>& steps) {
         const bool goes_below = style.depth < 0 || static_cast<int>(steps.size()) <= style.depth;
         printer.open_node(steps, goes_below);
         return goes_below;
       },
       [&](const std::vector<Step>& steps) { printer.close_node(steps.back()); });
+  printer.finish();
+}
+
+void print_json_error(std::FILE* out, const std::string& file, const std::string& error) {
+  JsonPrinter printer(out);
+  printer.open_file(file);
+  printer.fail(error);
   printer.finish();
 }
 

@@ -1,6 +1,8 @@
 #include "session.h"
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <utility>
 
 namespace host {
@@ -8,6 +10,14 @@ namespace host {
 namespace {
 
 constexpr char32_t replacement = 0xFFFD;
+
+constexpr std::pair<std::string_view, FileKind> kinds[] = {
+    {"json", FileKind::Dict},   {"hdict", FileKind::Dict},   {"ply", FileKind::Model3d},
+    {"obj", FileKind::Model3d}, {"stl", FileKind::Model3d},  {"off", FileKind::Model3d},
+    {"om3", FileKind::Model3d}, {"onnx", FileKind::DlModel}, {"hdl", FileKind::DlModel},
+};
+constexpr std::string_view iconic[] = {"hobj", "seq", "png", "jpg", "jpeg", "tif", "tiff", "jp2", "j2k", "bmp", "gif",
+                                       "pcx",  "ras", "xwd", "pnm", "pbm",  "pgm", "ppm",  "jxr", "wdp", "hdp"};
 
 void append_utf8(std::string& text, char32_t c) {
   const auto more = [&](int shift) { text += static_cast<char>(0x80 | (c >> shift & 0x3F)); };
@@ -79,28 +89,6 @@ const qv_node* parse_dict(qv_reader* reader, const qv_char* path, const std::vec
   return qv_reader_parse_file_with_options(reader, path, records.data(), static_cast<int32_t>(records.size()));
 }
 
-// "~1" and "~0" of a segment read as '/' and '~'.
-std::string unescape(std::string_view segment) {
-  std::string text;
-  for (std::size_t i = 0; i < segment.size(); ++i) {
-    const bool escape = segment[i] == '~' && i + 1 < segment.size() && (segment[i + 1] == '0' || segment[i + 1] == '1');
-    text += escape ? (segment[++i] == '0' ? '~' : '/') : segment[i];
-  }
-  return text;
-}
-
-const qv_node* find_child(const qv_node* parent, const std::string& segment) {
-  uint32_t index = 0;
-  const bool is_number = parse_whole(segment, index);
-  for (int32_t i = 0; i < qv_node_child_count(parent); ++i) {
-    const qv_node* child = qv_node_child_at(parent, i);
-    const bool by_index = qv_node_path_segment_kind(child) == QV_PATH_INDEX;
-    if (by_index ? is_number && qv_node_path_index(child) == index : to_utf8(qv_node_label(child)) == segment)
-      return child;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 std::string to_utf8(const qv_char* text) {
@@ -134,16 +122,23 @@ std::u16string to_utf16(std::string_view utf8) {
   return text;
 }
 
+std::string_view kind_name(const qv_node* node) {
+  static constexpr std::string_view names[] = {"dict", "array", "value", "object"};
+  return names[qv_node_kind(node) & 3];
+}
+
 FileKind kind_of_file(std::string_view path) {
-  static constexpr std::pair<std::string_view, FileKind> kinds[] = {
-      {"json", FileKind::Dict},   {"hdict", FileKind::Dict},   {"ply", FileKind::Model3d},
-      {"obj", FileKind::Model3d}, {"stl", FileKind::Model3d},  {"off", FileKind::Model3d},
-      {"om3", FileKind::Model3d}, {"onnx", FileKind::DlModel}, {"hdl", FileKind::DlModel},
-  };
   const std::string extension = lower_extension(path);
   for (const auto& [known, kind] : kinds)
     if (extension == known) return kind;
   return FileKind::Object;
+}
+
+bool has_known_extension(std::string_view path) {
+  const std::string extension = lower_extension(path);
+  const auto is_it = [&](std::string_view known) { return extension == known; };
+  return std::any_of(std::begin(iconic), std::end(iconic), is_it) ||
+         std::any_of(std::begin(kinds), std::end(kinds), [&](const auto& known) { return is_it(known.first); });
 }
 
 Session::Session() : reader_(qv_reader_create()) {
@@ -175,27 +170,6 @@ const qv_node* Session::open(const std::string& path, FileKind kind, const std::
 void Session::fail(const std::string& otherwise) const {
   const std::string reason = last_error();
   throw Failure(reason.empty() ? otherwise : reason);
-}
-
-const qv_node* find_node(const qv_node* root, const std::string& place) {
-  const qv_node* node = root;
-  std::string_view rest = place;
-  if (!rest.empty() && rest.front() == '/') rest.remove_prefix(1);
-  while (!rest.empty()) {
-    const std::size_t end = rest.find('/');
-    const std::string segment = unescape(rest.substr(0, end));
-    node = find_child(node, segment);
-    if (!node) throw Failure("there is no node '" + segment + "' at '" + place + "'");
-    rest = end == rest.npos ? std::string_view() : rest.substr(end + 1);
-  }
-  return node;
-}
-
-std::string place_segment(const qv_node* node) {
-  if (qv_node_path_segment_kind(node) == QV_PATH_INDEX) return std::to_string(qv_node_path_index(node));
-  std::string segment;
-  for (const char c : to_utf8(qv_node_label(node))) segment += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-  return segment;
 }
 
 }  // namespace host

@@ -25,10 +25,15 @@ std::string to_utf8(const qv_char* text);
 std::u16string to_utf16(std::string_view utf8);
 inline const qv_char* units(const std::u16string& text) { return reinterpret_cast<const qv_char*>(text.c_str()); }
 
+// "dict", "array", "value" or "object".
+std::string_view kind_name(const qv_node* node);
+
 enum class FileKind { Dict, Object, Model3d, DlModel };
 
 // By extension: dictionaries, 3D models and deep-learning models have their own, everything else is iconic.
 FileKind kind_of_file(std::string_view path);
+// Whether the extension is one that the library reads, so that a folder's other files are left alone.
+bool has_known_extension(std::string_view path);
 
 // A JSON reading option: the name of its key in the host interface, and a text, integer or real.
 struct ReadingOption {
@@ -57,13 +62,6 @@ class Session {
   std::unique_ptr<qv_reader, Destroy> reader_;
   std::string path_;
 };
-
-// The node at a place in the tree: "/0" the first child of an object file, "/parts/2" by keys and indices; "/" the
-// root.
-// "~1" stands for a '/' in a key, "~0" for a '~'.
-const qv_node* find_node(const qv_node* root, const std::string& place);
-// One segment of such a place, that of `node` in its parent.
-std::string place_segment(const qv_node* node);
 
 }  // namespace host
 

@@ -12,29 +12,42 @@ namespace host {
 // A node on the way from the root.
 struct Step {
   const qv_node* node;
-  int32_t children;  // to be visited: 0 when `enter` said not to go below
-  int32_t next = 0;  // the child to be visited next
+  int32_t children;  // how many there are; 0 when `enter` said not to go below
+  int32_t next = 0;  // the child to be visited next; `children` after the last
 };
 
 // Calls enter(steps) when a node is reached and leave(steps) when all below it is done; the last step is the node.
-// `enter` tells whether to go below.
-template <class Enter, class Leave>
-void walk(const qv_node* root, Enter enter, Leave leave) {
+// `enter` tells whether to go below, `keep` which children to visit; the root always is.
+template <class Keep, class Enter, class Leave>
+void walk(const qv_node* root, Keep keep, Enter enter, Leave leave) {
   std::vector<Step> steps;
+  const auto skip = [&](Step& step) {
+    while (step.next < step.children && !keep(qv_node_child_at(step.node, step.next))) ++step.next;
+  };
   const auto reach = [&](const qv_node* node) {
     steps.push_back({node, static_cast<int32_t>(qv_node_child_count(node))});
     if (!enter(steps)) steps.back().children = 0;
+    skip(steps.back());
   };
   reach(root);
   while (!steps.empty()) {
     Step& step = steps.back();
     if (step.next < step.children) {
-      reach(qv_node_child_at(step.node, step.next++));
+      const qv_node* child = qv_node_child_at(step.node, step.next++);
+      skip(step);
+      reach(child);
     } else {
       leave(steps);
       steps.pop_back();
     }
   }
+}
+
+// The same for every node, on the way down only.
+template <class Enter>
+void walk(const qv_node* root, Enter enter) {
+  walk(
+      root, [](const qv_node*) { return true; }, enter, [](const std::vector<Step>&) {});
 }
 
 }  // namespace host

@@ -1,0 +1,81 @@
+# What `cmake --install` puts where, and what `make package` makes of it.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+set(package quovel_adapter_2411)
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/${package})
+
+# The shared libraries tell their interface's version by their names; Windows has no such names.
+set_target_properties(${package} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+install(TARGETS ${package} EXPORT ${package}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES adapter/quovel_adapter.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# The built-in class interface goes into a folder of its own, where it cannot stand in for an installed HALCON.
+set(private_folder ${CMAKE_INSTALL_LIBDIR}/${package})
+if(NOT HALCON_ROOT)
+  set_target_properties(halconcpp PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  install(TARGETS halconcpp
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${private_folder} NAMELINK_SKIP)
+  set_target_properties(${package} PROPERTIES INSTALL_RPATH "$ORIGIN/${package}")
+endif()
+file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+set_target_properties(qv_inspect PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
+install(TARGETS qv_inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(NOT WIN32)
+  install(FILES host/completion.bash RENAME qv_inspect
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+else()
+  # The runtime libraries that the build put beside its own.
+  install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING
+    PATTERN "*.dll" PATTERN "${package}.dll" EXCLUDE PATTERN "halconcpp.dll" EXCLUDE PATTERN "CMakeFiles" EXCLUDE)
+endif()
+
+# How a project finds it: find_package(quovel_adapter_2411), or pkg-config.
+install(EXPORT ${package} NAMESPACE ${package}:: DESTINATION ${package_folder} FILE ${package}-targets.cmake)
+configure_package_config_file(cmake/config.cmake.in ${PROJECT_BINARY_DIR}/cmake/${package}-config.cmake
+  INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/cmake/${package}-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/cmake/${package}-config.cmake
+              ${PROJECT_BINARY_DIR}/cmake/${package}-config-version.cmake DESTINATION ${package_folder})
+file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" to_prefix ${to_prefix})
+configure_file(cmake/pkgconfig.pc.in ${package}.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Documents. Whoever hands out a build hands out the notices of what is compiled into it.
+set(documents ${CMAKE_INSTALL_DATADIR}/doc/quovel-adapter-2411)
+install(FILES README.md CHANGELOG.md LICENSE NOTICES.md DESTINATION ${documents})
+if(WIN32)
+  foreach(part gcc-12-base mingw-w64-x86-64-dev libz-mingw-w64 rapidjson-dev libcli11-dev)
+    install(FILES /usr/share/doc/${part}/copyright DESTINATION ${documents}/licences RENAME ${part}.txt
+            OPTIONAL)
+  endforeach()
+endif()
+
+# ---- Packages
+set(CPACK_PACKAGE_NAME quovel-adapter-2411)
+set(CPACK_PACKAGE_VENDOR "the Quovel authors")
+set(CPACK_PACKAGE_CONTACT "the Quovel authors <quovel@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Opens HALCON data files and shows each as a tree")
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
+set(CPACK_STRIP_FILES ON)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-windows-x64)
+else()
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+  set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "A library with a plain C interface, its header, a command-line host (qv_inspect) and a
+ Python module (python3 and python3-numpy, when they are there).")
+endif()
+include(CPack)

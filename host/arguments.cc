@@ -1,0 +1,128 @@
+#include "arguments.h"
+
+#include <memory>
+
+namespace host {
+
+namespace {
+
+constexpr const char* showing = "What to show";
+constexpr const char* acting = "Instead of printing the tree; all but --json and --list take one file";
+
+// Help in which an option shows what it takes and nothing about how it is checked.
+class PlainFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string taken = option->get_type_name();
+    return taken.empty() ? "" : " " + taken.substr(0, taken.find(':'));
+  }
+  std::string make_usage(const CLI::App*, std::string name) const override {
+    return "Usage: " + name + " [OPTIONS] FILE...\n\nOf a folder all files are opened that the library reads.\n";
+  }
+  std::string make_positionals(const CLI::App*) const override { return {}; }
+};
+
+void describe_reading(CLI::App& app, Arguments& arguments) {
+  static constexpr struct {
+    const char* name;
+    int32_t key;
+    const char* help;
+  } options[] = {
+      {"--json-true", QV_JSON_VALUE_TRUE, "What JSON's true becomes: a text, an integer or a real"},
+      {"--json-false", QV_JSON_VALUE_FALSE, "What JSON's false becomes"},
+      {"--json-null", QV_JSON_VALUE_NULL, "What JSON's null becomes"},
+      {"--json-arrays", QV_CONVERT_JSON_ARRAYS_TO, "What JSON's arrays become: tuple or dict"},
+  };
+  app.add_option("--kind", arguments.kind, "What the files are: auto (by extension), object, dict, model3d, dlmodel")
+      ->check(CLI::IsMember({"auto", "object", "dict", "model3d", "dlmodel"}))
+      ->type_name("KIND")
+      ->group("Reading");
+  for (const auto& option : options)
+    app.add_option_function<std::string>(
+           option.name,
+           [&arguments, key = option.key](const std::string& value) { arguments.reading_options[key] = value; },
+           option.help)
+        ->type_name("VALUE")
+        ->group("Reading");
+}
+
+std::vector<CLI::Option*> describe_showing(CLI::App& app, Arguments& arguments) {
+  app.add_option("--depth", arguments.depth, "Levels to show below the root")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N")
+      ->group(showing);
+  app.add_flag("--details", arguments.details, "Show the detail lines: every object of a tuple, every row of a matrix")
+      ->group(showing);
+  return {
+      app.add_option("--filter", arguments.wanted.filter,
+                     "Only nodes with TEXT in the label, a type that begins with it, or that kind: dict, array, value, "
+                     "object")
+          ->type_name("TEXT")
+          ->group(showing),
+      app.add_option("--grep", arguments.wanted.grep, "Only nodes with TEXT in their values or detail lines")
+          ->type_name("TEXT")
+          ->group(showing),
+  };
+}
+
+// Those that take one file.
+std::vector<CLI::Option*> describe_actions(CLI::App& app, Arguments& arguments) {
+  return {
+      app.add_option("--html", arguments.html, "Write OUT, one page for a browser: the tree and every object drawn")
+          ->type_name("OUT"),
+      app.add_option("--value", arguments.value_place, "Print all values of the node at PLACE, for example /parts/2")
+          ->type_name("PLACE"),
+      app.add_option("--extract", arguments.extract,
+                     "Draw the object at PLACE into OUT: an image as .png, geometry as .csv or .svg")
+          ->type_name("PLACE OUT")
+          ->expected(2),
+      app.add_option("--save", arguments.save,
+                     "Write the objects at one PLACE to OUT (.hobj, .dxf, .png, .tif, ...), or those at several to one "
+                     "object file")
+          ->type_name("PLACE... OUT")
+          ->expected(2, 1 << 20),
+      app.add_option("--convert", arguments.convert, "Write the dictionary file as OUT (.json, .hdict)")
+          ->type_name("OUT"),
+  };
+}
+
+void exclude_one_another(const std::vector<CLI::Option*>& options, const std::vector<CLI::Option*>& others) {
+  for (CLI::Option* option : options)
+    for (CLI::Option* other : others)
+      if (other != option) option->excludes(other);
+}
+
+}  // namespace
+
+const char* Arguments::one_file_option() const {
+  if (!html.empty()) return "--html";
+  if (!value_place.empty()) return "--value";
+  if (!extract.empty()) return "--extract";
+  if (!save.empty()) return "--save";
+  return convert.empty() ? nullptr : "--convert";
+}
+
+void describe(CLI::App& app, Arguments& arguments) {
+  app.formatter(std::make_shared<PlainFormatter>());
+  app.add_option("FILE", arguments.files, "Files to open, and folders of such files")->required()->type_name("");
+  const std::vector<CLI::Option*> selecting = describe_showing(app, arguments);
+  std::vector<CLI::Option*> actions = {
+      app.add_flag("--json", arguments.json, "Print each tree as one line of JSON"),
+      app.add_flag("--list", arguments.list, "Print one line per node: place, type and summary, apart by tabs"),
+  };
+  const std::vector<CLI::Option*> of_one_file = describe_actions(app, arguments);
+  exclude_one_another(selecting, of_one_file);
+  actions.insert(actions.end(), of_one_file.begin(), of_one_file.end());
+  exclude_one_another(actions, actions);
+  for (CLI::Option* action : actions) action->group(acting);
+  app.add_option("--object", arguments.object, "With --extract: which object of a tuple, from 0")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N")
+      ->group(acting);
+  app.add_flag("--lenient", arguments.lenient, "With --convert: leave out what the new format cannot hold")
+      ->group(acting);
+  describe_reading(app, arguments);
+  app.footer("Exit codes: 0 done, 1 a file could not be opened or written, or nothing was found, 2 wrong arguments.");
+}
+
+}  // namespace host

@@ -1,0 +1,42 @@
+// What the user asks for on the command line.
+#ifndef QUOVEL_HOST_ARGUMENTS_H
+#define QUOVEL_HOST_ARGUMENTS_H
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "selection.h"
+
+namespace host {
+
+struct Arguments {
+  std::vector<std::string> files;  // and folders
+  std::string kind = "auto";
+  int depth = -1;
+  bool details = false;
+  Wanted wanted;
+  std::map<int32_t, std::string> reading_options;  // by qv_parse_option_key_value
+  int object = 0;
+  // What to do; at most one of these, otherwise the tree is printed.
+  bool json = false;
+  bool list = false;
+  std::string html;
+  std::string value_place;
+  std::vector<std::string> extract;  // place, output
+  std::vector<std::string> save;     // places..., output
+  std::string convert;
+  bool lenient = false;
+
+  // The option that works on one file, or null.
+  const char* one_file_option() const;
+};
+
+// Makes `app` fill `arguments`.
+void describe(CLI::App& app, Arguments& arguments);
+
+}  // namespace host
+
+#endif

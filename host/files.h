@@ -1,0 +1,21 @@
+// The files behind the names on the command line.
+#ifndef QUOVEL_HOST_FILES_H
+#define QUOVEL_HOST_FILES_H
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+std::string file_name(const std::string& path);
+
+// The files as they are named; for a folder those below it that the library reads, by extension, sorted by name. What
+// begins with a dot is left out there. Throws Failure for a folder without such files and one that cannot be read.
+std::vector<std::string> files_behind(const std::vector<std::string>& names);
+
+// Writes a whole file; throws Failure with the system's reason.
+void write_file(const std::string& path, const std::string& content);
+
+}  // namespace host
+
+#endif

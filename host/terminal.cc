@@ -1,0 +1,83 @@
+#include "terminal.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/console.h"
+
+namespace host {
+
+namespace {
+
+bool colour_is_welcome() {
+  const char* const forbidden = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  return (!forbidden || !*forbidden) && (!terminal || std::string_view(terminal) != "dumb");
+}
+
+// One line of a narrow terminal, cut between two characters.
+std::string one_line(const std::string& text) {
+  constexpr std::size_t most = 60;
+  if (text.size() <= most) return text;
+  std::size_t begin = text.size() - most;
+  while (begin < text.size() && (text[begin] & 0xC0) == 0x80) ++begin;
+  return "…" + text.substr(begin);
+}
+
+}  // namespace
+
+bool output_has_colour() { return quovel::output_is_terminal() && colour_is_welcome(); }
+bool errors_have_colour() { return quovel::errors_are_on_terminal() && colour_is_welcome(); }
+
+std::string printable(const std::string& text) {
+  static constexpr char digits[] = "0123456789abcdef";
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte == '\n') {
+      result += "\\n";
+    } else if (byte == '\t') {
+      result += "\\t";
+    } else if (byte < 0x20 || byte == 0x7F) {
+      result += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+Progress::Progress(const std::string& what) {
+  if (quovel::errors_are_on_terminal()) teller_ = std::thread([this, text = one_line(printable(what))] { tell(text); });
+}
+
+Progress::~Progress() {
+  if (!teller_.joinable()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    done_ = true;
+  }
+  change_.notify_one();
+  teller_.join();
+}
+
+void Progress::tell(const std::string& what) {
+  using namespace std::chrono;
+  using namespace std::chrono_literals;
+  const auto begin = steady_clock::now();
+  const auto ended_within = [&](milliseconds time) {
+    std::unique_lock lock(mutex_);
+    return change_.wait_for(lock, time, [&] { return done_; });
+  };
+  if (ended_within(500ms)) return;
+  do {
+    const double seconds = duration<double>(steady_clock::now() - begin).count();
+    std::fprintf(stderr, "\r%s: %.1f s\033[K", what.c_str(), seconds);
+    std::fflush(stderr);
+  } while (!ended_within(100ms));
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+}
+
+}  // namespace host
