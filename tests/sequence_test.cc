@@ -1,6 +1,9 @@
 // Sequence files: their format, the search for their files, and paths by Windows rules.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
+
 #include "platform/path_text.h"
 #include "support/files.h"
 #include "support/host.h"
@@ -62,6 +65,26 @@ TEST(Sequence, EntriesAreFoundInOrder) {
   }
   test::write(folder / "s/list.seq", "both");
   EXPECT_EQ(test::label(qv_node_child_at(reader.objects(folder / "s\\list.seq"), 0)), "list");
+}
+
+TEST(Sequence, LongPathsOpen) {
+  const TempDir folder;
+  const Reader reader;
+  std::string deep = folder.path(), separator = "/";
+#ifdef _WIN32
+  deep = "\\\\?\\" + deep;  // the form of path that may be long there
+  separator = "\\";
+  std::replace(deep.begin(), deep.end(), '/', '\\');
+#endif
+  for (int i = 0; i < 3; ++i) {
+    deep += separator + std::string(100, 'd');
+    ASSERT_TRUE(std::filesystem::create_directory(test::native(deep)));
+  }
+  const std::string image = deep + separator + "x.pgm", list = deep + separator + "list.seq";
+  std::ofstream(test::native(image), std::ios::binary) << pgm('L');
+  std::ofstream(test::native(list)) << "x\n" << image;
+  EXPECT_EQ(opened(reader, image), "L");
+  EXPECT_EQ(opened(reader, list), "LL");
 }
 
 TEST(Sequence, NothingToReadIsSaid) {
