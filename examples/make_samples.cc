@@ -246,18 +246,27 @@ void write_dict(const HTuple& dict, const std::string& path) {
   HDict(dict[0].H()).WriteDict(path.c_str(), HTuple(), HTuple());
 }
 
+// Writes PNG; where this build does not, PNM. The name of the file written.
+std::string write_picture(const HObject& image, const std::string& folder, const std::string& stem) {
+  const std::string pnm = HalconCpp::HImage(image).CountChannels()[0].L() == 1 ? "pgm" : "ppm";
+  for (const std::string& format : {std::string("png"), pnm}) try {
+      const std::string name = stem + "." + format;
+      WriteImage(image, format.c_str(), 0, (folder + "/" + name).c_str());
+      return name;
+    } catch (const HalconCpp::HException&) {
+      if (format == pnm) throw;
+    }
+  return {};
+}
+
 void make_samples(const std::string& folder) {
   std::filesystem::create_directories(folder);
   const auto in_folder = [&](const char* name) { return folder + "/" + name; };
   WriteObject(scene(), in_folder("scene.hobj").c_str());
   WriteImage(gray_image(), "pgm", 0, in_folder("image.pgm").c_str());
-  WriteImage(colour_image(), "png", 0, in_folder("image.png").c_str());
+  write_picture(colour_image(), folder, "image");
   std::string frames;
-  for (int i = 1; i <= 3; ++i) {
-    const std::string name = "frame" + std::to_string(i) + ".png";
-    WriteImage(gray_image(160 * i), "png", 0, in_folder(name.c_str()).c_str());
-    frames += name + "\n";
-  }
+  for (int i = 1; i <= 3; ++i) frames += write_picture(gray_image(160 * i), folder, "frame" + std::to_string(i)) + "\n";
   write_text(in_folder("list.seq"), frames);
   write_dict(parts_description(), in_folder("parts.json"));
   write_dict(parts_with_objects(), in_folder("parts.hdict"));

@@ -122,6 +122,7 @@ void describe(CLI::App& app, Arguments& arguments) {
   app.add_flag("--lenient", arguments.lenient, "With --convert: leave out what the new format cannot hold")
       ->group(acting);
   describe_reading(app, arguments);
+  app.allow_windows_style_options(false);  // "/0" is a place, and on other systems a path
   app.footer("Exit codes: 0 done, 1 a file could not be opened or written, or nothing was found, 2 wrong arguments.");
 }
 
