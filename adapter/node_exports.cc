@@ -6,10 +6,11 @@ using namespace quovel;
 
 namespace {
 
-// Stands in for the object part of nodes that have none.
-const ObjectPart no_object{};
+// Stands in for the object part of nodes that have none. Made by the compiler: loading the library runs no code of
+// ours.
+constexpr ObjectFields no_object{};
 
-const ObjectPart& object_part(const qv_node* node) noexcept {
+const ObjectFields& object_part(const qv_node* node) noexcept {
   return node && from_host(node)->object ? *from_host(node)->object : no_object;
 }
 

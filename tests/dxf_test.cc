@@ -79,7 +79,7 @@ TEST(Dxf, RefusesWhatItCannotHoldAndLeavesTheFile) {
   };
   const HObject mixed = concat({contour({1, 2}, {3, 4}), polygon({1, 2}, {3, 4})});
   EXPECT_EQ(failure(WriteContourXldDxf, mixed),
-            "WriteContourXldDxf: expects an object of class \"xld_cont\", not \"xld_poly\"");
+            "WriteContourXldDxf: '" + file + "': expects an object of class \"xld_cont\", not \"xld_poly\"");
   EXPECT_THAT(failure(WritePolygonXldDxf, mixed), testing::HasSubstr("not \"xld_cont\""));
   EXPECT_THAT(failure(WriteContourXldDxf, HObject()), testing::HasSubstr("not set"));
   EXPECT_THAT(failure(WriteContourXldDxf, contour({1, std::nan("")}, {3, 4})), testing::HasSubstr("finite position"));

@@ -222,6 +222,7 @@ TEST_F(Json, LeavesOutWhatItCannotHoldOnlyWhenAsked) {
   HalconCpp::CreateMatrix(1, 1, 0, &matrix);
   for (int i = 0; i < 3; ++i) HalconCpp::SetDictTuple(list, i, i == 1 ? HTuple(std::nan("")) : HTuple(i));
   HalconCpp::SetDictTuple(dict, 7, "seven");
+  HalconCpp::SetDictTuple(dict, "7", "left out: it would take the other's place");
   HalconCpp::SetDictTuple(dict, "list", list);
   const HDict written_dict(dict[0].H());
   const HTuple option = "raise_error_if_content_not_serializable";
@@ -236,13 +237,15 @@ TEST_F(Json, LeavesOutWhatItCannotHoldOnlyWhenAsked) {
       {"empty", HalconCpp::HHandle(), "the key 'empty' holds an empty handle"},
       {"object", HTuple(), "the key 'object' holds an iconic object"},
       {"list", list, "the key 1 holds a number"},
+      {"5", HTuple(), "the key '5' is there as a number and as a text"},
   };
   test::write(folder / "out.json", "old");
   for (const auto& row : rows) {
     HTuple one;
     HalconCpp::CreateDict(&one);
+    if (row.key == std::string("5")) HalconCpp::SetDictTuple(one, 5, 0);
     HalconCpp::SetDictTuple(one, row.key, row.value);
-    HalconCpp::SetDictTuple(dict, row.key, row.value);
+    if (row.key != std::string("5")) HalconCpp::SetDictTuple(dict, row.key, row.value);
     if (row.key == std::string("object")) {
       HalconCpp::SetDictObject(test::ramp(1, 1), one, row.key);
       HalconCpp::SetDictObject(test::ramp(1, 1), dict, row.key);

@@ -1,6 +1,9 @@
 // Saving objects and converting dictionaries: formats by extension, what comes back, what is left after a failure.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "support/files.h"
 #include "support/host.h"
 #include "support/objects.h"
@@ -94,6 +97,43 @@ TEST_F(Save, RefusalsTellAndLeaveTheTargetAlone) {
   EXPECT_EQ(files, 3u);                                                                 // in.hobj, old.png, dir.png
   EXPECT_FALSE(reader.save(reader.objects(folder / "in.hobj"), folder / "root.hobj"));  // a root is no object node
   EXPECT_EQ(reader.error(), "");
+}
+
+#ifndef _WIN32
+TEST_F(Save, LinksStayLinksAndDevicesDevices) {
+  namespace fs = std::filesystem;
+  const auto link = [&](const char* to, const char* name) { fs::create_symlink(to, native(folder / name)); };
+  const auto saved = [&](const char* name) { return reader.save(open(ramp(2, 2)), folder / name); };
+  link("second.pgm", "first.pgm");
+  link("made.pgm", "second.pgm");
+  link("circle.pgm", "circle.pgm");
+  link("/dev/full", "full.pgm");
+  EXPECT_TRUE(saved("first.pgm")) << reader.error();
+  EXPECT_TRUE(fs::is_symlink(native(folder / "first.pgm")) && fs::is_symlink(native(folder / "second.pgm")));
+  EXPECT_EQ(reopened(folder / "made.pgm"), "2x2, 1ch, byte");
+  EXPECT_FALSE(saved("circle.pgm"));
+  EXPECT_NE(reader.error().find("leads to itself"), std::string::npos);
+  EXPECT_FALSE(saved("full.pgm"));
+  EXPECT_NE(reader.error().find("could not be written"), std::string::npos);
+  EXPECT_TRUE(fs::is_symlink(native(folder / "full.pgm")) && fs::is_character_file("/dev/full"));
+}
+#endif
+
+TEST_F(Save, SeveralSaversOfOneTargetDoNotDisturbOneAnother) {
+  const std::string target = folder / (std::string(250, 'n') + ".pgm");  // the longest name there is
+  test::save(ramp(64, 64), folder / "in.hobj");
+  std::atomic<int> done = 0;
+  std::vector<std::thread> savers;
+  for (int i = 0; i < 4; ++i)
+    savers.emplace_back([&] {
+      const Reader own;
+      const qv_node* image = qv_node_child_at(own.objects(folder / "in.hobj"), 0);
+      for (int round = 0; round < 25; ++round) done += own.save(image, target);
+    });
+  for (std::thread& saver : savers) saver.join();
+  EXPECT_EQ(done, 100);
+  EXPECT_EQ(reopened(target), "64x64, 1ch, byte");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(native(folder.path())), {}), 2);
 }
 
 TEST_F(Save, SeveralNodesGoIntoOneObjectFile) {

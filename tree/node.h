@@ -55,14 +55,19 @@ class NodeValue {
   ValueType type_;
 };
 
-// What only nodes of iconic objects and of handles shown as a whole have.
-struct ObjectPart {
+// What the accessors tell of nodes of iconic objects and of handles shown as a whole; the defaults stand for all
+// others.
+struct ObjectFields {
   Text object_class = empty_text;
-  HalconCpp::HObject held_object;  // unset for handles
   std::span<Text> detail_lines;
   std::uint32_t object_count = 1;
   std::uint32_t detail_entry_count = 0;  // objects that the detail lines describe
   bool is_image = false;                 // the first object is one
+};
+
+// What only such nodes have.
+struct ObjectPart : ObjectFields {
+  HalconCpp::HObject held_object;  // unset for handles
 };
 
 // One node. Its texts, values and children live in its tree's memory; it never changes once its parse has ended.

@@ -69,6 +69,8 @@ HHandle read_matrix(Reader& in) {
   data->rows = in.value<Hlong>();
   data->columns = in.value<Hlong>();
   data->values = read_plain_tuple(in);
+  if (data->columns == 0 && data->rows > limits::empty_rows)
+    refuse("a matrix without columns has more than " + std::to_string(limits::empty_rows) + " rows");
   const bool possible = data->rows >= 0 && data->columns >= 0 &&
                         (data->columns == 0 || data->rows <= std::numeric_limits<Hlong>::max() / data->columns);
   if (!possible || data->rows * data->columns != data->values.Length() || !holds_only(data->values, TupleKind::Real))

@@ -1,6 +1,9 @@
 #include "core/file.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <random>
 #include <string>
 #include <system_error>
 
@@ -26,31 +29,42 @@ void require_regular_file(const fs::path& path) {
   if (status.type() != fs::file_type::regular) refuse("is no regular file");
 }
 
-// A name beside the target that nothing has yet.
+// A name beside the target that nothing has yet: of its own length, as the target's may be the longest possible, and
+// drawn by chance, so that no other writer has the same and nobody can have laid a link there.
 fs::path unused_neighbour(const fs::path& target) {
-  for (int attempt = 0; attempt < 1000; ++attempt) {
-    fs::path name = target;
-    name += ".part" + std::to_string(attempt);
-    std::error_code error;
-    if (!fs::exists(fs::symlink_status(name, error))) return name;
-  }
-  refuse("no free name for a temporary file beside it");
+  std::random_device random;
+  char digits[40];
+  std::snprintf(digits, sizeof digits, "%08x%08x.part", static_cast<unsigned>(random()),
+                static_cast<unsigned>(random()));
+  return target.parent_path() / digits;
 }
 
-// Where the bytes end up: the file behind a link, so that the link stays one.
-fs::path behind_links(const fs::path& path) {
+// Where the bytes end up: the file behind a link, there already or not, so that the link stays one.
+fs::path behind_links(fs::path path) {
+  constexpr int most_links = 40;  // as many as Linux follows
   std::error_code error;
-  if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
-  const fs::path resolved = fs::weakly_canonical(path, error);
-  return error ? path : resolved;
+  for (int links = 0; links <= most_links; ++links) {
+    if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
+    const fs::path next = fs::read_symlink(path, error);
+    if (error) refuse("is a link that cannot be followed: " + error.message());
+    path = path.parent_path() / next;
+  }
+  refuse("is a link that leads to itself");
+}
+
+// Replacing a file asks no permission of the file; whoever protects it wants to be asked.
+void require_writable(const fs::path& file) {
+  errno = 0;
+  if (!std::fstream(file, std::ios::in | std::ios::out | std::ios::binary))
+    refuse("cannot be written: " + system_reason(errno));
 }
 
 }  // namespace
 
 fs::path native_path(std::string_view utf8) {
+  constexpr bool is_slash = fs::path::preferred_separator == '/';
   std::u8string text(utf8.begin(), utf8.end());
-  for (char8_t& c : text)
-    if (c == u8'\\') c = u8'/';
+  std::replace(text.begin(), text.end(), is_slash ? u8'\\' : u8'/', is_slash ? u8'/' : u8'\\');
   return fs::path(text);
 }
 
@@ -102,7 +116,8 @@ OutputFile::OutputFile(std::string_view path) : OutputFile() {
   const fs::path folder = target_.parent_path();
   if (!folder.empty() && !fs::is_directory(folder, error))
     refuse(fs::exists(folder, error) ? "what should be its folder is a file" : "its folder does not exist");
-  const bool direct = fs::exists(status) && status.type() != fs::file_type::regular;
+  const bool is_there = fs::exists(status), direct = is_there && status.type() != fs::file_type::regular;
+  if (is_there && !direct) require_writable(target_);
   written_ = direct ? target_ : unused_neighbour(target_);
   errno = 0;
   stream_.open(written_, std::ios::binary | std::ios::trunc);
@@ -111,6 +126,7 @@ OutputFile::OutputFile(std::string_view path) : OutputFile() {
     written_ = target_;  // nothing of ours is there to be removed
     refuse("cannot be written: " + system_reason(reason));
   }
+  if (is_there && !direct) fs::permissions(written_, status.permissions(), error);
 }
 
 OutputFile::~OutputFile() {
@@ -132,8 +148,6 @@ void OutputFile::commit() {
   if (!stream_) refuse("could not be written: " + system_reason(errno));
   if (written_ != target_) {
     std::error_code error;
-    const fs::file_status before = fs::status(target_, error);
-    if (fs::exists(before)) fs::permissions(written_, before.permissions(), error);
     fs::rename(written_, target_, error);
     if (error) refuse("could not be put in its place: " + error.message());
   }

@@ -13,7 +13,8 @@
 
 namespace HalconCpp::detail {
 
-// A backslash separates components like '/' does, on every system.
+// A backslash separates components like '/' does, on every system. Windows gets backslashes only: it takes nothing else
+// in paths of the form that may be long.
 std::filesystem::path native_path(std::string_view utf8);
 // The text after the last '.' of the last component, folded to lower case (ASCII); empty when there is none.
 std::string extension_of(std::string_view path);
@@ -40,7 +41,8 @@ class InputFile {
 Buffer<std::byte> read_file(std::string_view path);
 
 // A file being written. Until `commit` the bytes go to a new file beside the target, so that a failure leaves the
-// target as it was; a target that exists and is no regular file (a device, a pipe) is written directly.
+// target as it was. A link stays one, other names of a file (hard links) keep what it was, a protected file is refused.
+// A target that exists and is no regular file (a device, a pipe) is written directly; a pipe waits for its reader.
 class OutputFile {
  public:
   explicit OutputFile(std::string_view path);

@@ -19,6 +19,8 @@ inline constexpr std::uint64_t image_bytes = std::uint64_t{16} << 30;
 // A compressed image of n bytes may unfold to `decoded_free` bytes or `decoded_per_byte` * n bytes, whichever is more.
 inline constexpr std::uint64_t decoded_free = std::uint64_t{256} << 20;
 inline constexpr std::uint64_t decoded_per_byte = 2048;
+// Rows of a matrix without columns: they take no room in a file, but do where they are shown.
+inline constexpr std::int64_t empty_rows = 16;
 // Points, and faces, of a 3D model: they are numbered by 32-bit integers.
 inline constexpr std::uint64_t model_points = (std::uint64_t{1} << 31) - 1;
 

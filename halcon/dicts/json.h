@@ -21,10 +21,10 @@ struct JsonReading {
 // as is everything else that is no JSON, with line and column. The name is only used to open the file.
 HHandle read_json(std::string_view path, const JsonReading& options);
 
-// Reads back as the same tree. A tuple of one is written as its element; a dictionary with the keys 0..n-1 as an array,
-// in which (but at the root) a tuple of one stays an array; other keys become strings. An entry with content that JSON
-// cannot hold (an object, a handle that is no dictionary, a number that is not finite) is refused by its key, or left
-// out as a whole when `lenient`.
+// What was read from JSON reads back as the same tree. A tuple of one is written as its element; a dictionary with the
+// keys 0..n-1 as an array, in which (but at the root) a tuple of one stays an array; other keys become strings. An
+// entry that JSON cannot hold (an object, a handle that is no dictionary, a number that is not finite, a key like "5"
+// beside 5) is refused by its key, or left out as a whole when `lenient`.
 void write_json(std::string_view path, const DictData& dict, bool lenient);
 
 }  // namespace HalconCpp::detail

@@ -71,6 +71,8 @@ class Events : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Events> {
   bool has_escapes_;
 };
 
+constexpr const char* too_large = "the number is too large for a real";
+
 // Whether a number that no real can hold is too near to zero rather than too far from it.
 bool is_tiny(std::string_view number) noexcept {
   const std::size_t mark = std::min(number.find_first_of("eE"), number.size());
@@ -93,7 +95,7 @@ bool Events::add_number(std::string_view number) {
   double real = 0;
   if (std::from_chars(number.data(), end, real).ec == std::errc()) return builder_.add(real);
   if (is_tiny(number)) return builder_.add(number.starts_with('-') ? -0.0 : 0.0);
-  return builder_.refuse_event("the number is too large for a real");
+  return builder_.refuse_event(too_large);
 }
 
 // Escapes can bring about what the document itself does not hold: U+0000 and halves of surrogate pairs.
@@ -135,6 +137,7 @@ std::string parser_reason(rapidjson::ParseErrorCode code, bool at_end) {
   const bool at_start = code == rapidjson::kParseErrorDocumentEmpty;
   if (at_end) return at_start ? "the document is empty" : "the document ends too early";
   if (at_start) return "the document begins with neither an object nor an array";
+  if (code == rapidjson::kParseErrorNumberTooBig) return too_large;
   std::string reason = rapidjson::GetParseError_En(code);
   while (!reason.empty() && reason.back() == '.') reason.pop_back();
   return reason;

@@ -57,6 +57,20 @@ bool holds_dicts(const HTuple& tuple) {
   return false;
 }
 
+std::string name_of(const HTuple& key) {
+  return Access::kind(key) == TupleKind::String ? std::string(Access::text(key)) : key_name(key);
+}
+
+// The entries whose key has the text of an earlier one, as 5 and "5" have. Keys of one kind never do.
+std::unordered_set<std::size_t> repeated_names(const HTuple& keys) {
+  std::unordered_set<std::size_t> repeated;
+  if (Access::kind(keys) != TupleKind::Array || Access::array(keys).kind != ArrayKind::Mixed) return repeated;
+  std::unordered_set<std::string> names;
+  for (Hlong i = 0; i < keys.Length(); ++i)
+    if (!names.insert(name_of(Access::element(keys, i))).second) repeated.insert(static_cast<std::size_t>(i));
+  return repeated;
+}
+
 class JsonWriter {
  public:
   JsonWriter(OutputFile& file, bool lenient) noexcept : file_(file), lenient_(lenient) {}
@@ -70,6 +84,7 @@ class JsonWriter {
     char closing;
     Hlong next = 0;
     bool is_empty = true;
+    std::unordered_set<std::size_t> repeated_names = {};  // entries whose key is written like an earlier one
   };
 
   void step();
@@ -120,13 +135,14 @@ void JsonWriter::entry(const EntryTable& table, std::size_t at) {
     if (lenient_) return;
     refuse("the key " + key_name(key) + " holds " + part + ", which JSON cannot hold");
   }
+  if (open_.back().repeated_names.contains(at)) {
+    if (lenient_) return;
+    refuse("the key " + key_name(key) + " is there as a number and as a text, which are the same in JSON");
+  }
   begin_part();
   const bool in_array = open_.back().closing == ']';
   if (!in_array) {
-    if (Access::kind(key) == TupleKind::String)
-      text(Access::text(key));
-    else
-      text(key_name(key));
+    text(name_of(key));
     out_ += ": ";
   }
   tuple_value(entry.tuple, in_array && open_.size() > 1);
@@ -172,6 +188,7 @@ void JsonWriter::dict(const HandleData& data) {
   const bool array = is_array(table);
   open(array ? '[' : '{');
   open_.push_back({&table, nullptr, array ? ']' : '}'});
+  if (!array) open_.back().repeated_names = repeated_names(table.keys());
 }
 
 void JsonWriter::open(char bracket) {
@@ -187,7 +204,7 @@ void JsonWriter::begin_part() {
 }
 
 void JsonWriter::end_level() {
-  const Level level = open_.back();
+  const Level level = std::move(open_.back());
   open_.pop_back();
   if (!level.is_empty) new_line();
   out_ += level.closing;

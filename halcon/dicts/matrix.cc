@@ -6,6 +6,7 @@
 
 #include "HalconCreate.h"
 #include "core/failure.h"
+#include "core/limits.h"
 #include "dicts/entry_queries.h"
 #include "iconic/arguments.h"
 
@@ -57,6 +58,8 @@ void CreateMatrix(const HTuple& rows, const HTuple& columns, const HTuple& value
   detail::operate("CreateMatrix", [&] {
     const Hlong height = detail::integer_argument(rows, "the number of rows", 0, most_elements);
     const Hlong width = detail::integer_argument(columns, "the number of columns", 0, most_elements);
+    if (width == 0 && height > detail::limits::empty_rows)
+      detail::refuse("a matrix without columns has more than " + std::to_string(detail::limits::empty_rows) + " rows");
     if (width != 0 && height > most_elements / width) throw std::bad_alloc();
     HTuple values = matrix_values(value, height * width);
     auto* made = new detail::MatrixData;

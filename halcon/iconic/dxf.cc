@@ -64,10 +64,10 @@ void write_polyline(OutputFile& file, const Points& points) {
 template <class T>
 void write_dxf(const char* operation, const HObject& object, const HTuple& name) {
   operate(operation, [&] {
-    const auto& objects = objects_of(object);
-    for (const ObjectRef& each : objects) require_class(*each, T::kind);
     const std::string_view path = text_argument(name, "the file name");
     in_file(path, [&] {
+      const auto& objects = objects_of(object);
+      for (const ObjectRef& each : objects) require_class(*each, T::kind);
       OutputFile file(path);
       file.write(prologue);
       for (const ObjectRef& each : objects) write_polyline(file, static_cast<const T&>(*each).points);

@@ -174,6 +174,7 @@ class Encoder {
     Buffer<T> row(width * image.channels.size());
     call_png(failure_, [&] {
       png_set_write_fn(png_, this, write_bytes, nullptr);
+      png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // as for reading
       png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height),
                    8 * sizeof(T), colors[image.channels.size() - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                    PNG_FILTER_TYPE_DEFAULT);

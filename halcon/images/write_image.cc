@@ -77,32 +77,48 @@ void write_file(std::string_view path, const Buffer<std::byte>& content) {
   file.commit();
 }
 
-const std::vector<ObjectRef>& images_of(const HObject& object) {
+const std::vector<ObjectRef>& images_of(const HObject& object, std::size_t files) {
   const auto& objects = objects_of(object);
   if (objects.empty()) refuse("there is no image to be written");
   for (const ObjectRef& each : objects)
     if (each->object_class != ObjectClass::Image)
       refuse("an object of class \"" + std::string(class_name(each->object_class)) + "\" is no image");
+  if (files != objects.size())
+    refuse("each image needs its own file name, but there are " + std::to_string(objects.size()) + " images and " +
+           std::to_string(files) + " file names");
   return objects;
+}
+
+std::vector<std::string> file_names(const HTuple& files) {
+  std::vector<std::string> names;
+  for (Hlong i = 0; i < files.Length(); ++i)
+    names.emplace_back(text_argument(Access::element(files, i), "a file name"));
+  if (names.empty()) refuse("there is no file name");
+  return names;
+}
+
+// All images into their files; the first name stands for all until it is known which one fails.
+void write_images(const HObject& image, std::string_view format, const HTuple& fill_color,
+                  const std::vector<std::string>& names) {
+  const std::vector<ObjectRef>* images = nullptr;
+  const ImageWriter* writer = nullptr;
+  std::vector<double> colors;
+  in_file(names.front(), [&] {
+    images = &images_of(image, names.size());
+    writer = &writer_of(format);
+    colors = number_arguments(fill_color, "the fill colour");
+  });
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const auto& each = static_cast<const Image&>(*(*images)[i]);
+    in_file(names[i], [&] { write_file(names[i], writer->write(each.domain ? filled(each, colors) : each)); });
+  }
 }
 
 }  // namespace
 
 void WriteImage(const HObject& image, const HTuple& format, const HTuple& fill_color, const HTuple& file) {
-  operate("WriteImage", [&] {
-    const auto& images = images_of(image);
-    const ImageWriter& writer = writer_of(text_argument(format, "the format"));
-    const std::vector<double> colors = number_arguments(fill_color, "the fill colour");
-    if (static_cast<std::size_t>(file.Length()) != images.size())
-      refuse("each image needs its own file name, but there are " + std::to_string(images.size()) + " images and " +
-             std::to_string(file.Length()) + " file names");
-    for (std::size_t i = 0; i < images.size(); ++i) {
-      const HTuple name = Access::element(file, static_cast<Hlong>(i));
-      const std::string_view path = text_argument(name, "a file name");
-      const auto& each = static_cast<const Image&>(*images[i]);
-      in_file(path, [&] { write_file(path, writer.write(each.domain ? filled(each, colors) : each)); });
-    }
-  });
+  operate("WriteImage",
+          [&] { write_images(image, text_argument(format, "the format"), fill_color, file_names(file)); });
 }
 
 }  // namespace HalconCpp
