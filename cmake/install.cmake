@@ -28,6 +28,7 @@ install(TARGETS qv_inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(NOT WIN32)
   install(FILES host/completion.bash RENAME qv_inspect
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES docs/qv_inspect.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 else()
   # The runtime libraries that the build put beside its own.
   install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING
