@@ -50,6 +50,10 @@ package: packages-package ready-release ## make a Debian package and, where ther
 	@cd build/release && cpack
 	@[ ! -e build/windows/bin/quovel_adapter_2411.dll ] || { cd build/windows && cpack; }
 
+docs: packages-docs ## make pages from the host header, and check the manual page
+	@mkdir -p build/docs && doxygen docs/Doxyfile && echo "build/docs/html/index.html"
+	@mandoc -T lint -W warning docs/qv_inspect.1
+
 pictures: packages-pictures ready-release ## make the pictures of the documents anew
 	@tools/make-pictures build/release/bin/qv_inspect build/release/samples docs/pictures
 
@@ -87,4 +91,4 @@ configured-windows: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan corpus windows test-windows package pictures lint check format clean help
+.PHONY: run build test asan tsan corpus windows test-windows package docs pictures lint check format clean help

@@ -102,9 +102,9 @@ enum qv_parse_option_key_value {
 typedef struct qv_parse_option {
   int32_t key;                 /* qv_parse_option_key_value */
   int32_t value_type;          /* qv_value_type_value */
-  const qv_char* string_value; /* null counts as the empty text */
-  int64_t int_value;
-  double real_value;
+  const qv_char* string_value; /* read for QV_VALUE_STRING; null counts as the empty text */
+  int64_t int_value;           /* read for QV_VALUE_INTEGER */
+  double real_value;           /* read for QV_VALUE_REAL */
 } qv_parse_option;
 
 #ifdef __cplusplus

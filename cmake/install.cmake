@@ -28,11 +28,16 @@ install(TARGETS qv_inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(NOT WIN32)
   install(FILES host/completion.bash RENAME qv_inspect
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES docs/qv_inspect.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 else()
   # The runtime libraries that the build put beside its own.
   install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING
     PATTERN "*.dll" PATTERN "${package}.dll" EXCLUDE PATTERN "halconcpp.dll" EXCLUDE PATTERN "CMakeFiles" EXCLUDE)
 endif()
+
+# The host in Python, where Debian's Python looks under /usr; under another prefix PYTHONPATH names the folder.
+set(QUOVEL_PYTHON_FOLDER lib/python3/dist-packages CACHE STRING "Where the Python package goes, below the prefix")
+install(DIRECTORY host/python/quovel_adapter DESTINATION ${QUOVEL_PYTHON_FOLDER} FILES_MATCHING PATTERN "*.py")
 
 # How a project finds it: find_package(quovel_adapter_2411), or pkg-config.
 install(EXPORT ${package} NAMESPACE ${package}:: DESTINATION ${package_folder} FILE ${package}-targets.cmake)

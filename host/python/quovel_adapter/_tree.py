@@ -1,0 +1,371 @@
+"""Readers and the nodes of their trees."""
+
+from __future__ import annotations
+
+import ctypes
+import enum
+import os
+from collections.abc import Iterator, Sequence
+from typing import Any, Union
+
+from . import _data, _notebook
+from ._library import ParseOption, QuovelError, c_void_p, from_units, library, to_units
+
+Value = Union[str, int, float]
+
+_KINDS = {
+    "dict": library.qv_reader_parse_file_with_options,
+    "object": library.qv_reader_parse_object_file,
+    "model3d": library.qv_reader_parse_object_model_3d_file,
+    "dlmodel": library.qv_reader_parse_dl_model_file,
+}
+_KIND_OF_EXTENSION = {
+    **dict.fromkeys([".json", ".hdict"], "dict"),
+    **dict.fromkeys([".ply", ".obj", ".stl", ".off", ".om3"], "model3d"),
+    **dict.fromkeys([".onnx", ".hdl"], "dlmodel"),
+}
+_OPTION_KEYS = {"json_true": 0, "json_false": 1, "json_null": 2, "json_arrays": 3}
+
+
+class Kind(enum.IntEnum):
+    """What a node stands for."""
+
+    DICT = 0
+    ARRAY = 1
+    VALUE = 2
+    OBJECT = 3
+
+
+def open(path: str | os.PathLike, kind: str | None = None, **options: Value) -> Reader:
+    """A new Reader with this file open; see Reader.open."""
+    reader = Reader()
+    try:
+        reader.open(path, kind, **options)
+    except BaseException:
+        reader.close()
+        raise
+    return reader
+
+
+class Reader:
+    """Opens files, one at a time. Used by one thread at a time; `with` closes it."""
+
+    def __init__(self) -> None:
+        self._pointer = library.qv_reader_create()
+        if not self._pointer:
+            raise MemoryError("no Reader could be made")
+        self._generation = 0
+        self._root: Node | None = None
+
+    def open(self, path: str | os.PathLike, kind: str | None = None, **options: Value) -> Node:
+        """Opens a file and returns the root of its tree; the nodes of the file before end.
+
+        `kind` is "object", "dict", "model3d" or "dlmodel"; without it the extension decides. Of JSON, json_true,
+        json_false and json_null say what these values become, and json_arrays, "tuple" or "dict", what arrays do.
+        """
+        name = kind or _KIND_OF_EXTENSION.get(os.path.splitext(path)[1].lower(), "object")
+        if name not in _KINDS:
+            raise ValueError(f"kind is one of {', '.join(_KINDS)}, not {name!r}")
+        if options and name != "dict":
+            raise ValueError(f"a file of kind {name!r} takes no options")
+        records, _texts = _options(options)
+        more = (records, len(records)) if name == "dict" else ()
+        reader = self._alive()
+        self._generation += 1
+        self._root = None
+        root = _KINDS[name](reader, to_units(path), *more)
+        if not root:
+            raise QuovelError(self._last_error() or f"{os.fspath(path)!r} could not be opened")
+        self._root = Node(self, root, None)
+        return self._root
+
+    @property
+    def root(self) -> Node:
+        """The root of the open file's tree."""
+        if self._root is None:
+            raise QuovelError("no file is open")
+        return self._root
+
+    def save(self, nodes: Node | Sequence[Node], path: str | os.PathLike) -> None:
+        """Writes one object node as the path's extension asks, or the objects of several to one object file."""
+        if isinstance(nodes, Node):
+            self._check(library.qv_save_object_as(self._alive(), nodes._pointer, to_units(path)))
+            return
+        pointers = (c_void_p * len(nodes))(*(node._pointer for node in nodes))
+        self._check(library.qv_save_objects_as(self._alive(), pointers, len(nodes), to_units(path)))
+
+    def convert(self, source: str | os.PathLike, target: str | os.PathLike, lenient: bool = False) -> None:
+        """Writes a dictionary file as another, by the target's extension; the open file stays."""
+        self._check(library.qv_reader_convert_dict_file(self._alive(), to_units(source), to_units(target), lenient))
+
+    def close(self) -> None:
+        """Ends the Reader and all its nodes; twice is harmless."""
+        pointer, self._pointer, self._root = self._pointer, None, None
+        if pointer:
+            library.qv_reader_destroy(pointer)
+
+    def __enter__(self) -> Reader:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self.close()
+
+    def __del__(self) -> None:
+        if getattr(self, "_pointer", None):
+            self.close()
+
+    def __repr__(self) -> str:
+        return f"<Reader {'closed' if not self._pointer else self._root if self._root is not None else 'without a file'}>"
+
+    def _alive(self) -> int:
+        if not self._pointer:
+            raise QuovelError("the Reader is closed")
+        return self._pointer
+
+    def _last_error(self) -> str:
+        return from_units(library.qv_reader_last_error(self._pointer))
+
+    def _check(self, done: int) -> None:
+        if done != 1:
+            raise QuovelError(self._last_error() or "the node has no such data, or memory is exhausted")
+
+
+def _options(options: dict[str, Value]) -> tuple[ctypes.Array, list]:
+    """The records, and the texts that they point to."""
+    records, texts = (ParseOption * len(options))(), []
+    for record, (name, value) in zip(records, options.items()):
+        if name not in _OPTION_KEYS:
+            raise TypeError(f"options are {', '.join(_OPTION_KEYS)}, not {name!r}")
+        record.key = _OPTION_KEYS[name]
+        if isinstance(value, str):
+            texts.append(to_units(value))
+            record.value_type, record.string_value = 0, ctypes.addressof(texts[-1])
+        elif isinstance(value, int):
+            record.value_type, record.int_value = 1, value
+        else:
+            record.value_type, record.real_value = 2, value
+    return records, texts
+
+
+class Node:
+    """One node of a tree. Ends with its Reader, and when that opens another file."""
+
+    def __init__(self, reader: Reader, pointer: int, parent: Node | None) -> None:
+        self._reader, self._address, self._parent = reader, pointer, parent
+        self._generation = reader._generation
+
+    @property
+    def _pointer(self) -> int:
+        self._reader._alive()
+        if self._generation != self._reader._generation:
+            raise QuovelError("the file of this node is no longer open")
+        return self._address
+
+    # ---- What it is
+
+    @property
+    def label(self) -> str:
+        """The dictionary key, "[i]" of an element, or a name made from the object's; empty for a root."""
+        return from_units(library.qv_node_label(self._pointer))
+
+    @property
+    def kind(self) -> Kind:
+        return Kind(library.qv_node_kind(self._pointer))
+
+    @property
+    def type(self) -> str:
+        """A short type text: "dict", "integer", "real[5]", "image", "<error>", ..."""
+        return from_units(library.qv_node_type_label(self._pointer))
+
+    @property
+    def summary(self) -> str:
+        """One line: a key count, values, the description of an object, an error's text."""
+        return from_units(library.qv_node_value_summary(self._pointer))
+
+    @property
+    def segment(self) -> str | int:
+        """How the parent addresses it: by a key or by an index."""
+        by_index = library.qv_node_path_segment_kind(self._pointer) == 1
+        return library.qv_node_path_index(self._pointer) if by_index else self.label
+
+    @property
+    def place(self) -> str:
+        """The way from the root: "/measured/areas"; '/' and '~' in keys are written "~1" and "~0"."""
+        segments = []
+        node = self
+        while node._parent is not None:
+            segments.append(str(node.segment).replace("~", "~0").replace("/", "~1"))
+            node = node._parent
+        return "/" + "/".join(reversed(segments))
+
+    @property
+    def details(self) -> list[str]:
+        """Lines beside the node: one per object of a list, one per row of a matrix."""
+        pointer = self._pointer
+        count = library.qv_node_detail_line_count(pointer)
+        return [from_units(library.qv_node_detail_line_at(pointer, i)) for i in range(count)]
+
+    # ---- What is below
+
+    @property
+    def parent(self) -> Node | None:
+        return self._parent
+
+    @property
+    def children(self) -> Children:
+        """The nodes below; each is made when it is asked for."""
+        return Children(self)
+
+    def __len__(self) -> int:
+        return library.qv_node_child_count(self._pointer)
+
+    def __bool__(self) -> bool:
+        return True  # a node without children is a node
+
+    def __iter__(self) -> Iterator[Node]:
+        return iter(self.children)
+
+    def keys(self) -> list[str]:
+        return [child.label for child in self]
+
+    def __getitem__(self, segment: str | int) -> Node:
+        """The child of that key, or at that position (from the end when negative)."""
+        if isinstance(segment, int):
+            return self.children[segment]
+        for child in self:
+            if child.segment == segment:
+                return child
+        raise KeyError(segment)
+
+    def __contains__(self, key: object) -> bool:
+        return any(child.segment == key for child in self)
+
+    def find(self, place: str) -> Node:
+        """The node at a place such as "/measured/areas"; KeyError when there is none."""
+        node = self
+        for part in filter(None, place.split("/")):
+            segment = part.replace("~1", "/").replace("~0", "~")
+            matches = (child for child in node if str(child.segment) == segment)
+            node = next(matches, None)
+            if node is None:
+                raise KeyError(place)
+        return node
+
+    def walk(self, depth: int | None = None) -> Iterator[tuple[int, Node]]:
+        """The node and all below it, each with its level, without recursion."""
+        waiting = [(0, self)]
+        while waiting:
+            level, node = waiting.pop()
+            yield level, node
+            if depth is None or level < depth:
+                waiting.extend((level + 1, child) for child in reversed(node.children))
+
+    def tree(self, depth: int | None = None) -> str:
+        """The tree as text, two blanks a level."""
+        return "\n".join(
+            f"{'  ' * level}{node.label or '/'}  {node.type}  {node.summary}" for level, node in self.walk(depth)
+        )
+
+    # ---- Values
+
+    @property
+    def values(self) -> list[Value]:
+        """The typed values; of more than 1000 the first 1000: see `truncated`."""
+        pointer = self._pointer
+        return [_value(pointer, i) for i in range(library.qv_node_value_count(pointer))]
+
+    @property
+    def value(self) -> Value | list[Value]:
+        """The only value, or the list of values."""
+        values = self.values
+        return values[0] if len(values) == 1 else values
+
+    @property
+    def total_count(self) -> int:
+        return library.qv_node_total_count(self._pointer)
+
+    @property
+    def truncated(self) -> bool:
+        return library.qv_node_truncated(self._pointer) != 0
+
+    @property
+    def value_text(self) -> str:
+        """All values as one text, however many."""
+        return from_units(library.qv_node_full_value_text(self._reader._alive(), self._pointer))
+
+    # ---- Iconic objects
+
+    @property
+    def object_count(self) -> int:
+        return library.qv_node_object_count(self._pointer) if self.kind == Kind.OBJECT else 0
+
+    def object_class(self, index: int | None = None) -> str:
+        """Of all objects ("mixed" where they differ), or of one: "image", "region", "xld_cont", ..."""
+        whole = from_units(library.qv_node_object_class(self._pointer))
+        if index is None or whole != "mixed":
+            return whole
+        return self.details[index].partition(":")[0]
+
+    def channel_count(self, index: int = 0) -> int:
+        count = library.qv_node_image_channel_count(self._reader._alive(), self._pointer, index)
+        self._reader._check(count >= 0)
+        return count
+
+    def image(self, index: int = 0) -> Any:
+        """The pixels as bytes: a NumPy array (height, width[, 3 or 4 of RGBA]), or Pixels without NumPy."""
+        return self._extract(_data.image, index)
+
+    def points(self, index: int = 0) -> Any:
+        """The rows and columns of a contour's or polygon's points, (n, 2)."""
+        return self._extract(_data.points, index, self.object_class(index) == "xld_poly")
+
+    def parallels(self, index: int = 0) -> Any:
+        """The points of the two lines of parallels, each (n, 2)."""
+        return self._extract(_data.parallels, index)
+
+    def runs(self, index: int = 0) -> Any:
+        """Row, first and last column of each run of a region, (n, 3)."""
+        return self._extract(_data.runs, index)
+
+    def save(self, path: str | os.PathLike) -> None:
+        self._reader.save(self, path)
+
+    def _extract(self, extract: Any, index: int, *more: Any) -> Any:
+        return extract(self._reader._check, self._reader._alive(), self._pointer, index, *more)
+
+    # ---- For people
+
+    def __repr__(self) -> str:
+        try:
+            return f"<Node {self.place} {self.type}: {self.summary}>"
+        except QuovelError as reason:
+            return f"<Node: {reason}>"
+
+    def _repr_html_(self) -> str:
+        return _notebook.html(self)
+
+
+def _value(pointer: int, index: int) -> Value:
+    kind = library.qv_node_value_type_at(pointer, index)
+    if kind == 0:
+        return from_units(library.qv_node_value_string_at(pointer, index))
+    return (library.qv_node_value_int_at if kind == 1 else library.qv_node_value_real_at)(pointer, index)
+
+
+class Children(Sequence):
+    """The children of a node."""
+
+    def __init__(self, node: Node) -> None:
+        self._node = node
+
+    def __len__(self) -> int:
+        return len(self._node)
+
+    def __getitem__(self, index: Any) -> Any:
+        if isinstance(index, slice):
+            return [self[i] for i in range(*index.indices(len(self)))]
+        count = len(self)
+        position = index + count if index < 0 else index
+        if not 0 <= position < count:
+            raise IndexError(f"the node has {count} children, none at {index}")
+        return Node(self._node._reader, library.qv_node_child_at(self._node._pointer, position), self._node)
