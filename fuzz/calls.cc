@@ -10,6 +10,7 @@
 
 namespace {
 
+const std::u16string to_dict = u"dict";
 constexpr int32_t far_indices[] = {-1, INT_MAX, INT_MIN, 1000};
 
 // Made once: files to open by any call, also by the wrong one, and names that lead nowhere.
@@ -83,7 +84,7 @@ void Player::parse(const Arguments& with, int call) {
   Slot& slot = with.slot;
   if (slot.reader && with.path) slot.nodes.clear();
   const qv_parse_option options[] = {{with.extra % 5, with.extra % 4, nullptr, with.index, 0.5},
-                                     {QV_CONVERT_JSON_ARRAYS_TO, QV_VALUE_STRING, test::units(u"dict"), 0, 0}};
+                                     {QV_CONVERT_JSON_ARRAYS_TO, QV_VALUE_STRING, test::units(to_dict), 0, 0}};
   const qv_node* root = nullptr;
   if (call == 0) root = qv_reader_parse_file(slot.reader, with.path);
   if (call == 1) root = qv_reader_parse_file_with_options(slot.reader, with.path, options, with.index % 3);

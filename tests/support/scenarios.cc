@@ -106,6 +106,21 @@ Scenarios::Scenarios() {
   HalconCpp::WriteDlModel(model, (folder / "m.hdl").c_str());
   HalconCpp::GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 1.0}), tuple({0.0, 1.0}), &points);
   HalconCpp::WriteObjectModel3d(points, (folder / "p.om3").c_str());
+  write(folder / "t.off", "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n");
+  write(folder / "t.ply",
+        "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
+        "end_header\n0 1 2\n");
+  for (const char* format : {"png", "jpg", "tiff", "jp2", "bmp"}) write_picture(format);
+}
+
+// A build may do without the library of a format.
+void Scenarios::write_picture(const std::string& format) {
+  try {
+    HalconCpp::WriteImage(ramp(4, 3, 3), format.c_str(), 0, (folder / ("i." + format)).c_str());
+    pictures_.push_back("i." + format);
+  } catch (const HalconCpp::HException&) {
+    return;
+  }
 }
 
 Scenario Scenarios::parsing(FileKind kind, const std::string& file, std::vector<std::string> marks, bool silent) {
@@ -135,7 +150,7 @@ Scenario Scenarios::on_node(const char* file, int32_t position,
 
 std::vector<Scenario> Scenarios::opening() {
   const std::vector<std::string> entries = {contained, "<unreadable key>", "<unsupported handle>"};
-  return {
+  std::vector<Scenario> all{
       // A failure in the domain of an image is only left out of its description.
       parsing(FileKind::Object, "all.hobj", {}, true), parsing(FileKind::Object, "one.hobj"),
       parsing(FileKind::Object, "a.pgm"), parsing(FileKind::Object, "s/list.seq"),
@@ -143,6 +158,10 @@ std::vector<Scenario> Scenarios::opening() {
       // Entries that fail are left out; a handle that does not tell its type is a "handle".
       parsing(FileKind::DlModel, "m.hdl", {"<handle>", "<unreadable key>", "<unsupported handle>", contained}, true),
       parsing(FileKind::Model3d, "p.om3", {"<handle>", "<unreadable key>"}, true)};
+  for (const char* model : {"t.off", "t.ply"})
+    all.push_back(parsing(FileKind::Model3d, model, {"<handle>", "<unreadable key>"}, true));
+  for (const std::string& picture : pictures_) all.push_back(parsing(FileKind::Object, picture));
+  return all;
 }
 
 std::vector<Scenario> Scenarios::extracting() {
@@ -158,7 +177,8 @@ std::vector<Scenario> Scenarios::extracting() {
 
 std::vector<Scenario> Scenarios::writing() {
   std::vector<Scenario> all;
-  const std::pair<int32_t, const char*> saved[] = {{0, "o.hobj"}, {1, "o.pgm"}, {3, "o.dxf"}, {4, "o.dxf"}};
+  std::vector<std::pair<int32_t, std::string>> saved{{0, "o.hobj"}, {1, "o.pgm"}, {3, "o.dxf"}, {4, "o.dxf"}};
+  for (const std::string& picture : pictures_) saved.emplace_back(1, "o" + picture);
   for (const auto& [position, name] : saved)
     all.push_back(on_node("all.hobj", position, [file = folder / name](const Reader& reader, const qv_node* node) {
       return reader.save(node, file) ? 1 : 0;

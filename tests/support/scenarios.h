@@ -42,7 +42,10 @@ class Scenarios {
   Scenario parsing(FileKind kind, const std::string& file, std::vector<std::string> marks = {}, bool silent = false);
   Scenario on_node(const char* file, int32_t position, std::function<int32_t(const Reader&, const qv_node*)> call);
 
+  void write_picture(const std::string& format);
+
   TempDir folder;
+  std::vector<std::string> pictures_;
   std::vector<std::unique_ptr<Reader>> openers_;
 };
 
