@@ -197,6 +197,14 @@ std::vector<Scenario> Scenarios::writing() {
   return all;
 }
 
+std::vector<std::string> Scenarios::files() const {
+  std::vector<std::string> all;
+  for (const char* name : {"all.hobj", "a.pgm", "d.hdict", "d.json", "m.hdl", "p.om3", "t.off", "t.ply"})
+    all.push_back(folder / name);
+  for (const std::string& picture : pictures_) all.push_back(folder / picture);
+  return all;
+}
+
 // A failure is no text at all: the contract has no other way to tell.
 std::vector<Scenario> Scenarios::asking() {
   Reader& opener = *openers_.emplace_back(std::make_unique<Reader>());

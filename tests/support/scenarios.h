@@ -37,6 +37,9 @@ class Scenarios {
   std::vector<Scenario> extracting();
   std::vector<Scenario> writing();
   std::vector<Scenario> asking();
+  // The paths of all files that can be opened, and of those that become large trees.
+  std::vector<std::string> files() const;
+  std::vector<std::string> trees() const { return {folder / "all.hobj", folder / "d.hdict", folder / "d.json"}; }
 
  private:
   Scenario parsing(FileKind kind, const std::string& file, std::vector<std::string> marks = {}, bool silent = false);
