@@ -33,6 +33,9 @@ asan: ready-asan ## run all tests under the address and undefined-behaviour sani
 tsan: ready-tsan ## run all tests under the thread sanitizer
 	@$(FIXED_LAYOUT) ctest --preset tsan -j$(JOBS)
 
+fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=time for each target, TARGET=one)
+	@tools/fuzz $(or $(SECONDS),600) $(TARGET)
+
 corpus: ready-release ready-asan ## compare with a folder of real files and known results (CORPUS=folder)
 	@[ -d "$(CORPUS)" ] || { echo "There is no folder '$(CORPUS)'; name one by CORPUS=folder"; false; }
 	@build/release/bin/qv_corpus "$(CORPUS)"
@@ -86,9 +89,10 @@ configured-%: packages-build
 	fi
 
 configured-windows: packages-windows
+configured-fuzz: packages-fuzz
 
 # ready-PRESET: built.
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan corpus windows test-windows package docs pictures lint check format clean help
+.PHONY: run build test asan tsan fuzz corpus windows test-windows package docs pictures lint check format clean help

@@ -6,9 +6,9 @@
 
 namespace quovel {
 
-// Whether the path, followed through links, names an existing regular file. One query of the file system; any error is
-// no.
-bool is_regular_file(const std::u16string& path) noexcept;
+// Whether the path, followed through links, names an existing regular file. One query of the file system; its
+// errors mean no.
+bool is_regular_file(const std::u16string& path);
 
 // The bytes of a regular file, opened without keeping others from reading or writing it, up to its end or the first
 // failure to read; empty when it cannot be opened.

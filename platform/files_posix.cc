@@ -46,11 +46,9 @@ class OpenFile {
 
 }  // namespace
 
-bool is_regular_file(const std::u16string& path) noexcept try {
+bool is_regular_file(const std::u16string& path) {
   struct stat status;
   return ::stat(native(path).c_str(), &status) == 0 && S_ISREG(status.st_mode);
-} catch (...) {
-  return false;
 }
 
 std::string read_shared(const std::u16string& path) {

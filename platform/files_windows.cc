@@ -36,7 +36,7 @@ class OpenFile {
 
 }  // namespace
 
-bool is_regular_file(const std::u16string& path) noexcept {
+bool is_regular_file(const std::u16string& path) {
   return OpenFile(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS).is_regular();
 }
 

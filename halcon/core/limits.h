@@ -17,8 +17,10 @@ inline constexpr std::size_t image_channels = 4096;
 // All planes of one image together.
 inline constexpr std::uint64_t image_bytes = std::uint64_t{16} << 30;
 // A compressed image of n bytes may unfold to `decoded_free` bytes or `decoded_per_byte` * n bytes, whichever is more.
-inline constexpr std::uint64_t decoded_free = std::uint64_t{256} << 20;
+inline constexpr std::uint64_t decoded_free = std::uint64_t{64} << 20;
 inline constexpr std::uint64_t decoded_per_byte = 2048;
+// What a library keeps to decode it (tables of tiles) may take `decoded_free` bytes or this many per byte of the file.
+inline constexpr std::uint64_t tables_per_byte = 64;
 // Rows of a matrix without columns: they take no room in a file, but do where they are shown.
 inline constexpr std::int64_t empty_rows = 16;
 // Points, and faces, of a 3D model: they are numbered by 32-bit integers.

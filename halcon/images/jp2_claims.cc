@@ -120,6 +120,11 @@ class Codestream {
     if (tiles_ > bytes_.size() / std::max<std::uint64_t>(tile_header, components_))
       refuse("claims " + std::to_string(tiles_) + " tiles, more than " + std::to_string(bytes_.size()) +
              " bytes can hold");
+    // About what OpenJPEG keeps for a tile and for each of its components before it decodes the first one.
+    constexpr std::uint64_t tile_cost = 6000, component_cost = 1200;
+    const std::uint64_t tile_bytes = tiles_ * (tile_cost + component_cost * components_);
+    if (tile_bytes > limits::decoded_free && tile_bytes / limits::tables_per_byte > bytes_.size())
+      refuse("claims " + std::to_string(tiles_) + " tiles, too many for " + std::to_string(bytes_.size()) + " bytes");
     seen_.resize(static_cast<std::size_t>(tiles_));
   }
 

@@ -72,7 +72,9 @@ std::string reason(const Failure& failure) {
 // Runs library calls and turns their failure into a refusal.
 template <class Body>
 void call_jpeg(Failure& failure, Body&& body) {
-  if (!jump_free(failure.place, body)) refuse(reason(failure));
+  if (jump_free(failure.place, body)) return;
+  if (failure.manager.msg_code == JERR_OUT_OF_MEMORY) throw std::bad_alloc();
+  refuse(reason(failure));
 }
 
 // The library reaches it through its first member.

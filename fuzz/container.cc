@@ -1,0 +1,33 @@
+// The built-in container. Its checksum is mended after every mutation, so that what stands behind it is reached; the
+// kind of its root chooses the call.
+#include <cstring>
+
+#include "container/format.h"
+#include "driver.h"
+
+namespace container = HalconCpp::detail::container;
+
+extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned seed);
+
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned seed) {
+  constexpr size_t sum_size = sizeof(uint64_t);
+  if (max_size <= sum_size || seed % 64 == 0) return LLVMFuzzerMutate(data, size, max_size);
+  size = LLVMFuzzerMutate(data, size > sum_size ? size - sum_size : size, max_size - sum_size);
+  container::Checksum sum;
+  sum.add(reinterpret_cast<const std::byte*>(data), size);
+  const uint64_t value = sum.value();
+  std::memcpy(data + size, &value, sum_size);
+  return size + sum_size;
+}
+
+FUZZ_TARGET(input) {
+  constexpr std::size_t root_at = container::magic.size() + 1;
+  const auto root =
+      input.size() > root_at ? static_cast<container::HandleKind>(input[root_at]) : container::HandleKind{};
+  const std::string path = fuzz::put("input.hobj", input);
+  if (root == container::HandleKind::None) return fuzz::use(fuzz::reader().objects(path));
+  if (root == container::HandleKind::Model3d) return fuzz::use(fuzz::reader().parse(test::FileKind::Model3d, path));
+  if (root == container::HandleKind::DlModel) return fuzz::use(fuzz::reader().parse(test::FileKind::DlModel, path));
+  fuzz::use_dict(fuzz::reader().dict(path), path, false);
+}

@@ -1,0 +1,166 @@
+// Writes the inputs from which each fuzz target starts: make_seeds FOLDER makes FOLDER/<target>/<file>.
+#include <cstdio>
+#include <initializer_list>
+#include <string>
+
+#include "HalconCreate.h"
+#include "support/files.h"
+#include "support/objects.h"
+
+namespace {
+
+using namespace test;
+using namespace std::string_literals;
+
+std::string numbers(std::initializer_list<unsigned> values, int width, bool big_endian) {
+  std::string bytes;
+  for (const unsigned value : values)
+    for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> 8 * (big_endian ? width - 1 - i : i));
+  return bytes;
+}
+
+HTuple dict(std::initializer_list<std::pair<HTuple, HTuple>> entries) {
+  HTuple made;
+  HalconCpp::CreateDict(&made);
+  for (const auto& [key, value] : entries) HalconCpp::SetDictTuple(made, key, value);
+  return made;
+}
+
+HTuple sample_dict() {
+  HTuple matrix, sphere;
+  HalconCpp::CreateMatrix(2, 2, 1.5, &matrix);
+  HalconCpp::GenSphereObjectModel3d(0, 0, 0, 1, &sphere);
+  const HTuple inner = dict({{1, 2.5}, {"s", "t"}, {0.5, HTuple()}});
+  HTuple all = dict({{"d", inner},
+                     {"a", tuple({dict({}), matrix, 1, "x", 0.5})},
+                     {"m", matrix},
+                     {"o", sphere},
+                     {"i", tuple({1, 1 << 20, -3})},
+                     {"r", tuple({0.5, 1.5})},
+                     {"t", tuple({"a", "b"})}});
+  HalconCpp::SetDictObject(concat({ramp(2, 2), rectangle(0, 0, 1, 1)}), all, "objects");
+  return all;
+}
+
+HTuple points() {
+  HTuple model;
+  HalconCpp::GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 2.0}), tuple({0.5, 1.0}), &model);
+  return model;
+}
+
+HTuple model_of(const HTuple& dict) {
+  HTuple model;
+  HalconCpp::CreateDlModel(dict, &model);
+  return model;
+}
+
+HObject all_objects() {
+  return concat({with_domain(ramp(4, 3, 3), 0, 0, 1, 1), ramp(2, 2, 1, "real"), rectangle(0, 0, 2, 2),
+                 contour({0, 1}, {0, 1}), polygon({0, 1}, {0, 1}), parallels()});
+}
+
+void make_containers(const std::string& folder) {
+  save(all_objects(), folder + "/all.hobj");
+  save(empty_object(), folder + "/none.hobj");
+  save_dict(sample_dict(), folder + "/dict.hdict");
+  HalconCpp::WriteObjectModel3d(points(), (folder + "/points.om3").c_str());
+  HalconCpp::WriteDlModel(model_of(sample_dict()), (folder + "/model.hdl").c_str());
+}
+
+void make_pictures(const std::string& folder) {
+  struct Picture {
+    const char *name, *format, *type;
+    int channels;
+  };
+  constexpr Picture pictures[] = {{"gray.png", "png", "byte", 1}, {"deep.png", "png", "uint2", 4},
+                                  {"rgb.jpg", "jpg", "byte", 3},  {"gray.jpg", "jpg", "byte", 1},
+                                  {"rgb.tif", "tiff", "byte", 3}, {"real.tif", "tiff", "real", 2},
+                                  {"rgb.jp2", "jp2", "byte", 3},  {"deep.jp2", "jp2", "int2", 1},
+                                  {"gray.bmp", "bmp", "byte", 1}, {"alpha.bmp", "bmp", "byte", 4}};
+  for (const Picture& picture : pictures)
+    HalconCpp::WriteImage(ramp(9, 5, picture.channels, picture.type), picture.format, 0,
+                          (folder + "/" + picture.name).c_str());
+  const auto le = [](std::initializer_list<unsigned> values, int width) { return numbers(values, width, false); };
+  const auto be = [](std::initializer_list<unsigned> values) { return numbers(values, 4, true); };
+  const std::string zeros(64, '\0');
+  write(folder + "/runs.bmp",
+        "BM" + le({0, 0, 58, 40, 4, 2}, 4) + le({1, 8}, 2) + le({1, 0, 0, 0, 1, 0}, 4) + "abcd\4\0\0\0\4\0\0\1"s);
+  write(folder + "/image.gif", "GIF89a"s + le({3, 3}, 2) + "\x91\1\0"s + "aaabbbcccddd" +
+                                   "!\xF9\4\1\0\0\2\0,\0\0\0\0"s + le({3, 3}, 2) +
+                                   "\0\2\6\x44\xa8\x11\xa1\x46\x14\0;"s);
+  write(folder + "/image.pcx", "\x0A\5\1\x08"s + le({0, 0, 3, 1, 72, 72}, 2) + std::string(48, 'p') + "\0\3"s +
+                                   le({4, 1, 0, 0}, 2) + std::string(54, '\0') +
+                                   "\xC4\1\xC4\2\xC4\3\xC4\4\xC4\5\xC4\6"s);
+  write(folder + "/image.ras", be({0x59a66a95, 2, 1, 24, 6, 1, 0, 0}) + "abcdef");
+  write(folder + "/runs.ras", be({0x59a66a95, 4, 1, 8, 3, 2, 1, 6}) + "abcdef\x80\3\1"s);
+  write(folder + "/image.xwd",
+        be({100, 7, 2, 24, 2, 1, 0, 0, 32, 0, 32, 32, 8, 4, 0xff0000, 0xff00, 0xff, 8, 0, 0, 2, 1, 0, 0, 0}) +
+            "abcdefgh");
+}
+
+void make_texts(const std::string& folder) {
+  int number = 0;
+  const auto put = [&](const char* target, const std::string& content) {
+    write(folder + "/" + target + "/" + std::to_string(number++), content);
+  };
+  // The last byte chooses: no options, all options, arrays to dictionaries.
+  for (const char way : {'\0', '\x1f', '\x18'})
+    put("json",
+        R"({"a": [1, -2, 3e5, 0.25], "b": {"c": [true, false, null, {}], "d": [[1], [2, []]]}, "e\u0041": "\ud83d\ude00\n", "": ""})"s +
+            way);
+  put("json", "[1, \"x\", [2], 18446744073709551616]\0"s);
+  for (const char* content : {"P1 3 2\n101\n010", "P2 # note\n2 2\n15 1 2 3 15", "P3 1 1 65535 1 2 3", "P4 9 1 ab",
+                              "P5 2 1 255\nab", "P6 1 1 255\nabc", "P5 1 1 65535\nab",
+                              "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\nabcd"})
+    put("pnm", content);
+  put("sequence", "a\n b.ppm\r\n\n../c\0P5 1 1 255\nx"s);
+  put("sequence", "list/b\nfolder\na.pgm\n"s);
+  const std::string head =
+      "element vertex 2\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\nproperty uchar "
+      "green\nproperty uchar blue\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n";
+  put("models", "ply\nformat ascii 1.0\n" + head + "0 0 1 9 9 9\n1 2 3 8 8 8\n3 0 1 0\n\0"s);
+  put("models",
+      "ply\nformat binary_little_endian 1.0\n" + head + std::string(30, 'A') + "\2" + std::string(8, '\0') + '\0');
+  put("models", "mtllib m\no a\nv 0 0 0\nv 1 0 0 1 1 1\nv 0 1 0\nvn 0 0 1\nvt 0 0\nf 1//1 2//1 -1//1\nl 1 2\n\1");
+  put("models",
+      "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\nendloop\nendfacet\nendsolid "
+      "a\n\2");
+  put("models", std::string(80, 'h') + numbers({1}, 4, false) + std::string(50, '\0') + "\2");
+  put("models", "COFF\n3 1 0\n0 0 0 1 0 0 1\n1 0 0 9 9 9\n0 1 0\n3 0 1 2 5\n\3");
+  const auto field = [](int number, const std::string& bytes) {
+    return std::string{static_cast<char>(number << 3 | 2), static_cast<char>(bytes.size())} + bytes;
+  };
+  const std::string type = field(2, field(1, "\x08\1"s + field(2, field(1, "\x08\3"s) + field(1, field(2, "N")))));
+  const std::string graph = field(1, field(2, "y") + field(3, "n") + field(4, "Conv")) + field(2, "g") +
+                            field(5, "\x08\2\x10\1"s + field(8, "w") + field(4, "abcd")) +
+                            field(11, field(1, "x") + type) + field(12, field(1, "y") + type);
+  put("onnx", "\x08\x08"s + field(2, "maker") + field(7, graph) + field(8, "\x10\x0d"s) +
+                  field(14, field(1, "k") + field(2, "v")));
+  // Make a Reader, open, look, draw, save.
+  put("calls", std::string("\0\0\0\0\0\3\0\0\0\0\x0f\0\1\0\0\6\0\1\0\0\x0c\0\1\0\0\x0b\0\1\0\0", 30));
+  put("calls", std::string("\0\1\0\0\0\1\1\0\0\1\x0f\5\1\0\0\2\1\0\1\2\x0e\1\0\1\1\0\1\0\0\0", 30));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  if (argc != 2) return 2;
+  const std::string folder = argv[1];
+  for (const char* target :
+       {"json", "container", "pnm", "codecs", "sequence", "models", "onnx", "calls", "calls-files"})
+    std::filesystem::create_directories(folder + "/" + target);
+  make_containers(folder + "/container");
+  make_pictures(folder + "/codecs");
+  make_texts(folder);
+  const std::string files = folder + "/calls-files/calls.";
+  save(all_objects(), files + "hobj");
+  save_dict(sample_dict(), files + "hdict");
+  write(files + "json", R"({"a": [1, 2, "x"], "b": {"c": null}})");
+  HalconCpp::WriteObjectModel3d(points(), (files + "om3").c_str());
+  HalconCpp::WriteDlModel(model_of(dict({{"type", "t"}})), (files + "hdl").c_str());
+  HalconCpp::WriteImage(ramp(3, 2, 3), "png", 0, (files + "png").c_str());
+  return 0;
+} catch (const HalconCpp::HException& failure) {
+  std::fprintf(stderr, "make_seeds: %s\n", failure.ErrorMessage().Text());
+  return 1;
+}

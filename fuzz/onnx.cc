@@ -1,0 +1,3 @@
+#include "driver.h"
+
+FUZZ_TARGET(input) { fuzz::use(fuzz::reader().parse(test::FileKind::DlModel, fuzz::put("input.onnx", input))); }

@@ -1,0 +1,3 @@
+#include "driver.h"
+
+FUZZ_TARGET(input) { fuzz::use(fuzz::reader().objects(fuzz::put("input.pnm", input))); }

@@ -1,0 +1,211 @@
+// Every allocation that the two libraries make failed in turn, on every road: no crash, no leak (under a sanitizer),
+// the failure value or the contained result of the contract, and a Reader that works afterwards.
+//
+// This program's operator new and malloc stand in for those of the whole process. An allocation counts when the nearest
+// caller that is no part of the C and C++ run-time libraries is one of our two libraries; what third-party libraries
+// allocate for themselves is left alone.
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <gtest/gtest.h>
+#include <link.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "support/scenarios.h"
+
+namespace {
+
+using namespace test;
+
+enum class Owner { Ours, RunTime, Other };
+
+struct Module {
+  std::uintptr_t begin, end;
+  Owner owner;
+};
+
+Module modules[64];
+int module_count = 0;
+thread_local bool watching = false;
+int first_failing = 0, last_failing = 0, allocations = 0;
+
+Owner owner_of(const char* path) {
+  for (const char* ours : {"libquovel_adapter", "libhalconcpp"})
+    if (std::strstr(path, ours)) return Owner::Ours;
+  for (const char* run_time : {"libstdc++", "libc.so", "libasan", "libtsan", "libubsan", "failing_memory_test"})
+    if (std::strstr(path, run_time)) return Owner::RunTime;
+  return Owner::Other;
+}
+
+void list_modules() {
+  dl_iterate_phdr(
+      [](dl_phdr_info* info, std::size_t, void*) {
+        const char* const path = info->dlpi_name[0] ? info->dlpi_name : "failing_memory_test";
+        for (int i = 0; i < info->dlpi_phnum && module_count < 64; ++i)
+          if (const auto& part = info->dlpi_phdr[i]; part.p_type == PT_LOAD && part.p_flags & PF_X)
+            modules[module_count++] = {info->dlpi_addr + part.p_vaddr, info->dlpi_addr + part.p_vaddr + part.p_memsz,
+                                       owner_of(path)};
+        return 0;
+      },
+      nullptr);
+}
+
+Owner owner_of(void* address) {
+  const auto at = reinterpret_cast<std::uintptr_t>(address);
+  for (int i = 0; i < module_count; ++i)
+    if (at >= modules[i].begin && at < modules[i].end) return modules[i].owner;
+  return Owner::Other;
+}
+
+bool is_ours(void* caller) {
+  if (const Owner owner = owner_of(caller); owner != Owner::RunTime) return owner == Owner::Ours;
+  void* frames[24];
+  const int count = backtrace(frames, 24);
+  bool passed = false;  // the caller; what is above it is this program
+  for (int i = 0; i < count; ++i) {
+    passed |= frames[i] == caller;
+    const Owner owner = owner_of(frames[i]);
+    if (passed && owner != Owner::RunTime) return owner == Owner::Ours;
+  }
+  return false;
+}
+
+bool fails(void* caller) {
+  if (!watching) return false;
+  watching = false;  // for what is asked here
+  const bool failing = is_ours(caller) && ++allocations >= first_failing && allocations <= last_failing;
+  watching = true;
+  return failing;
+}
+
+void* (*const real_malloc)(std::size_t) = [] {
+  void* const found = dlsym(RTLD_NEXT, "malloc");
+  return reinterpret_cast<void* (*)(std::size_t)>(found);
+}();
+
+void* allocate(std::size_t size, std::size_t alignment) {
+  const std::size_t rounded = (size + alignment - 1) / alignment * alignment;
+  return alignment > alignof(std::max_align_t) ? std::aligned_alloc(alignment, rounded ? rounded : alignment)
+                                               : std::calloc(1, size ? size : 1);
+}
+
+void* allocate_or_throw(std::size_t size, std::size_t alignment, void* caller) {
+  void* const block = fails(caller) ? nullptr : allocate(size, alignment);
+  if (!block) throw std::bad_alloc();
+  return block;
+}
+
+}  // namespace
+
+#define CALLER __builtin_return_address(0)
+void* operator new(std::size_t size) { return allocate_or_throw(size, 1, CALLER); }
+void* operator new[](std::size_t size) { return allocate_or_throw(size, 1, CALLER); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return fails(CALLER) ? nullptr : allocate(size, 1);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return fails(CALLER) ? nullptr : allocate(size, 1);
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  return allocate_or_throw(size, static_cast<std::size_t>(alignment), CALLER);
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+
+// The process heap. Only what the libraries call themselves counts.
+extern "C" void* malloc(std::size_t size) {
+  if (watching && owner_of(CALLER) == Owner::Ours && fails(CALLER)) return nullptr;
+  if (real_malloc) return real_malloc(size);
+  void* const found = dlsym(RTLD_NEXT, "malloc");
+  return reinterpret_cast<void* (*)(std::size_t)>(found)(size);
+}
+
+namespace {
+
+constexpr const char* failure_text = "out of memory";
+
+// Runs `body` with the allocations from `first` to `last` failing; how many there were.
+template <class Body>
+int with_failing(int first, int last, Body body) {
+  first_failing = first;
+  last_failing = last;
+  allocations = 0;
+  watching = true;
+  body();
+  watching = false;
+  return allocations;
+}
+
+class FailingMemory : public ::testing::Test {
+ protected:
+  FailingMemory() { list_modules(); }
+  ~FailingMemory() override { module_count = 0; }
+
+  void sweep(const std::vector<Scenario>& all) {
+    for (Scenario scenario : all) {
+      scenario.may_lack_text = true;
+      scenario.marks.insert(scenario.marks.end(), {failure_text, "<unreadable key>", "<error>"});
+      sweep(scenario);
+    }
+    RecordProperty("allocations", total_);
+    std::printf("%d allocations failed in turn\n", total_);
+  }
+
+  Scenarios scenarios;
+
+ private:
+  void sweep(const Scenario& scenario) {
+    SCOPED_TRACE(scenario.name);
+    const Reader reader;
+    const Outcome good = scenario.run(reader);  // also makes the one-time values
+    ASSERT_FALSE(good.failed) << good.error;
+    Outcome outcome;
+    const auto run = [&] { outcome = scenario.run(reader); };
+    const int count = with_failing(0, 0, run);
+    ASSERT_GT(count, 0);
+    for (int k = 1; k <= count; ++k) {
+      SCOPED_TRACE("allocation " + std::to_string(k) + " of " + std::to_string(count));
+      for (const int last : {k, INT_MAX}) {
+        with_failing(k, last, run);
+        Scenario tolerant = scenario;
+        tolerant.silent = tolerant.silent || last != k;
+        EXPECT_TRUE(is_allowed(tolerant, good, outcome, failure_text)) << outcome.error << "\n" << outcome.shown;
+      }
+      run();
+      ASSERT_FALSE(outcome.failed) << outcome.error;
+      ASSERT_EQ(outcome.shown, good.shown);
+    }
+    total_ += count;
+  }
+
+  int total_ = 0;
+};
+
+TEST_F(FailingMemory, WhileOpening) { sweep(scenarios.opening()); }
+TEST_F(FailingMemory, WhileExtracting) { sweep(scenarios.extracting()); }
+TEST_F(FailingMemory, WhileWriting) { sweep(scenarios.writing()); }
+TEST_F(FailingMemory, WhileAskingForTexts) { sweep(scenarios.asking()); }
+
+TEST_F(FailingMemory, NoReaderIsMade) {
+  qv_reader* reader = nullptr;
+  const auto create = [&] { reader = qv_reader_create(); };
+  const int count = with_failing(0, 0, create);
+  qv_reader_destroy(reader);
+  int refused = 0;
+  for (int k = 1; k <= count; ++k) {
+    with_failing(k, INT_MAX, create);
+    refused += reader == nullptr;
+    qv_reader_destroy(reader);
+  }
+  EXPECT_GT(count, 0);
+  EXPECT_EQ(refused, count);
+}
+
+}  // namespace

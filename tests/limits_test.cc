@@ -1,0 +1,158 @@
+// What docs/limits.md promises: the memory and the time that a hostile file may cost. Each file is opened in a process
+// of its own, whose peak is compared with that of a process that opens nothing.
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "support/files.h"
+#include "support/host.h"
+#include "support/objects.h"
+
+namespace {
+
+using namespace test;
+using namespace std::string_literals;
+
+constexpr double mib = 1 << 20;
+
+struct Cost {
+  double bytes;
+  double seconds;
+  bool opens;
+};
+
+constexpr int opened = 10, refused = 11;
+
+// What a process costs that does this, and whether it succeeds.
+Cost cost_of(const std::function<bool()>& body) {
+  malloc_trim(0);  // or the child would find room that is counted already
+  const pid_t child = fork();
+  if (child == 0) _exit(body() ? opened : refused);
+  int status = -1;
+  rusage usage{};
+  wait4(child, &status, 0, &usage);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+  };
+  EXPECT_TRUE(WIFEXITED(status) && (WEXITSTATUS(status) == opened || WEXITSTATUS(status) == refused)) << status;
+  return {1024.0 * static_cast<double>(usage.ru_maxrss), seconds(usage.ru_utime) + seconds(usage.ru_stime),
+          WEXITSTATUS(status) == opened};
+}
+
+std::string repeated(const std::string& text, std::size_t bytes) {
+  std::string all;
+  while (all.size() < bytes) all += text;
+  return all;
+}
+
+std::string big_endian(std::initializer_list<unsigned> values, int width) {
+  std::string bytes;
+  for (const unsigned value : values)
+    for (int i = width; i-- > 0;) bytes += static_cast<char>(value >> 8 * i);
+  return bytes;
+}
+
+std::string little_endian(std::initializer_list<unsigned> values, int width) {
+  std::string bytes;
+  for (const unsigned value : values)
+    for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> 8 * i);
+  return bytes;
+}
+
+// A JPEG 2000 codestream of one component in which nothing is coded: tiles of one packet each.
+std::string blank_jp2(unsigned width, unsigned height, unsigned tile, unsigned tiles) {
+  std::string file = "\xff\x4f\xff\x51"s + big_endian({41, 0}, 2) +
+                     big_endian({width, height, 0, 0, tile, tile, 0, 0}, 4) +
+                     "\0\1\7\1\1\xff\x52\0\x0c\0\0\0\1\0\0\4\4\0\1\xff\x5c\0\4\x40\x40"s;
+  for (unsigned i = 0; i < tiles; ++i) file += "\xff\x90\0\x0a"s + big_endian({i}, 2) + "\0\0\0\x0f\0\1\xff\x93\0"s;
+  return file + "\xff\xd9";
+}
+
+std::string onnx(const std::string& entry, std::size_t bytes) {
+  const std::string entries = repeated(entry, bytes);
+  std::string size;
+  for (std::size_t left = entries.size(); left > 0; left >>= 7)
+    size += static_cast<char>((left & 127) | (left > 127 ? 128 : 0));
+  return "\x08\x08\x3a" + size + entries + "\x42\2\x10\x0d";
+}
+
+// An object file of that many empty regions.
+void save_regions(const std::string& path, int doublings) {
+  HObject all;
+  HalconCpp::GenEmptyRegion(&all);
+  for (int i = 0; i < doublings; ++i) all = concat({all, all});
+  save(all, path);
+}
+
+class Limits : public ::testing::Test {
+ protected:
+  Limits() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    sanitized_ = true;  // a sanitizer's own memory and time are no part of the promise
+#endif
+  }
+  // Opens the file, and compares with `factor` times its bytes or the constant, whichever is more.
+  void expect_within(FileKind kind, const std::string& name, double factor, double constant) {
+    const std::string path = folder / name;
+    const double size = static_cast<double>(std::filesystem::file_size(path));
+    const Cost nothing = cost_of([&] { return Reader().parse(kind, folder / "nothing") != nullptr; });
+    const Cost cost = cost_of([&] { return Reader().parse(kind, path) != nullptr; });
+    const double bytes = cost.bytes - nothing.bytes;
+    std::printf("%-18s %8.0f bytes: %6.1f MiB, %5.1f bytes per byte, %.2f s\n", name.c_str(), size, bytes / mib,
+                bytes / size, cost.seconds);
+    EXPECT_EQ(cost.opens, !name.starts_with("refused"));
+    if (sanitized_) return;
+    EXPECT_LT(bytes, std::max(factor * size, constant)) << name;
+    EXPECT_LT(cost.seconds, 5 + 5e-6 * size) << name;
+  }
+  void expect_within(FileKind kind, const std::string& name, const std::string& content, double factor,
+                     double constant) {
+    write(folder / name, content);
+    expect_within(kind, name, factor, constant);
+  }
+
+  TempDir folder;
+  bool sanitized_ = false;
+};
+
+constexpr std::size_t some = 300000;
+
+TEST_F(Limits, OfDictionariesAndModels) {
+  for (const auto& [name, element] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"dicts.json", "{},"}, {"arrays.json", "[],"}, {"ints.json", "1,"}, {"nested.json", "[[]],"}})
+    expect_within(FileKind::Dict, name, "[" + repeated(element, some) + "0]", 128, 16 * mib);
+  expect_within(FileKind::Dict, "text.json", "[\"" + std::string(20 * some, 'x') + "\"]", 16, 16 * mib);
+  for (const auto& [name, entry] : std::initializer_list<std::pair<const char*, std::string>>{
+           {"init.onnx", "\x2a\0"s}, {"input.onnx", "\x5a\0"s}, {"node.onnx", "\x0a\0"s}})
+    expect_within(FileKind::DlModel, name, onnx(entry, some), 512, 16 * mib);
+  const std::string points = "OFF\n3 " + std::to_string(some / 2) + " 0\n0 0 0\n0 1 0\n1 0 0\n";
+  expect_within(FileKind::Model3d, "faces.off", points + repeated("1 0\n", 2 * some), 32, 16 * mib);
+  expect_within(FileKind::Model3d, "corners.obj", "v 0 0 0\nf" + repeated(" 1", some), 32, 16 * mib);
+  save_regions(folder / "many.hobj", 15);
+  expect_within(FileKind::Object, "many.hobj", 96, 16 * mib);
+}
+
+TEST_F(Limits, OfImages) {
+  const double most = 4 * 64 * mib;
+  expect_within(FileKind::Object, "blank.jp2", blank_jp2(4000, 4000, 4000, 1), 0, most);
+  expect_within(FileKind::Object, "refused.jp2", blank_jp2(40000, 40000, 40000, 1), 0, mib);
+  expect_within(FileKind::Object, "refused-tiles.jp2", blank_jp2(250, 250, 1, 62500), 0, most);
+  expect_within(FileKind::Object, "runs.bmp",
+                "BM" + little_endian({0, 0, 62, 40, 8000, 8000}, 4) + little_endian({1, 8}, 2) +
+                    little_endian({1, 0, 0, 0, 1, 0}, 4) + "aaa\0\0\0\0\0\0\1"s,
+                0, most);
+  expect_within(FileKind::Object, "screen.gif",
+                "GIF89a"s + little_endian({8000, 2600}, 2) +
+                    "\x91\0\0abcbbbcccddd,\0\0\0\0\3\0\3\0\0\2\6\x44\xa8\x11\xa1\x46\x14\0;"s,
+                0, most);
+  expect_within(FileKind::Object, "digits.pbm", "P1 1000 1000 " + std::string(1000000, '1'), 8, mib);
+  // A list costs what the files cost that it names, however often it names them.
+  write(folder / "one.pgm", "P5 1000 1000 255\n" + std::string(1000000, 'x'));
+  expect_within(FileKind::Object, "list.seq", repeated("one\n", 4000), 0, 16 * mib);
+}
+
+}  // namespace
