@@ -348,7 +348,7 @@ TEST(Container, RefusesContentThatCannotBe) {
       {object(1).counts({2}).put({5, 5, 0, 1, 1, 2}), "out of order"},
       {object(1).counts({1}).put({5, 1, 0}), "out of order"},
       {object(0).tags({0}).put({INT_MIN, INT_MIN, 1}), "2147483648 x 2147483648 pixels"},
-      {object(0).tags({0}).put({1 << 14, 1 << 14, 1}).tags({0}), "is cut short"},
+      {object(0).tags({0}).put({1 << 12, 1 << 12, 1}).tags({0}), "is cut short"},
       {object(0).tags({7}).put({1, 1, 1}).tags({0, 0}), "unknown pixel type"},
       {object(0).tags({0}).put({2, 2, 1}).tags({1}).counts({1}).put({1, 1, 2, 0}), "reaches outside"},
   };
