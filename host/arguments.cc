@@ -43,6 +43,7 @@ void describe_reading(CLI::App& app, Arguments& arguments) {
            [&arguments, key = option.key](const std::string& value) { arguments.reading_options[key] = value; },
            option.help)
         ->type_name("VALUE")
+        ->excludes("--convert")  // which copies values as they stand
         ->group("Reading");
 }
 
@@ -118,8 +119,10 @@ void describe(CLI::App& app, Arguments& arguments) {
   app.add_option("--object", arguments.object, "With --extract: which object of a tuple, from 0")
       ->check(CLI::NonNegativeNumber)
       ->type_name("N")
+      ->needs("--extract")
       ->group(acting);
   app.add_flag("--lenient", arguments.lenient, "With --convert: leave out what the new format cannot hold")
+      ->needs("--convert")
       ->group(acting);
   describe_reading(app, arguments);
   app.allow_windows_style_options(false);  // "/0" is a place, and on other systems a path

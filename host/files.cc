@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <system_error>
 
 #include "session.h"
@@ -56,11 +57,22 @@ std::vector<std::string> files_behind(const std::vector<std::string>& names) {
 }
 
 void write_file(const std::string& path, const std::string& content) {
+  std::error_code error;
+  const fs::path target = from_utf8(path);
+  // A link or a device stays what it is.
+  const fs::file_status before = fs::symlink_status(target, error);
+  const bool direct = fs::exists(before) && !fs::is_regular_file(before);
+  const fs::path written = direct ? target : target.parent_path() / (std::to_string(std::random_device()()) + ".part");
   errno = 0;
-  std::ofstream file(from_utf8(path), std::ios::binary);
+  std::ofstream file(written, std::ios::binary);
   file.write(content.data(), static_cast<std::streamsize>(content.size()));
   file.close();
-  if (!file) throw Failure("'" + path + "' could not be written: " + std::generic_category().message(errno));
+  error = {file ? 0 : errno, std::generic_category()};
+  if (file && !direct) fs::rename(written, target, error);
+  if (file && !error) return;
+  const std::string reason = error.message();
+  if (!direct) fs::remove(written, error);
+  throw Failure("'" + path + "' could not be written: " + reason);
 }
 
 }  // namespace host

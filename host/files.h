@@ -13,7 +13,7 @@ std::string file_name(const std::string& path);
 // begins with a dot is left out there. Throws Failure for a folder without such files and one that cannot be read.
 std::vector<std::string> files_behind(const std::vector<std::string>& names);
 
-// Writes a whole file; throws Failure with the system's reason.
+// Writes a whole file; throws Failure with the system's reason, and then a regular file of that name is as it was.
 void write_file(const std::string& path, const std::string& content);
 
 }  // namespace host

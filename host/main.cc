@@ -1,6 +1,7 @@
 // qv_inspect: shows what is in HALCON data files, through the library's exported interface alone.
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <map>
 #include <optional>
 #include <string>
@@ -21,11 +22,12 @@ using namespace host;
 
 constexpr int exit_failure = 1, exit_misuse = 2;
 
-int report(const std::string& message, int exit_code) {
+// `message` may hold text of files and arguments; it is one line whatever they hold.
+int report(const std::string& message, int exit_code, const char* hint = "") {
   const bool coloured = errors_have_colour();
   const std::string begin(coloured ? colour::bright_red : ""), end(coloured ? colour::plain : "");
   std::fflush(stdout);  // so that a terminal shows both in order
-  std::fprintf(stderr, "%sqv_inspect:%s %s\n", begin.c_str(), end.c_str(), message.c_str());
+  std::fprintf(stderr, "%sqv_inspect:%s %s\n%s", begin.c_str(), end.c_str(), printable(message).c_str(), hint);
   return exit_code;
 }
 
@@ -147,6 +149,13 @@ int show_files(const Arguments& arguments, const std::vector<std::string>& files
   return counts.found > 0 ? 0 : report("nothing was found in " + summary(counts, {}), exit_failure);
 }
 
+// The exit code, unless what was printed got lost.
+int finish(int code) {
+  std::cout.flush();
+  const bool lost = std::fflush(stdout) != 0 || std::ferror(stdout) || !std::cout;
+  return lost ? report("standard output cannot be written", exit_failure) : code;
+}
+
 int run(const Arguments& arguments) {
   const std::vector<std::string> files = files_behind(arguments.files);
   const char* const option = arguments.one_file_option();
@@ -173,11 +182,10 @@ int main(int argc, char** argv) try {
     std::vector<std::string> given = quovel::command_line(argc, argv);
     app.parse(std::vector<std::string>(given.rbegin(), given.rend() - 1));  // CLI11 takes them last first
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);  // --help, --version
-    return report(std::string(error.what()) + "\nTry 'qv_inspect --help'.", exit_misuse);
+    if (error.get_exit_code() == 0) return finish(app.exit(error));  // --help, --version
+    return report(error.what(), exit_misuse, "Try 'qv_inspect --help'.\n");
   }
-  const int code = run(arguments);
-  return std::fflush(stdout) == 0 ? code : report("standard output cannot be written", exit_failure);
+  return finish(run(arguments));
 } catch (const std::exception& failure) {
   return report(failure.what(), exit_failure);
 }

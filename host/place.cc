@@ -9,8 +9,9 @@ namespace host {
 
 namespace {
 
-// "~1" and "~0" of a segment read as '/' and '~'.
+// "~1" and "~0" of a segment read as '/' and '~'; "~" alone is the empty key.
 std::string unescape(std::string_view segment) {
+  if (segment == "~") return {};
   std::string text;
   for (std::size_t i = 0; i < segment.size(); ++i) {
     const bool escape = segment[i] == '~' && i + 1 < segment.size() && (segment[i + 1] == '0' || segment[i + 1] == '1');
@@ -53,7 +54,7 @@ std::string place_segment(const qv_node* node) {
   if (qv_node_path_segment_kind(node) == QV_PATH_INDEX) return std::to_string(qv_node_path_index(node));
   std::string segment;
   for (const char c : to_utf8(qv_node_label(node))) segment += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-  return segment;
+  return segment.empty() ? "~" : segment;
 }
 
 std::string place_of(const std::vector<Step>& steps) {

@@ -1,6 +1,6 @@
 // Where a node stands in its tree: "/0" the first child of an object file, "/parts/2" by keys and indices; "/" the
 // root.
-// "~1" stands for a '/' in a key, "~0" for a '~'.
+// "~1" stands for a '/' in a key, "~0" for a '~', "~" alone for the empty key.
 #ifndef QUOVEL_HOST_PLACE_H
 #define QUOVEL_HOST_PLACE_H
 

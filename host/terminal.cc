@@ -33,16 +33,20 @@ bool errors_have_colour() { return quovel::errors_are_on_terminal() && colour_is
 std::string printable(const std::string& text) {
   static constexpr char digits[] = "0123456789abcdef";
   std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte == '\n') {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {  // U+0080 to U+009F
+      result += {'\\', 'x', digits[next >> 4], digits[next & 15]};
+      ++i;
+    } else if (byte == '\n') {
       result += "\\n";
     } else if (byte == '\t') {
       result += "\\t";
     } else if (byte < 0x20 || byte == 0x7F) {
       result += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
     } else {
-      result += c;
+      result += text[i];
     }
   }
   return result;
