@@ -38,8 +38,8 @@ fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=
 
 corpus: ready-release ready-asan ## compare with a folder of real files and known results (CORPUS=folder)
 	@[ -d "$(CORPUS)" ] || { echo "There is no folder '$(CORPUS)'; name one by CORPUS=folder"; false; }
-	@build/release/bin/qv_corpus "$(CORPUS)"
-	@build/asan/bin/qv_corpus "$(CORPUS)"
+	@build/release/tests/corpus/qv_corpus "$(CORPUS)"
+	@build/asan/tests/corpus/qv_corpus "$(CORPUS)"
 
 windows: ready-windows ## cross-build for 64-bit Windows
 	$(call next,'make test-windows')
