@@ -36,7 +36,7 @@ TEST(Sequence, EntriesAreFoundInOrder) {
   const std::pair<const char*, char> files[] = {{"above.pgm", 'A'},    {"both.pgm", 'u'},       {"s/both.pgm", 'd'},
                                                 {"s/beside.pgm", 'B'}, {"s/two.pgm", '2'},      {"s/two.png", '1'},
                                                 {"s/x.png.png", 'X'},  {"s/sub/deep.pgm", 'D'}, {"s/dir/file.pgm", '-'},
-                                                {"s/dir.gif", 'G'},    {"s/Ärger 1.pgm", 'U'}};
+                                                {"s/dir.gif", 'G'},    {"s/Ärger 1.pgm", 'U'},  {"s/部品.pgm", 'J'}};
   for (const auto& [name, pixel] : files) test::write(folder / name, pgm(pixel));
   const std::pair<std::string, std::string> cases[] = {
       {"above\nbeside\n", "AB"},
@@ -48,7 +48,7 @@ TEST(Sequence, EntriesAreFoundInOrder) {
       {"\n \t\r\n  beside \t\r\n\t above", "BA"},  // blanks and line ends
       {"beside\nbeside\nbeside", "BBB"},
       {folder / "s/beside.pgm", "B"},  // absolute
-      {"Ärger 1", "U"},
+      {"Ärger 1\n部品.pgm", "UJ"},
       {"\xC4rger 1", "U"},  // no UTF-8: taken as Latin-1
       {"above\nnowhere\nbeside", "Sequence entry not found: nowhere"},
       {"# note", "Sequence entry not found: # note"},
