@@ -46,7 +46,8 @@ class Trees(unittest.TestCase):
             file.write_text(__import__("json").dumps(texts), encoding="utf-8")
             with qv.open(file) as reader:
                 self.assertEqual({child.label: child.value for child in reader.root}, texts)
-                self.assertEqual(reader.root["a/b~c"].place, "/a~1b~0c")
+                self.assertEqual([child.place for child in reader.root], ["/~", "/a~1b~0c", "/Ā"])
+                self.assertEqual([reader.root.find(child.place).label for child in reader.root], list(texts))
 
     def test_reading_options(self):
         with tempfile.TemporaryDirectory() as folder:
