@@ -1,5 +1,6 @@
 """The Python host on the samples: QUOVEL_SAMPLES names their folder."""
 
+import doctest
 import gc
 import os
 import pathlib
@@ -58,6 +59,17 @@ class Trees(unittest.TestCase):
                 self.assertEqual(len(reader.root["a"]), 2)
                 self.assertRaises(TypeError, reader.open, file, json_no=1)
                 self.assertRaisesRegex(qv.QuovelError, "json_arrays|convert", reader.open, file, json_arrays="no")
+
+
+@unittest.skipIf(_data.numpy is None, "NumPy is not installed")
+class Readme(unittest.TestCase):
+    def test_its_examples(self):
+        folder = os.getcwd()
+        self.addCleanup(os.chdir, folder)
+        os.chdir(SAMPLES)
+        readme = pathlib.Path(__file__).resolve().with_name("README.md")
+        failed, tried = doctest.testfile(str(readme), module_relative=False)
+        self.assertTrue(failed == 0 and tried > 10)
 
 
 class Data(unittest.TestCase):
