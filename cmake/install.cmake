@@ -31,8 +31,8 @@ if(NOT WIN32)
   install(FILES docs/qv_inspect.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 else()
   # The runtime libraries that the build put beside its own.
-  install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING
-    PATTERN "*.dll" PATTERN "${package}.dll" EXCLUDE PATTERN "halconcpp.dll" EXCLUDE PATTERN "CMakeFiles" EXCLUDE)
+  install(DIRECTORY $<TARGET_FILE_DIR:${package}>/ DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING
+    PATTERN "*.dll" PATTERN "${package}.dll" EXCLUDE PATTERN "halconcpp.dll" EXCLUDE PATTERN notices EXCLUDE)
 endif()
 
 # The host in Python, where Debian's Python looks under /usr; under another prefix PYTHONPATH names the folder.
@@ -56,10 +56,7 @@ install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LI
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/quovel-adapter-2411)
 install(FILES README.md CHANGELOG.md LICENSE NOTICES.md DESTINATION ${documents})
 if(WIN32)
-  foreach(part gcc-12-base mingw-w64-x86-64-dev libz-mingw-w64 rapidjson-dev libcli11-dev)
-    install(FILES /usr/share/doc/${part}/copyright DESTINATION ${documents}/licences RENAME ${part}.txt
-            OPTIONAL)
-  endforeach()
+  install(DIRECTORY $<TARGET_FILE_DIR:${package}>/notices DESTINATION ${documents} OPTIONAL)
 endif()
 
 # ---- Packages

@@ -250,7 +250,7 @@ void write_dict(const HTuple& dict, const std::string& path) {
 std::string write_picture(const HObject& image, const std::string& folder, const std::string& stem) {
   const std::string pnm = HalconCpp::HImage(image).CountChannels()[0].L() == 1 ? "pgm" : "ppm";
   for (const std::string& format : {std::string("png"), pnm}) try {
-      const std::string name = stem + "." + format;
+      std::string name = stem + "." + format;
       WriteImage(image, format.c_str(), 0, (folder + "/" + name).c_str());
       return name;
     } catch (const HalconCpp::HException&) {

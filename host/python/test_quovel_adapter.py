@@ -1,5 +1,6 @@
 """The Python host on the samples: QUOVEL_SAMPLES names their folder."""
 
+import doctest
 import gc
 import os
 import pathlib
@@ -46,7 +47,8 @@ class Trees(unittest.TestCase):
             file.write_text(__import__("json").dumps(texts), encoding="utf-8")
             with qv.open(file) as reader:
                 self.assertEqual({child.label: child.value for child in reader.root}, texts)
-                self.assertEqual(reader.root["a/b~c"].place, "/a~1b~0c")
+                self.assertEqual([child.place for child in reader.root], ["/~", "/a~1b~0c", "/Ā"])
+                self.assertEqual([reader.root.find(child.place).label for child in reader.root], list(texts))
 
     def test_reading_options(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -57,6 +59,17 @@ class Trees(unittest.TestCase):
                 self.assertEqual(len(reader.root["a"]), 2)
                 self.assertRaises(TypeError, reader.open, file, json_no=1)
                 self.assertRaisesRegex(qv.QuovelError, "json_arrays|convert", reader.open, file, json_arrays="no")
+
+
+@unittest.skipIf(_data.numpy is None, "NumPy is not installed")
+class Readme(unittest.TestCase):
+    def test_its_examples(self):
+        folder = os.getcwd()
+        self.addCleanup(os.chdir, folder)
+        os.chdir(SAMPLES)
+        readme = pathlib.Path(__file__).resolve().with_name("README.md")
+        failed, tried = doctest.testfile(str(readme), module_relative=False)
+        self.assertTrue(failed == 0 and tried > 10)
 
 
 class Data(unittest.TestCase):

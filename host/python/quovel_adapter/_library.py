@@ -13,6 +13,8 @@ from ctypes import POINTER, byref, c_double, c_int32, c_int64, c_uint8, c_uint32
 class QuovelError(Exception):
     """A call failed; the text is the library's own where it has one."""
 
+    __module__ = "quovel_adapter"
+
 
 class ParseOption(ctypes.Structure):
     _fields_ = [

@@ -190,11 +190,11 @@ class Node:
 
     @property
     def place(self) -> str:
-        """The way from the root: "/measured/areas"; '/' and '~' in keys are written "~1" and "~0"."""
+        """The way from the root: "/measured/areas"; in keys "~1" is '/', "~0" is '~', and "~" the empty key."""
         segments = []
         node = self
         while node._parent is not None:
-            segments.append(str(node.segment).replace("~", "~0").replace("/", "~1"))
+            segments.append(str(node.segment).replace("~", "~0").replace("/", "~1") or "~")
             node = node._parent
         return "/" + "/".join(reversed(segments))
 
@@ -244,7 +244,7 @@ class Node:
         """The node at a place such as "/measured/areas"; KeyError when there is none."""
         node = self
         for part in filter(None, place.split("/")):
-            segment = part.replace("~1", "/").replace("~0", "~")
+            segment = "" if part == "~" else part.replace("~1", "/").replace("~0", "~")
             matches = (child for child in node if str(child.segment) == segment)
             node = next(matches, None)
             if node is None:
