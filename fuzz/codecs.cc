@@ -14,7 +14,7 @@ static uint32_t big_endian(const uint8_t* at) {
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned) {
   size = LLVMFuzzerMutate(data, size, max_size);
   if (!fuzz::text(data, size).starts_with("\x89PNG")) return size;
-  for (size_t at = 8; size - at >= 12;) {
+  for (size_t at = 8; at + 12 <= size;) {
     const uint32_t length = big_endian(data + at);
     if (length > size - at - 12) break;
     const auto sum = static_cast<uint32_t>(crc32(0, data + at + 4, length + 4));

@@ -56,4 +56,18 @@ TEST(Deep, TheDeepestFileOpensAndTheNextIsRefused) {
   }
 }
 
+TEST(Deep, TheDeepestContainerOpens) {
+  const TempDir folder;
+  save_dict(nested_dicts(1024), folder / "deep.hdict");
+  on_small_stack([&] {
+    const Reader reader;
+    const qv_node* root = reader.dict(folder / "deep.hdict");
+    ASSERT_TRUE(root) << reader.error();
+    EXPECT_FALSE(dump(root).empty());
+    const std::u16string from = wide(folder / "deep.hdict"), to = wide(folder / "deep.json");
+    EXPECT_EQ(qv_reader_convert_dict_file(reader, units(from), units(to), 0), 0);  // JSON counts tuples as levels too
+    EXPECT_EQ(qv_reader_convert_dict_file(reader, units(from), units(from), 0), 1) << reader.error();
+  });
+}
+
 }  // namespace

@@ -10,6 +10,7 @@
 #include <link.h>
 
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -81,11 +82,6 @@ bool fails(void* caller) {
   return failing;
 }
 
-void* (*const real_malloc)(std::size_t) = [] {
-  void* const found = dlsym(RTLD_NEXT, "malloc");
-  return reinterpret_cast<void* (*)(std::size_t)>(found);
-}();
-
 void* allocate(std::size_t size, std::size_t alignment) {
   const std::size_t rounded = (size + alignment - 1) / alignment * alignment;
   return alignment > alignof(std::max_align_t) ? std::aligned_alloc(alignment, rounded ? rounded : alignment)
@@ -100,32 +96,34 @@ void* allocate_or_throw(std::size_t size, std::size_t alignment, void* caller) {
 
 }  // namespace
 
+// Not inlined: the compiler would then find fault with blocks that come from operator new and go to free.
 #define CALLER __builtin_return_address(0)
-void* operator new(std::size_t size) { return allocate_or_throw(size, 1, CALLER); }
-void* operator new[](std::size_t size) { return allocate_or_throw(size, 1, CALLER); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new(std::size_t size) { return allocate_or_throw(size, 1, CALLER); }
+[[gnu::noinline]] void* operator new[](std::size_t size) { return allocate_or_throw(size, 1, CALLER); }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return fails(CALLER) ? nullptr : allocate(size, 1);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return fails(CALLER) ? nullptr : allocate(size, 1);
 }
-void* operator new(std::size_t size, std::align_val_t alignment) {
+[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
   return allocate_or_throw(size, static_cast<std::size_t>(alignment), CALLER);
 }
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete[](void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
 
-// The process heap. Only what the libraries call themselves counts.
+// The process heap, of which only what the libraries take themselves counts. A sanitizer's own malloc cannot be
+// replaced.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 extern "C" void* malloc(std::size_t size) {
-  if (watching && owner_of(CALLER) == Owner::Ours && fails(CALLER)) return nullptr;
-  if (real_malloc) return real_malloc(size);
-  void* const found = dlsym(RTLD_NEXT, "malloc");
-  return reinterpret_cast<void* (*)(std::size_t)>(found)(size);
+  static void* (*const next)(std::size_t) = reinterpret_cast<void* (*)(std::size_t)>(dlsym(RTLD_NEXT, "malloc"));
+  return watching && owner_of(CALLER) == Owner::Ours && fails(CALLER) ? nullptr : next(size);
 }
+#endif
 
 namespace {
 
@@ -154,7 +152,6 @@ class FailingMemory : public ::testing::Test {
       scenario.marks.insert(scenario.marks.end(), {failure_text, "<unreadable key>", "<error>"});
       sweep(scenario);
     }
-    RecordProperty("allocations", total_);
     std::printf("%d allocations failed in turn\n", total_);
   }
 
