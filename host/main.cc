@@ -98,7 +98,8 @@ std::string act_on_file(const Arguments& arguments, const std::string& file) {
 // ---- What is shown of one file and of many
 
 struct Counts {
-  std::size_t files = 0, failed = 0, nodes = 0, found = 0, shown_files = 0;
+  const Progress::Clock::time_point begin = Progress::Clock::now();
+  std::size_t files = 0, tried = 0, failed = 0, nodes = 0, found = 0, shown_files = 0;
 };
 
 std::string counted(std::size_t count, const std::string& what) {
@@ -118,7 +119,8 @@ void show_file(const Arguments& arguments, const std::string& file, Counts& coun
   Session session;
   const TreeStyle style{output_has_colour(), arguments.details, arguments.depth};
   const bool several = counts.files > 1;
-  std::optional<Progress> progress(std::in_place, "Reading " + file_name(file));
+  const std::string number = std::to_string(++counts.tried) + " of " + std::to_string(counts.files) + ": ";
+  std::optional<Progress> progress(std::in_place, (several ? number : "Reading ") + file_name(file), counts.begin);
   const qv_node* root = open_file(session, arguments, file);
   const Selection selection(session, root, arguments.wanted);
   progress.reset();

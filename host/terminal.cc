@@ -1,6 +1,5 @@
 #include "terminal.h"
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
@@ -52,8 +51,9 @@ std::string printable(const std::string& text) {
   return result;
 }
 
-Progress::Progress(const std::string& what) {
-  if (quovel::errors_are_on_terminal()) teller_ = std::thread([this, text = one_line(printable(what))] { tell(text); });
+Progress::Progress(const std::string& what, Clock::time_point begin) {
+  if (quovel::errors_are_on_terminal())
+    teller_ = std::thread([this, begin, text = one_line(printable(what))] { tell(text, begin); });
 }
 
 Progress::~Progress() {
@@ -66,20 +66,18 @@ Progress::~Progress() {
   teller_.join();
 }
 
-void Progress::tell(const std::string& what) {
-  using namespace std::chrono;
+void Progress::tell(const std::string& what, Clock::time_point begin) {
   using namespace std::chrono_literals;
-  const auto begin = steady_clock::now();
-  const auto ended_within = [&](milliseconds time) {
+  const auto ended_by = [&](Clock::time_point time) {
     std::unique_lock lock(mutex_);
-    return change_.wait_for(lock, time, [&] { return done_; });
+    return change_.wait_until(lock, time, [&] { return done_; });
   };
-  if (ended_within(500ms)) return;
+  if (ended_by(begin + 500ms)) return;
   do {
-    const double seconds = duration<double>(steady_clock::now() - begin).count();
+    const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
     std::fprintf(stderr, "\r%s: %.1f s\033[K", what.c_str(), seconds);
     std::fflush(stderr);
-  } while (!ended_within(100ms));
+  } while (!ended_by(Clock::now() + 100ms));
   std::fputs("\r\033[K", stderr);
   std::fflush(stderr);
 }

@@ -2,6 +2,7 @@
 #ifndef QUOVEL_HOST_TERMINAL_H
 #define QUOVEL_HOST_TERMINAL_H
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -22,16 +23,20 @@ bool errors_have_colour();
 // Control characters would move the cursor or change the line: shown as escapes.
 std::string printable(const std::string& text);
 
-// Tells on standard error what has taken half a second and how long it takes, until it ends; only on a terminal.
+// Tells on standard error what is done once the work has taken half a second, and how long it takes, until it ends;
+// only on a terminal.
 class Progress {
  public:
-  explicit Progress(const std::string& what);
+  using Clock = std::chrono::steady_clock;
+
+  // `begin` is earlier where this is one step of longer work.
+  explicit Progress(const std::string& what, Clock::time_point begin = Clock::now());
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
  private:
-  void tell(const std::string& what);
+  void tell(const std::string& what, Clock::time_point begin);
 
   std::mutex mutex_;
   std::condition_variable change_;
