@@ -33,6 +33,9 @@ asan: ready-asan ## run all tests under the address and undefined-behaviour sani
 tsan: ready-tsan ## run all tests under the thread sanitizer
 	@$(FIXED_LAYOUT) ctest --preset tsan -j$(JOBS)
 
+valgrind: packages-valgrind ready-release ## run the test programs under Valgrind (takes long)
+	@tools/under-valgrind build/release
+
 fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=time for each target, TARGET=one)
 	@tools/fuzz $(or $(SECONDS),600) $(TARGET)
 
@@ -95,4 +98,4 @@ configured-fuzz: packages-fuzz
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan fuzz corpus windows test-windows package docs pictures lint check format clean help
+.PHONY: run build test asan tsan valgrind fuzz bench corpus windows test-windows package docs pictures lint check format clean help

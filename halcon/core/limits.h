@@ -17,7 +17,11 @@ inline constexpr std::size_t image_channels = 4096;
 // All planes of one image together.
 inline constexpr std::uint64_t image_bytes = std::uint64_t{16} << 30;
 // A compressed image of n bytes may unfold to `decoded_free` bytes or `decoded_per_byte` * n bytes, whichever is more.
+#if defined(FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)  // large pictures would take up the time of a fuzzer
+inline constexpr std::uint64_t decoded_free = std::uint64_t{1} << 20;
+#else
 inline constexpr std::uint64_t decoded_free = std::uint64_t{64} << 20;
+#endif
 inline constexpr std::uint64_t decoded_per_byte = 2048;
 // What a library keeps to decode it (tables of tiles) may take `decoded_free` bytes or this many per byte of the file.
 inline constexpr std::uint64_t tables_per_byte = 64;
