@@ -38,10 +38,16 @@ corpus: ready-release ready-asan ## compare with a folder of real files and know
 	@build/release/bin/qv_corpus "$(CORPUS)"
 	@build/asan/bin/qv_corpus "$(CORPUS)"
 
+bench: ready-bench ## measure against what people would use instead (JSON=file: also with that file)
+	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(BENCH_OPTIONS)
+
 windows: ready-windows ## cross-build for 64-bit Windows
 	$(call next,'make test-windows')
 
-test-windows: ready-windows ## run all tests of the Windows build under Wine
+test-bench: ready-bench ## measure against what people would use instead (JSON=file: also with that file)
+	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(BENCH_OPTIONS)
+
+windows: ready-windows ## run all tests of the Windows build under Wine
 	@ctest --preset windows -j$(JOBS)
 
 lint: check configured-lint ## check format, header, class interface and code
@@ -73,9 +79,10 @@ configured-%: packages-build
 	fi
 
 configured-windows: packages-windows
+configured-bench: packages-bench
 
 # ready-PRESET: built.
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan corpus windows test-windows lint check format clean help
+.PHONY: run build test asan tsan corpus bench windows test-windows lint check format clean help
