@@ -43,7 +43,7 @@ double time_of_inspect(const std::string& path, bool whole) {
   std::string words[] = {QV_INSPECT, "--json", path, "--depth", "0"};
   char* const arguments[] = {words[0].data(), words[1].data(), words[2].data(), whole ? nullptr : words[3].data(),
                              words[4].data(), nullptr};
-  const double time = seconds([&] {
+  const double time = wall_seconds([&] {
     pid_t child;
     int status = -1;
     require(posix_spawn(&child, words[0].c_str(), &actions, nullptr, arguments, environ) == 0 &&

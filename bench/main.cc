@@ -1,12 +1,18 @@
 // Measures the library against what people would use instead and prints one table. Options of Google Benchmark work
 // too:
 // --benchmark_filter=REGEX runs the rows whose work it finds.
+//
+//   qv_bench [--json FILE] [--processor-time]
+//
+// --json FILE also measures a JSON file of your own. --processor-time is for a machine that others use as well: it
+// counts the processor time of the works in one thread instead of the time on the wall.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <vector>
 
 #include "files.h"
@@ -111,19 +117,30 @@ class Progress final : public benchmark::BenchmarkReporter {
   }
 };
 
-// Takes "--json FILE" out of the arguments; empty when it is not there.
-std::string take_real_file(int& count, char** arguments) {
-  for (int i = 1; i + 1 < count; ++i) {
-    if (std::strcmp(arguments[i], "--json") != 0) continue;
-    std::string file = arguments[i + 1];
-    std::move(arguments + i + 2, arguments + count, arguments + i);
-    count -= 2;
-    return file;
+bool by_processor = false;
+
+double seconds_of(clockid_t clock) {
+  timespec time;
+  clock_gettime(clock, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+// Takes an option and `values` arguments after it out of the arguments; null when it is not there.
+char** take_option(const char* name, int values, int& count, char** arguments) {
+  static char* taken[2];
+  for (int i = 1; i + values < count; ++i) {
+    if (std::strcmp(arguments[i], name) != 0) continue;
+    std::copy_n(arguments + i, values + 1, taken);
+    std::move(arguments + i + values + 1, arguments + count, arguments + i);
+    count -= values + 1;
+    return taken;
   }
-  return {};
+  return nullptr;
 }
 
 }  // namespace
+
+double now() { return seconds_of(by_processor ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC); }
 
 void add_row(Row row, std::function<Pair()> prepare) {
   const std::string name = row.work;
@@ -137,7 +154,9 @@ void add_row(Row row, std::function<Pair()> prepare) {
 }  // namespace bench
 
 int main(int count, char** arguments) {
-  const std::string real_file = bench::take_real_file(count, arguments);
+  char** const json = bench::take_option("--json", 1, count, arguments);
+  const std::string real_file = json ? json[1] : "";
+  bench::by_processor = bench::take_option("--processor-time", 0, count, arguments) != nullptr;
   benchmark::Initialize(&count, arguments);
   if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
   const bench::Folder folder;
