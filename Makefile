@@ -39,6 +39,9 @@ valgrind: packages-valgrind ready-release ## run the test programs under Valgrin
 fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=time for each target, TARGET=one)
 	@tools/fuzz $(or $(SECONDS),600) $(TARGET)
 
+bench: ready-bench ## measure against what people would use instead (JSON=file: also with that file)
+	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(BENCH_OPTIONS)
+
 corpus: ready-release ready-asan ## compare with a folder of real files and known results (CORPUS=folder)
 	@[ -d "$(CORPUS)" ] || { echo "There is no folder '$(CORPUS)'; name one by CORPUS=folder"; false; }
 	@build/release/tests/corpus/qv_corpus "$(CORPUS)"
@@ -93,6 +96,7 @@ configured-%: packages-build
 
 configured-windows: packages-windows
 configured-fuzz: packages-fuzz
+configured-bench: packages-bench
 
 # ready-PRESET: built.
 ready-%: configured-%

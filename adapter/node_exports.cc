@@ -95,7 +95,7 @@ const qv_node* qv_node_child_at(const qv_node* node, int32_t index) {
 const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* node) {
   if (!reader || !node) return to_host(empty_text);
   return guarded(to_host(empty_text), [&] {
-    std::u16string& text = from_host(reader)->value_text;
+    LongText& text = from_host(reader)->value_text;
     text = full_value_text(from_host(node));
     return to_host(text.c_str());
   });

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "adapter/quovel_adapter.h"
+#include "content/value_text.h"
 #include "tree/node.h"
 
 namespace quovel {
@@ -14,7 +15,7 @@ namespace quovel {
 struct Reader {
   std::unique_ptr<Tree> tree;  // of the last parse; null before the first and after a failed one
   std::u16string last_error;
-  std::u16string value_text;  // what qv_node_full_value_text returned last
+  LongText value_text;  // what qv_node_full_value_text returned last
 };
 
 // The host's handles are our records under names of their own.

@@ -121,6 +121,37 @@ Node& build_value_node(Tree& tree, const HTuple& tuple, Text label, PathSegment 
 
 }  // namespace
 
+// Most nodes of most trees: one question tells all about the tuple.
+Node* build_plain_value(Tree& tree, const HTuple& tuple, Text label, PathSegment segment) {
+  if (tuple.Length() != 1) return nullptr;
+  const HTuple types = tuple.TupleSemTypeElem();
+  const HalconCpp::HString type = types[0].S();
+  const std::string_view name = type.Text();
+  const bool is_string = name == "string", is_integer = name == "integer";
+  if (!is_string && !is_integer && name != "real") return nullptr;
+  Node& node = tree.make_node(NodeKind::Value, label, segment);
+  node.values = tree.make_values(1);
+  char number[longest_number];
+  char* end = number;
+  if (is_string) {
+    const Tree::QuotedText text = tree.quoted_text(tuple[0].S());
+    node.values[0] = NodeValue::of_string(text.plain);
+    node.value_summary = text.quoted;
+  } else if (is_integer) {
+    node.values[0] = NodeValue::of_integer(tuple[0].L());
+    end = write_integer(number, node.values[0].int_value());
+  } else {
+    node.values[0] = NodeValue::of_real(tuple[0].D());
+    end = write_general(number, node.values[0].real_value());
+  }
+  if (!is_string) node.value_summary = tree.ascii_text({number, static_cast<std::size_t>(end - number)});
+  node.type_label = is_string ? u"string" : is_integer ? u"integer" : u"real";
+  node.value_count = 1;
+  node.total_count = 1;
+  node.held_tuple = tuple;
+  return &node;
+}
+
 Begun begin_tuple_node(Tree& tree, const HTuple& tuple, Text label, PathSegment segment) {
   const Hlong count = tuple.Length();
   if (count > 0 && !is_uniform_plain(tuple)) {

@@ -1,6 +1,7 @@
 #include "content/value_text.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/text.h"
 
@@ -14,23 +15,66 @@ namespace {
 
 constexpr std::size_t shown_in_summary = 4;
 
-void append_quoted(std::u16string& text, const HString& string) {
-  const HalconText from(string);
-  const std::size_t start = text.size() + 1;
-  text.append(from.most_units() + 1, u'\'');
-  text.resize(start + from.copy_to(text.data() + start));
-  text += u'\'';
-}
+// The elements of a tuple one after the other, each as format_value shows it.
+class ElementTexts {
+ public:
+  ElementTexts(const HTuple& tuple, Hlong count) : tuple_(tuple), flags_(element_flags(tuple)), count_(count) {}
 
-// An element as format_value shows it, without making a NodeValue first.
-void append_element(std::u16string& text, const HTuple& tuple, Hlong index, const ElementFlags& flags) {
-  if (flags.is_string[index].L() != 0)
-    append_quoted(text, tuple[index].S());
-  else if (flags.is_integer[index].L() != 0)
-    append_integer(text, tuple[index].L());
-  else
-    append_general(text, tuple[index].D());
-}
+  void append(Hlong index) {
+    if (index == sample) reserve_for_all();
+    if (flags_.is_string[index].L() != 0) return append_quoted(tuple_[index].S());
+    make_room();
+    if (flags_.is_integer[index].L() != 0)
+      end_ = write_integer(end_, tuple_[index].L());
+    else
+      end_ = write_general(end_, tuple_[index].D());
+  }
+  // No more than fits where a number does.
+  void append(std::string_view ascii) {
+    make_room();
+    end_ = std::copy(ascii.begin(), ascii.end(), end_);
+  }
+  LongText finish() {
+    flush();
+    return std::move(text_);
+  }
+
+ private:
+  static constexpr Hlong sample = 1000;
+
+  void append_quoted(const HString& string) {
+    flush();
+    const HalconText from(string);
+    const std::size_t start = text_.size() + 1;
+    text_.append(from.most_units() + 1, u'\'');
+    text_.resize(start + from.copy_to(text_.data() + start));
+    text_ += u'\'';
+  }
+  // ASCII gathers in a block before it is widened.
+  void flush() {
+    const std::size_t start = text_.size();
+    text_.resize(start + static_cast<std::size_t>(end_ - block_));
+    std::copy(block_, end_, text_.begin() + static_cast<std::ptrdiff_t>(start));
+    end_ = block_;
+  }
+  void make_room() {
+    if (std::end(block_) - end_ < static_cast<std::ptrdiff_t>(longest_number)) flush();
+  }
+  // Growing a long text step by step copies it several times; the first elements tell how long it is likely to be.
+  void reserve_for_all() {
+    flush();
+    const auto per_element = text_.size() / static_cast<std::size_t>(sample) + 2;
+    const auto left = static_cast<std::size_t>(count_ - sample);
+    if (left < (text_.max_size() - text_.size()) / per_element) text_.reserve(text_.size() + left * per_element);
+  }
+
+  const HTuple& tuple_;
+  const ElementFlags flags_;
+  const Hlong count_;
+  LongText text_;
+  char block_[8192];
+  char* end_ = block_;
+};
 
 }  // namespace
 
@@ -95,23 +139,22 @@ Text tuple_type_label(Tree& tree, const HTuple& tuple, Hlong count) {
   return tree.text(text += u']');
 }
 
-std::u16string full_value_text(const Node* node) {
+LongText full_value_text(const Node* node) {
   if (!node || node->kind != NodeKind::Value) return {};
   const HTuple& tuple = node->held_tuple;
   const Hlong count = tuple.Length();
   if (count == 0) return u"[]";
-  const ElementFlags flags = element_flags(tuple);
-  std::u16string text;
+  ElementTexts texts(tuple, count);
   if (count == 1) {
-    append_element(text, tuple, 0, flags);
-    return text;
+    texts.append(Hlong{0});
+    return texts.finish();
   }
   for (Hlong i = 0; i < count; ++i) {
-    text += i == 0 ? u"[" : u", ";
-    append_element(text, tuple, i, flags);
+    texts.append(i == 0 ? "[" : ", ");
+    texts.append(i);
   }
-  text += u']';
-  return text;
+  texts.append("]");
+  return texts.finish();
 }
 
 }  // namespace quovel

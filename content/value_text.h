@@ -7,6 +7,7 @@
 #include <string>
 
 #include "HalconCpp.h"
+#include "platform/heap.h"
 #include "tree/node.h"
 
 namespace quovel {
@@ -33,8 +34,11 @@ Text summarize_values(Tree& tree, std::span<const NodeValue> values, std::uint32
 // The common semantic type with the element count, "tuple[n]" when the types differ; `count` is the tuple's length.
 Text tuple_type_label(Tree& tree, const HalconCpp::HTuple& tuple, HalconCpp::Hlong count);
 
+// A text that may have many millions of units.
+using LongText = std::basic_string<char16_t, std::char_traits<char16_t>, HeapAllocator<char16_t>>;
+
 // All elements of a value node's tuple; empty for null and for nodes of another kind.
-std::u16string full_value_text(const Node* node);
+LongText full_value_text(const Node* node);
 
 }  // namespace quovel
 

@@ -1,6 +1,10 @@
 #include "platform/text.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <cstring>
+#include <iterator>
 
 namespace quovel {
 
@@ -47,10 +51,21 @@ void append_utf8(std::string& text, char32_t c) {
   }
 }
 
-// A double in fixed style has up to 309 digits before the point.
-constexpr std::size_t longest_number = 400;
+void append_ascii(std::u16string& text, const char* first, const char* last) {
+  const std::size_t start = text.size();
+  text.resize(start + static_cast<std::size_t>(last - first));
+  std::copy(first, last, text.begin() + static_cast<std::ptrdiff_t>(start));
+}
 
-void append_ascii(std::u16string& text, const char* first, const char* last) { text.append(first, last); }
+// Sixteen bytes at a time while all of them are ASCII, in a form that compilers turn into vector instructions.
+void widen_ascii(const Byte*& at, const Byte* end, char16_t*& out) noexcept {
+  for (; end - at >= 16; at += 16, out += 16) {
+    std::uint64_t words[2];
+    std::memcpy(words, at, sizeof words);
+    if (((words[0] | words[1]) & 0x8080808080808080u) != 0) return;
+    for (int i = 0; i < 16; ++i) out[i] = at[i];
+  }
+}
 
 }  // namespace
 
@@ -59,8 +74,11 @@ std::size_t utf8_to_utf16(std::string_view text, char16_t* out) noexcept {
   const Byte* end = at + text.size();
   char16_t* const begin = out;
   while (at < end) {
+    widen_ascii(at, end, out);
+    if (at == end) break;
     if (*at < 0x80) {
-      *out++ = *at++;
+      do *out++ = *at++;
+      while (at < end && *at < 0x80 && end - at < 16);
       continue;
     }
     const char32_t c = next_character(at, end);
@@ -98,9 +116,60 @@ std::u16string from_halcon(const HalconCpp::HString& string) {
   return result;
 }
 
+char* write_integer(char* at, std::int64_t value) noexcept { return std::to_chars(at, at + longest_number, value).ptr; }
+
+namespace {
+
+// The six digits that %.6g shows, as a number from 100000 to 999999, and the power of ten of the first. Fails for
+// values that are written with an exponent, and for those so near to the middle between two results that the product
+// below, whose error is less than 1e-9, does not tell them apart.
+bool six_digits(double value, std::uint32_t& digits, int& power) noexcept {
+  static constexpr double powers[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+  if (!(value >= 1e-3 && value < 999999)) return false;
+  int above = 2;
+  while (value >= powers[above]) ++above;
+  power = above - 5;                                    // 10^power <= value < 10^(power + 1)
+  const double scaled = value * powers[4 + 5 - power];  // 10^0 and up are exact
+  const double whole = std::floor(scaled);
+  const double rest = scaled - whole;
+  if (std::fabs(rest - 0.5) < 1e-6) return false;
+  digits = static_cast<std::uint32_t>(whole) + (rest > 0.5 ? 1 : 0);
+  return digits >= 100000 && digits < 1000000;
+}
+
+// %.6g of most numbers, several times as fast as the library's exact conversion, which has to be ready for all of them.
+// Null when this number is not one of them.
+char* write_six_digits(char* at, double value) noexcept {
+  std::uint32_t digits;
+  int power;
+  if (!six_digits(std::fabs(value), digits, power)) return nullptr;
+  char shown[6];
+  for (int i = 5; i >= 0; --i, digits /= 10) shown[i] = static_cast<char>('0' + digits % 10);
+  int count = 6;
+  while (count > 1 && shown[count - 1] == '0') --count;
+  if (value < 0) *at++ = '-';
+  if (power < 0) {
+    *at++ = '0';
+    *at++ = '.';
+    for (int i = -1; i > power; --i) *at++ = '0';
+  }
+  for (int i = 0; i < std::max(count, power + 1); ++i) {
+    if (i > 0 && i == power + 1) *at++ = '.';
+    *at++ = shown[i];
+  }
+  return at;
+}
+
+}  // namespace
+
+char* write_general(char* at, double value, int digits) noexcept {
+  if (char* const end = digits == 6 ? write_six_digits(at, value) : nullptr) return end;
+  return std::to_chars(at, at + longest_number, value, std::chars_format::general, digits).ptr;
+}
+
 void append_integer(std::u16string& text, std::int64_t value) {
-  char digits[24];
-  append_ascii(text, digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+  char number[longest_number];
+  append_ascii(text, number, write_integer(number, value));
 }
 
 void append_count(std::u16string& text, std::int64_t count, std::u16string_view one, std::u16string_view many) {
@@ -110,15 +179,13 @@ void append_count(std::u16string& text, std::int64_t count, std::u16string_view 
 }
 
 void append_general(std::u16string& text, double value, int digits) {
-  char written[longest_number];
-  append_ascii(text, written,
-               std::to_chars(written, written + sizeof written, value, std::chars_format::general, digits).ptr);
+  char number[longest_number];
+  append_ascii(text, number, write_general(number, value, digits));
 }
 
 void append_fixed(std::u16string& text, double value, int decimals) {
-  char written[longest_number];
-  append_ascii(text, written,
-               std::to_chars(written, written + sizeof written, value, std::chars_format::fixed, decimals).ptr);
+  char number[longest_number];
+  append_ascii(text, number, std::to_chars(number, std::end(number), value, std::chars_format::fixed, decimals).ptr);
 }
 
 }  // namespace quovel

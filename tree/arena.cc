@@ -5,19 +5,24 @@
 namespace quovel {
 
 namespace {
-constexpr std::size_t largest_chunk = 1 << 20;
+constexpr std::size_t largest_chunk = std::size_t{1} << 22;
+}
+
+std::byte* Arena::new_chunk(std::size_t bytes) {
+  chunks_.emplace_back();
+  chunks_.back().reset(static_cast<std::byte*>(heap_allocate(bytes)));
+  if (!chunks_.back()) throw std::bad_alloc();
+  return chunks_.back().get();
 }
 
 void* Arena::allocate_from_new_chunk(std::size_t bytes) {
-  if (bytes > chunk_bytes_ / 4) {  // a chunk of its own; the current one stays in use
-    chunks_.push_back(std::make_unique_for_overwrite<std::byte[]>(bytes));
-    return chunks_.back().get();
-  }
-  chunk_bytes_ = std::min(chunk_bytes_ * 2, largest_chunk);
-  chunks_.push_back(std::make_unique_for_overwrite<std::byte[]>(chunk_bytes_));
-  next_ = chunks_.back().get() + bytes;
-  left_ = chunk_bytes_ - bytes;
-  return chunks_.back().get();
+  if (bytes > chunk_bytes_ / 2) return new_chunk(bytes);  // the current one stays in use
+  const std::size_t size = std::min(chunk_bytes_ * 2, largest_chunk);
+  std::byte* const chunk = new_chunk(size);
+  chunk_bytes_ = size;
+  next_ = chunk + bytes;
+  left_ = size - bytes;
+  return chunk;
 }
 
 }  // namespace quovel

@@ -9,6 +9,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "platform/heap.h"
+
 namespace quovel {
 
 // Hands out blocks from a few large ones; nothing is freed before the arena is. For values that need no destructor.
@@ -29,11 +31,22 @@ class Arena {
     left_ -= skip + bytes;
     return block;
   }
+  // Takes back the end of the block that was handed out last; `end` is that block's end.
+  void give_back(const void* from, const void* end) noexcept {
+    if (end != next_) return;  // it has a chunk of its own
+    left_ += static_cast<std::size_t>(next_ - static_cast<const std::byte*>(from));
+    next_ -= next_ - static_cast<const std::byte*>(from);
+  }
 
  private:
   void* allocate_from_new_chunk(std::size_t bytes);
 
-  std::vector<std::unique_ptr<std::byte[]>> chunks_;
+  struct Free {
+    void operator()(std::byte* chunk) const noexcept { heap_free(chunk); }
+  };
+  std::byte* new_chunk(std::size_t bytes);
+
+  std::vector<std::unique_ptr<std::byte, Free>> chunks_;
   std::byte* next_ = nullptr;
   std::size_t left_ = 0;
   std::size_t chunk_bytes_ = 2048;

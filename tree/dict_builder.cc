@@ -38,7 +38,8 @@ class OpenDict final : public OpenNode {
 
  private:
   Begun begin_entry(const HTuple& key) {
-    const HalconCpp::HString data_type = dict_.GetDictParam(data_type_query_, key)[0].S();
+    static const HTuple data_type_query("key_data_type");
+    const HalconCpp::HString data_type = dict_.GetDictParam(data_type_query, key)[0].S();
     const std::string_view name = data_type.Text();
     if (name == "object") return {&build_object_node(tree_, dict_.GetDictObject(key), label_, by_key), nullptr};
     if (name == "tuple") return begin_tuple(dict_.GetDictTuple(key));
@@ -46,6 +47,7 @@ class OpenDict final : public OpenNode {
   }
 
   Begun begin_tuple(const HTuple& tuple) {
+    if (Node* node = build_plain_value(tree_, tuple, label_, by_key)) return {node, nullptr};
     if (is_single_handle(tuple)) {
       try {
         return begin_dict_node(tree_, HDict(tuple[0].H()), label_, by_key);
@@ -58,7 +60,6 @@ class OpenDict final : public OpenNode {
 
   Tree& tree_;
   const HDict dict_;
-  const HTuple data_type_query_{"key_data_type"};
   const HTuple keys_;
   const Hlong count_;
   Hlong next_ = 0;
@@ -68,7 +69,8 @@ class OpenDict final : public OpenNode {
 }  // namespace
 
 Begun begin_dict_node(Tree& tree, const HDict& dict, Text label, PathSegment segment) {
-  HTuple keys = dict.GetDictParam("keys", HTuple());
+  static const HTuple keys_query("keys");
+  HTuple keys = dict.GetDictParam(keys_query, HTuple());
   Node& node = tree.make_node(NodeKind::Dict, label, segment);
   node.type_label = u"dict";
   node.value_summary = tree.count_text(keys.Length(), u"key", u"keys");

@@ -4,7 +4,7 @@
 namespace quovel {
 
 Text key_text(Tree& tree, const HalconCpp::HTuple& key) try {
-  if (key.TupleIsStringElem()[0].L() != 0) return tree.text(key[0].S());
+  if (key.TupleIsStringElem()[0].L() != 0) return tree.shared_text(key[0].S());
   std::u16string& text = tree.scratch();
   if (key.TupleIsIntElem()[0].L() != 0)
     append_integer(text, key[0].L());

@@ -18,7 +18,15 @@ struct Tree::Slab {
 
 namespace {
 constexpr std::uint32_t first_slab = 8;
-constexpr std::uint32_t largest_slab = 8192;
+constexpr std::uint32_t largest_slab = 1024;
+
+// The length and what stands at both ends: keys that differ elsewhere only take each other's place, no more.
+std::size_t hash_of(std::u16string_view text) noexcept {
+  std::size_t hash = text.size();
+  const std::size_t seen = std::min<std::size_t>(text.size(), 4);
+  for (std::size_t i = 0; i < seen; ++i) hash = (hash * 31 + text[i]) * 31 + text[text.size() - 1 - i];
+  return hash ^ hash >> 8;
+}
 }  // namespace
 
 Tree::~Tree() {
@@ -90,12 +98,50 @@ Text Tree::count_text(std::int64_t count, std::u16string_view one, std::u16strin
   return text(scratch_);
 }
 
-Text Tree::text(const HalconCpp::HString& string) {
+std::span<char16_t> Tree::write_text(const HalconCpp::HString& string, std::size_t more) {
   const HalconText from(string);
-  if (from.most_units() == 0) return empty_text;
-  char16_t* copy = arena_.allocate<char16_t>(from.most_units() + 1);
-  copy[from.copy_to(copy)] = u'\0';
+  char16_t* const block = arena_.allocate<char16_t>(from.most_units() + more);
+  const std::size_t units = from.copy_to(block);
+  arena_.give_back(block + units + more, block + from.most_units() + more);
+  return {block, units};
+}
+
+Text Tree::text(const HalconCpp::HString& string) {
+  const std::span<char16_t> copy = write_text(string, 1);
+  copy.data()[copy.size()] = u'\0';
+  return copy.data();
+}
+
+Text Tree::shared_text(const HalconCpp::HString& string) {
+  const std::span<char16_t> copy = write_text(string, 1);
+  if (copy.empty()) return empty_text;
+  copy.data()[copy.size()] = u'\0';
+  const std::u16string_view written(copy.data(), copy.size());
+  std::u16string_view& known = shared_texts_[hash_of(written) % shared_texts_.size()];
+  if (written == known) {
+    arena_.give_back(copy.data(), copy.data() + copy.size() + 1);
+  } else {
+    known = written;
+  }
+  return known.data();
+}
+
+Text Tree::ascii_text(std::string_view text) {
+  char16_t* copy = arena_.allocate<char16_t>(text.size() + 1);
+  *std::copy(text.begin(), text.end(), copy) = u'\0';
   return copy;
+}
+
+Tree::QuotedText Tree::quoted_text(const HalconCpp::HString& string) {
+  const std::span<char16_t> plain = write_text(string, 1);
+  if (plain.empty()) return {empty_text, u"''"};
+  plain.data()[plain.size()] = u'\0';
+  char16_t* const quoted = arena_.allocate<char16_t>(plain.size() + 3);
+  quoted[0] = u'\'';
+  char16_t* const end = std::copy(plain.begin(), plain.end(), quoted + 1);
+  end[0] = u'\'';
+  end[1] = u'\0';
+  return {plain.data(), quoted};
 }
 
 }  // namespace quovel

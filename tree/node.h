@@ -2,6 +2,7 @@
 #ifndef QUOVEL_TREE_NODE_H
 #define QUOVEL_TREE_NODE_H
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -114,6 +115,14 @@ class Tree {
   // As append_count writes it.
   Text count_text(std::int64_t count, std::u16string_view one, std::u16string_view many);
   Text text(const HalconCpp::HString& string);
+  // The same for texts that many nodes are likely to share, as keys do: most of the time they share it.
+  Text shared_text(const HalconCpp::HString& string);
+  Text ascii_text(std::string_view text);
+  // A text, and the same between single quotes.
+  struct QuotedText {
+    Text plain, quoted;
+  };
+  QuotedText quoted_text(const HalconCpp::HString& string);
   // A cleared string to put a text together in, one at a time.
   std::u16string& scratch() noexcept {
     scratch_.clear();
@@ -125,8 +134,13 @@ class Tree {
  private:
   struct Slab;
 
+  // Writes the text without a NUL into a block of its own, with room for `more` units behind it.
+  std::span<char16_t> write_text(const HalconCpp::HString& string, std::size_t more);
+
   Arena arena_;
   Slab* slabs_ = nullptr;  // newest first
+  // The shared texts that came last, by hash.
+  std::array<std::u16string_view, 256> shared_texts_;
   std::u16string scratch_;
 };
 

@@ -11,6 +11,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "core/blocks.h"
+
 namespace HalconCpp::detail {
 
 template <class T>
@@ -40,13 +42,13 @@ class Buffer {
   T* end() noexcept { return data() + size_; }
   const T* begin() const noexcept { return data(); }
   const T* end() const noexcept { return data() + size_; }
-  T& operator[](std::size_t i) noexcept { return values_[i]; }
-  const T& operator[](std::size_t i) const noexcept { return values_[i]; }
+  T& operator[](std::size_t i) noexcept { return data()[i]; }
+  const T& operator[](std::size_t i) const noexcept { return data()[i]; }
   operator std::span<const T>() const noexcept { return {data(), size_}; }
 
   void push_back(T value) {
     if (size_ == capacity_) grow(size_ + 1);
-    values_[size_++] = value;
+    data()[size_++] = value;
   }
   void append(const T* values, std::size_t count) {
     if (count > capacity_ - size_) grow(size_ + count);
@@ -58,9 +60,11 @@ class Buffer {
   }
 
  private:
-  static std::unique_ptr<T[]> make(std::size_t size) {
+  using Block = std::unique_ptr<T, FreeBlock>;
+
+  static Block make(std::size_t size) {
     if (size > PTRDIFF_MAX / sizeof(T)) throw std::bad_alloc();
-    return size ? std::make_unique_for_overwrite<T[]>(size) : nullptr;
+    return Block(size ? static_cast<T*>(allocate_block(size * sizeof(T))) : nullptr);
   }
   void grow(std::size_t least) { move_to(least > capacity_ * 2 ? least : capacity_ * 2); }
   void move_to(std::size_t capacity) {
@@ -70,7 +74,7 @@ class Buffer {
     capacity_ = capacity;
   }
 
-  std::unique_ptr<T[]> values_;
+  Block values_;
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
 };

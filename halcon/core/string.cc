@@ -28,12 +28,22 @@ const StringData* new_string(std::string_view narrow) {
   return is_utf8(narrow) ? new_valid_string(narrow) : new_valid_string(latin1_to_utf8(narrow));
 }
 
+const StringData* new_lasting_string(std::string_view utf8) {
+  const StringData* data = new_valid_string(utf8);
+  data->references.store(StringData::lasting, std::memory_order_relaxed);
+  return data;
+}
+
+static bool is_lasting(const StringData& data) noexcept {
+  return (data.references.load(std::memory_order_relaxed) & StringData::lasting) != 0;
+}
+
 void retain(const StringData* data) noexcept {
-  if (data) data->references.fetch_add(1, std::memory_order_relaxed);
+  if (data && !is_lasting(*data)) data->references.fetch_add(1, std::memory_order_relaxed);
 }
 
 void release(const StringData* data) noexcept {
-  if (!data || data->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  if (!data || is_lasting(*data) || data->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   delete[] data->wide.load(std::memory_order_relaxed);
   data->~StringData();
   ::operator delete(const_cast<StringData*>(data));

@@ -10,8 +10,12 @@
 
 namespace HalconCpp::detail {
 
-// The characters follow the record in the same allocation, UTF-8 and NUL-terminated.
+// The characters follow the record in the same allocation, UTF-8 and NUL-terminated. A text whose `references` have the
+// bit `lasting` is never destroyed and not counted: counting costs more than all else that is done with names that
+// stand for a million values.
 struct StringData {
+  static constexpr std::uint32_t lasting = std::uint32_t{1} << 31;
+
   mutable std::atomic<std::uint32_t> references{1};
   std::uint32_t length;
   mutable std::atomic<const wchar_t*> wide{nullptr};  // made on first use
@@ -28,6 +32,8 @@ inline std::string_view text_of(const StringData* data) noexcept {
 // caller of `new_valid_string` has checked it. A text ends at its first NUL. 4 GiB and more is std::bad_alloc.
 const StringData* new_string(std::string_view narrow);
 const StringData* new_valid_string(std::string_view utf8);
+// A valid text, not empty, for the rest of the process.
+const StringData* new_lasting_string(std::string_view utf8);
 
 }  // namespace HalconCpp::detail
 

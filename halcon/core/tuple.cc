@@ -416,6 +416,10 @@ double HTupleElement::rare_real() const {
 
 HString HTupleElement::S() const {
   detail::pass_gate("HTupleElement::S");
+  if (tuple_->kind_ == TupleKind::String && index_ == 0) {
+    detail::retain(tuple_->data_.string);
+    return Access::adopt(tuple_->data_.string);
+  }
   if (index_ >= 0 && index_ < tuple_->Length()) {
     const HTuple value = Access::element(*tuple_, index_);
     if (value.kind_ == TupleKind::String) {
@@ -442,37 +446,51 @@ HHandle HTupleElement::H() const {
 
 namespace {
 
-template <class Answer>
-HTuple per_element(const HTuple& tuple, Answer answer) {
+HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
+  const Hlong count = tuple.Length();
+  if (count == 0) return {};
+  const TupleKind kind = detail::common_kind(tuple);
+  if (kind != TupleKind::Array) return Access::repeat(kind == wanted ? 1 : 0, count);
+  detail::Buffer<Hlong> flags(static_cast<std::size_t>(count));
+  for (Hlong i = 0; i < count; ++i) flags[static_cast<std::size_t>(i)] = Access::element_kind(tuple, i) == wanted;
+  return Access::integers(std::move(flags));
+}
+
+// The names that make up nearly all answers are made once.
+HTuple type_tuple(const HTuple& tuple, Hlong index) {
+  static const HTuple integer = Access::lasting_text("integer");
+  static const HTuple real = Access::lasting_text("real");
+  static const HTuple string = Access::lasting_text("string");
+  static const HTuple dict = Access::lasting_text("dict");
+  switch (Access::element_kind(tuple, index)) {
+    case TupleKind::Integer:
+      return integer;
+    case TupleKind::Real:
+      return real;
+    case TupleKind::String:
+      return string;
+    default:
+      break;
+  }
+  const std::string_view name = detail::type_name(Access::element(tuple, index));
+  return Access::text(dict) == name ? dict : Access::text_tuple(name);
+}
+
+HTuple type_tuples(const HTuple& tuple) {
+  const Hlong count = tuple.Length();
   const TupleKind kind = detail::common_kind(tuple);
   if (kind == TupleKind::Empty) return {};
-  if (kind != TupleKind::Array && kind != TupleKind::Handle)
-    return Access::repeat(answer(Access::element(tuple, 0)), tuple.Length());
-  std::vector<HTuple> answers;
-  answers.reserve(static_cast<std::size_t>(tuple.Length()));
-  for (Hlong i = 0; i < tuple.Length(); ++i) answers.push_back(answer(Access::element(tuple, i)));
-  return Access::elements(std::move(answers));
-}
-
-HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
-  return per_element(tuple, [&](const HTuple& element) { return HTuple(Access::kind(element) == wanted ? 1 : 0); });
-}
-
-// The four names that make up nearly all answers are made once.
-HTuple type_tuple(const HTuple& element) {
-  static const HTuple integer = Access::text_tuple("integer");
-  static const HTuple real = Access::text_tuple("real");
-  static const HTuple string = Access::text_tuple("string");
-  static const HTuple dict = Access::text_tuple("dict");
-  const std::string_view name = detail::type_name(element);
-  for (const HTuple* known : {&integer, &real, &string, &dict})
-    if (Access::text(*known) == name) return *known;
-  return Access::text_tuple(name);
+  if (count == 1 || (kind != TupleKind::Array && kind != TupleKind::Handle))
+    return Access::repeat(type_tuple(tuple, 0), count);
+  std::vector<HTuple> types;
+  types.reserve(static_cast<std::size_t>(count));
+  for (Hlong i = 0; i < count; ++i) types.push_back(type_tuple(tuple, i));
+  return Access::elements(std::move(types));
 }
 
 HTuple common_type(const HTuple& tuple) {
   if (tuple.Length() == 0) return Access::text_tuple("any");
-  HTuple first = type_tuple(Access::element(tuple, 0));
+  HTuple first = type_tuple(tuple, 0);
   if (detail::common_kind(tuple) != TupleKind::Array && detail::common_kind(tuple) != TupleKind::Handle) return first;
   for (Hlong i = 1; i < tuple.Length(); ++i)
     if (detail::type_name(Access::element(tuple, i)) != Access::text(first)) return Access::text_tuple("mixed");
@@ -494,7 +512,7 @@ HTuple HTuple::TupleSemType() const {
   return detail::operate("TupleSemType", [&] { return common_type(*this); });
 }
 HTuple HTuple::TupleSemTypeElem() const {
-  return detail::operate("TupleSemTypeElem", [&] { return per_element(*this, type_tuple); });
+  return detail::operate("TupleSemTypeElem", [&] { return type_tuples(*this); });
 }
 
 void TupleIsHandleElem(const HTuple& t, HTuple* flags) { *flags = t.TupleIsHandleElem(); }

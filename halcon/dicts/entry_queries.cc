@@ -51,8 +51,8 @@ std::string key_name(const HTuple& key) {
 }
 
 HTuple entry_param(const EntryTable& table, const HTuple& gen_name, const HTuple& key) {
-  static const HTuple object_type = Access::text_tuple("object");
-  static const HTuple tuple_type = Access::text_tuple("tuple");
+  static const HTuple object_type = Access::lasting_text("object");
+  static const HTuple tuple_type = Access::lasting_text("tuple");
   const std::string_view name = text_argument(gen_name, "the name of the query");
   if (name == "key_data_type") return entry_of(table, key).holds_object() ? object_type : tuple_type;
   if (name != "keys") refuse("unknown query " + quoted(name) + "; accepted are 'keys' and 'key_data_type'");
