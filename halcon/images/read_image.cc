@@ -1,15 +1,12 @@
-<<<<<<< HEAD
-#include <map>
-=======
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <exception>
 #include <mutex>
->>>>>>> h-bench
 #include <string>
 #include <system_error>
 #include <thread>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -45,32 +42,22 @@ ImageRef read_image(std::string_view path) {
   refuse_unknown(path, file);
 }
 
-<<<<<<< HEAD
-// The images of one call. A name that comes again gives the same image, so that a short list cannot fill the memory.
-class Images {
- public:
-  const ImageRef& read(std::string_view path) {
-    const auto [place, is_new] = known_.try_emplace(std::string(path));
-    if (!is_new) return place->second;
-    place->second = read_image(path);
-    bytes_ += place->second->pixels() * pixel_size(place->second->type) * place->second->channels.size();
-    if (bytes_ > limits::image_bytes)
-      refuse("with the images before it takes " + std::to_string(bytes_) + " bytes; at most " +
-             std::to_string(limits::image_bytes) + " are read at once");
-    return place->second;
-  }
-
- private:
-  std::map<std::string, ImageRef> known_;
-  std::uint64_t bytes_ = 0;
-=======
 // The files of one call in several threads, all of which have ended when it returns. Each takes the next file that
 // nobody has; after a failure no new one is begun. So all files before a failed one have been read, and the failure
-// that leaves is the one that reading in order meets.
+// that leaves is the one that reading in order meets. A name that comes again gives the same image, so that a short
+// list cannot fill the memory.
 class ImageFiles {
  public:
-  explicit ImageFiles(const HTuple& files)
-      : files_(files), count_(static_cast<std::size_t>(files.Length())), images_(count_) {}
+  explicit ImageFiles(const HTuple& files) {
+    std::unordered_map<std::string, std::size_t> known;
+    for (Hlong i = 0; i < files.Length(); ++i) {
+      const auto [place, is_new] =
+          known.try_emplace(std::string(text_argument(Access::element(files, i), "a file name")), names_.size());
+      if (is_new) names_.push_back(place->first);
+      order_.push_back(place->second);
+    }
+    images_.resize(names_.size());
+  }
 
   std::vector<ObjectRef> read() {
     std::vector<std::thread> helpers;
@@ -78,7 +65,10 @@ class ImageFiles {
     work();
     for (std::thread& helper : helpers) helper.join();
     if (failure_) std::rethrow_exception(failure_);
-    return std::move(images_);
+    std::vector<ObjectRef> all;
+    all.reserve(order_.size());
+    for (const std::size_t at : order_) all.push_back(images_[at]);
+    return all;
   }
 
  private:
@@ -86,7 +76,7 @@ class ImageFiles {
   void start(std::vector<std::thread>& helpers) {
     constexpr std::size_t files_per_thread = 4, most_threads = 16;
     const std::size_t wanted =
-        std::min({std::size_t{std::thread::hardware_concurrency()}, count_ / files_per_thread, most_threads});
+        std::min({std::size_t{std::thread::hardware_concurrency()}, names_.size() / files_per_thread, most_threads});
     helpers.reserve(wanted);
     try {
       while (helpers.size() + 1 < wanted)
@@ -102,15 +92,20 @@ class ImageFiles {
   void work() noexcept {
     while (!failed_) {
       const std::size_t at = next_++;
-      if (at >= count_) return;
+      if (at >= names_.size()) return;
       try {
-        const HTuple name = Access::element(files_, static_cast<Hlong>(at));
-        const std::string_view path = text_argument(name, "a file name");
-        images_[at] = in_file(path, [&] { return read_image(path); });
+        in_file(names_[at], [&] { keep(at, read_image(names_[at])); });
       } catch (...) {
         keep_first(at, std::current_exception());
       }
     }
+  }
+
+  void keep(std::size_t at, const ImageRef& image) {
+    const std::uint64_t size = image->pixels() * pixel_size(image->type) * image->channels.size();
+    if ((bytes_ += size) > limits::image_bytes)
+      refuse("the images of one call take more than " + std::to_string(limits::image_bytes) + " bytes");
+    images_[at] = image;
   }
 
   void keep_first(std::size_t at, std::exception_ptr failure) noexcept {
@@ -122,15 +117,15 @@ class ImageFiles {
     failed_ = true;
   }
 
-  const HTuple& files_;
-  const std::size_t count_;
-  std::vector<ObjectRef> images_;
+  std::vector<std::string> names_;  // each once
+  std::vector<std::size_t> order_;  // which of them each element of the call is
+  std::vector<ObjectRef> images_;   // of the names
+  std::atomic<std::uint64_t> bytes_{0};
   std::atomic<std::size_t> next_{0};
   std::atomic<bool> failed_{false};
   std::mutex mutex_;
   std::size_t failed_at_ = SIZE_MAX;
   std::exception_ptr failure_;
->>>>>>> h-bench
 };
 
 }  // namespace
@@ -138,18 +133,7 @@ class ImageFiles {
 void ReadImage(HObject* image, const HTuple& file) {
   operate("ReadImage", [&] {
     if (file.Length() == 0) refuse("there is no file name");
-<<<<<<< HEAD
-    Images known;
-    std::vector<ObjectRef> images;
-    for (Hlong i = 0; i < file.Length(); ++i) {
-      const HTuple name = Access::element(file, i);
-      const std::string_view path = text_argument(name, "a file name");
-      images.push_back(in_file(path, [&] { return known.read(path); }));
-    }
-    *image = make_object(std::move(images));
-=======
     *image = make_object(ImageFiles(file).read());
->>>>>>> h-bench
   });
 }
 
