@@ -25,8 +25,9 @@
  * memory does. Buffer outputs are null after a failure, all other outputs are as they were. No C++ exception leaves the
  * library.
  *
- * Threads. The library makes no threads. A Reader is used by one thread at a time; different Readers may be used at
- * once. A finished tree may be read by several threads while nobody parses on or destroys its Reader.
+ * Threads. The library makes no threads of its own; HALCON may use some within a call. A Reader is used by one thread
+ * at a time; different Readers may be used at once. A finished tree may be read by several threads while nobody parses
+ * on or destroys its Reader.
  *
  * Units. Indices count from 0. Coordinates are in pixels, row before column; (0, 0) is the middle of the upper left
  * pixel.

@@ -1,4 +1,7 @@
 // JSON files to finished trees, against nlohmann::json.
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -24,18 +27,28 @@ DocumentRef make_document(std::string text, const char* name = "document.json") 
   return document;
 }
 
+// Joins the small blocks that the other side gave back, so that neither has to do it in its own time.
+void tidy_heap() {
+  void* block = std::malloc(1 << 16);
+  benchmark::DoNotOptimize(block);
+  std::free(block);
+}
+
 // What was made is destroyed outside of the time.
 double time_of_ours(const Document& document) {
+  tidy_heap();
   const Reader reader = new_reader();
   return seconds([&] { open_dict(reader.get(), document.path); });
 }
 
 double time_of_nlohmann(const Document& document) {
+  tidy_heap();
   nlohmann::json made;
   return seconds([&] { made = nlohmann::json::parse(document.text); });
 }
 
 double time_of_layer(const Document& document) {
+  tidy_heap();
   HalconCpp::HDict dict;
   return seconds([&] { dict.ReadDict(document.path.c_str(), HalconCpp::HTuple(), HalconCpp::HTuple()); });
 }

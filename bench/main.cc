@@ -157,6 +157,10 @@ int main(int count, char** arguments) {
   char** const json = bench::take_option("--json", 1, count, arguments);
   const std::string real_file = json ? json[1] : "";
   bench::by_processor = bench::take_option("--processor-time", 0, count, arguments) != nullptr;
+  if (char** const option = bench::take_option("--memory-of", 1, count, arguments)) {
+    bench::tell_memory_of_opening(option[1]);
+    return 0;
+  }
   benchmark::Initialize(&count, arguments);
   if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
   const bench::Folder folder;

@@ -51,6 +51,9 @@ double wall_seconds(Body&& body) {
 // Rows by subject, in the order of the table.
 void add_json_rows(const std::string& real_file);
 void add_memory_rows();
+// The other side of them, in a process of its own: prints the bytes that opening the dictionary file adds to this
+// process, when it is done and at most.
+void tell_memory_of_opening(const std::string& path);
 void add_number_rows();
 void add_image_rows();
 void add_geometry_rows();

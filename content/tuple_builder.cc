@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "content/value_text.h"
@@ -103,18 +104,22 @@ Node* build_whole_handle(Tree& tree, const HTuple& tuple, Text label, PathSegmen
   return nullptr;
 }
 
-Node& build_value_node(Tree& tree, const HTuple& tuple, Text label, PathSegment segment) {
+// `type` is what all elements are, nothing when it is unknown.
+Node& build_value_node(Tree& tree, const HTuple& tuple, std::optional<ValueType> type, Text label,
+                       PathSegment segment) {
   const Hlong count = tuple.Length();
-  const ElementFlags flags = count > 0 ? element_flags(tuple) : ElementFlags();
+  const ElementFlags flags = count > 0 && !type ? element_flags(tuple) : ElementFlags();
   const Hlong kept = std::min(count, most_values);
   Node& node = tree.make_node(NodeKind::Value, label, segment);
   node.total_count = static_cast<std::uint32_t>(count);
   node.values = tree.make_values(static_cast<std::size_t>(kept));
-  for (Hlong i = 0; i < kept; ++i) node.values[i] = make_tuple_value(tree, tuple, i, flags);
+  for (Hlong i = 0; i < kept; ++i)
+    node.values[i] = type ? make_tuple_value(tree, tuple, i, *type) : make_tuple_value(tree, tuple, i, flags);
   node.value_count = static_cast<std::uint32_t>(kept);
   node.truncated = count > most_values;
   node.held_tuple = tuple;
-  node.type_label = tuple_type_label(tree, tuple, count);
+  node.type_label =
+      type ? counted_type_label(tree, plain_type_name(*type), count) : tuple_type_label(tree, tuple, count);
   node.value_summary = summarize_values(tree, {node.values, node.value_count}, node.total_count);
   return node;
 }
@@ -154,14 +159,15 @@ Node* build_plain_value(Tree& tree, const HTuple& tuple, Text label, PathSegment
 
 Begun begin_tuple_node(Tree& tree, const HTuple& tuple, Text label, PathSegment segment) {
   const Hlong count = tuple.Length();
-  if (count > 0 && !is_uniform_plain(tuple)) {
+  const std::optional<ValueType> type = common_plain_type(tuple);
+  if (count > 0 && !type) {
     const HTuple handle_flags = tuple.TupleIsHandleElem();
     if (holds_handle(handle_flags, count)) {
       if (Node* whole = build_whole_handle(tree, tuple, label, segment)) return {whole, nullptr};
       return begin_array(tree, tuple, handle_flags, label, segment);
     }
   }
-  return {&build_value_node(tree, tuple, label, segment), nullptr};
+  return {&build_value_node(tree, tuple, type, label, segment), nullptr};
 }
 
 Node& build_tuple_node(Tree& tree, const HTuple& tuple, Text label, PathSegment segment) {

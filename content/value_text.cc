@@ -80,11 +80,25 @@ class ElementTexts {
 
 ElementFlags element_flags(const HTuple& tuple) { return {tuple.TupleIsStringElem(), tuple.TupleIsIntElem()}; }
 
-bool is_uniform_plain(const HTuple& tuple) {
-  if (tuple.Length() < 2) return false;
-  const HString type = tuple.TupleSemType()[0].S();
+std::optional<ValueType> common_plain_type(const HTuple& tuple) {
+  if (tuple.Length() < 2) return std::nullopt;
+  const HTuple types = tuple.TupleSemType();
+  const HString type = types[0].S();
   const std::string_view name = type.Text();
-  return name == "integer" || name == "real" || name == "string";
+  if (name == "integer") return ValueType::Integer;
+  if (name == "real") return ValueType::Real;
+  if (name == "string") return ValueType::String;
+  return std::nullopt;
+}
+
+std::u16string_view plain_type_name(ValueType type) noexcept {
+  return type == ValueType::String ? u"string" : type == ValueType::Integer ? u"integer" : u"real";
+}
+
+NodeValue make_tuple_value(Tree& tree, const HTuple& tuple, Hlong index, ValueType type) {
+  if (type == ValueType::String) return NodeValue::of_string(tree.text(tuple[index].S()));
+  if (type == ValueType::Integer) return NodeValue::of_integer(tuple[index].L());
+  return NodeValue::of_real(tuple[index].D());
 }
 
 NodeValue make_tuple_value(Tree& tree, const HTuple& tuple, Hlong index, const ElementFlags& flags) {
@@ -130,13 +144,16 @@ Text tuple_type_label(Tree& tree, const HTuple& tuple, Hlong count) {
   const std::string_view name = first.Text();
   if (count == 1) return tree.text(first);
   bool equal = true;
-  if (!is_uniform_plain(tuple))
-    for (Hlong i = 1; equal && i < count; ++i) equal = types[i].S().Text() == name;
+  for (Hlong i = 1; equal && i < count; ++i) equal = types[i].S().Text() == name;
+  return counted_type_label(tree, equal ? from_halcon(first) : u"tuple", count);
+}
+
+Text counted_type_label(Tree& tree, std::u16string_view type, Hlong count) {
   std::u16string& text = tree.scratch();
-  text += equal ? from_halcon(first) : u"tuple";
+  text += type;
   text += u'[';
   append_integer(text, count);
-  return tree.text(text += u']');
+  return tree.shared_text(text += u']');
 }
 
 LongText full_value_text(const Node* node) {

@@ -3,8 +3,10 @@
 #define QUOVEL_CONTENT_VALUE_TEXT_H
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "HalconCpp.h"
 #include "platform/heap.h"
@@ -18,12 +20,16 @@ struct ElementFlags {
 };
 ElementFlags element_flags(const HalconCpp::HTuple& tuple);
 
-// Whether HALCON tells of a tuple of several elements that all are integers, all reals or all strings: one question
-// that spares one per element. No means unknown.
-bool is_uniform_plain(const HalconCpp::HTuple& tuple);
+// What HALCON tells of a tuple of several elements that all are integers, all reals or all strings: one question that
+// spares several per element. Nothing means unknown.
+std::optional<ValueType> common_plain_type(const HalconCpp::HTuple& tuple);
 
 NodeValue make_tuple_value(Tree& tree, const HalconCpp::HTuple& tuple, HalconCpp::Hlong index,
                            const ElementFlags& flags);
+// The element is of that type.
+NodeValue make_tuple_value(Tree& tree, const HalconCpp::HTuple& tuple, HalconCpp::Hlong index, ValueType type);
+// "integer", "real", "string".
+std::u16string_view plain_type_name(ValueType type) noexcept;
 
 // Appends a string between single quotes, an integer in decimal, a real with six significant digits.
 void format_value(std::u16string& text, const NodeValue& value);
@@ -33,6 +39,7 @@ Text summarize_values(Tree& tree, std::span<const NodeValue> values, std::uint32
 
 // The common semantic type with the element count, "tuple[n]" when the types differ; `count` is the tuple's length.
 Text tuple_type_label(Tree& tree, const HalconCpp::HTuple& tuple, HalconCpp::Hlong count);
+Text counted_type_label(Tree& tree, std::u16string_view type, HalconCpp::Hlong count);
 
 // A text that may have many millions of units.
 using LongText = std::basic_string<char16_t, std::char_traits<char16_t>, HeapAllocator<char16_t>>;

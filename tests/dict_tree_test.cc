@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <random>
 #include <thread>
 
 #include "HalconHook.h"
@@ -109,6 +111,30 @@ TEST_F(DictTree, LongTuplesKeepAThousandValues) {
   EXPECT_EQ(qv_node_value_count(node), 1000);
   EXPECT_EQ(qv_node_total_count(node), 1001u);
   EXPECT_EQ(reader.full(node).substr(reader.full(node).size() - 6), " 1000]");
+}
+
+TEST_F(DictTree, RealsShowTheirSixDigitsExactly) {
+  HTuple reals;
+  std::string expected;
+  std::mt19937_64 random(1);
+  const auto add = [&](double value) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%s%.6g", expected.empty() ? "[" : ", ", value);
+    expected += text;
+    reals.Append(value);
+  };
+  for (const double value : {0.0, -0.0, 1e-3, 9.99999e-4, 999998.5, 999999.0, 999999.5, 1e6, 99999.95, 0.5, 1e300})
+    add(value);
+  for (int i = 0; i < 20000; ++i) {
+    const double scale = std::pow(10.0, static_cast<int>(random() % 12) - 9);
+    const double middle = (static_cast<double>(100000 + random() % 900000) + 0.5) * scale;  // between two results
+    add(std::nextafter(middle, i % 2 ? 0.0 : 1e9));
+    add(middle);
+    add(-static_cast<double>(random() >> 11) * 0x1p-33 * scale);
+  }
+  HTuple dict = new_dict();
+  SetDictTuple(dict, "reals", reals);
+  EXPECT_EQ(reader.full(qv_node_child_at(open(dict), 0)), expected + "]");
 }
 
 TEST_F(DictTree, KeysKeepTheirOrderAndText) {

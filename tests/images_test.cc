@@ -204,6 +204,29 @@ TEST(Images, BadFilesAreRefusedWithTheReason) {
   }
 }
 
+TEST(Images, ManyFilesKeepTheirOrderAndFailInIt) {
+  const test::TempDir folder;
+  HTuple files;
+  for (int i = 1; i <= 60; ++i) {
+    const std::string path = folder / (std::to_string(i) + ".pgm");
+    test::write(path, "P5 " + std::to_string(i) + " 1 255\n" + std::string(static_cast<std::size_t>(i), 'x'));
+    files.Append(path.c_str());
+  }
+  HObject images, one;
+  HalconCpp::ReadImage(&images, files);
+  for (int i = 1; i <= 60; ++i) {
+    HalconCpp::SelectObj(images, &one, i);
+    EXPECT_EQ(HalconCpp::HImage(one).Width()[0].L(), i);
+  }
+  for (const char* name : {"58.pgm", "23.pgm", "24.pgm"}) test::write(folder / name, "P5 9 9 255\n");
+  try {
+    HalconCpp::ReadImage(&images, files);
+    ADD_FAILURE() << "a cut file was read";
+  } catch (const HalconCpp::HException& failure) {
+    EXPECT_NE(std::string(failure.ErrorMessage().Text()).find("23.pgm"), std::string::npos);
+  }
+}
+
 TEST(Images, WrittenImagesReadBackTheSame) {
   const struct {
     const char *format, *type;

@@ -95,7 +95,7 @@ Text Tree::text(std::u16string_view text) {
 
 Text Tree::count_text(std::int64_t count, std::u16string_view one, std::u16string_view many) {
   append_count(scratch(), count, one, many);
-  return text(scratch_);
+  return shared_text(scratch_);
 }
 
 std::span<char16_t> Tree::write_text(const HalconCpp::HString& string, std::size_t more) {
@@ -123,6 +123,13 @@ Text Tree::shared_text(const HalconCpp::HString& string) {
   } else {
     known = written;
   }
+  return known.data();
+}
+
+Text Tree::shared_text(std::u16string_view text_to_share) {
+  if (text_to_share.empty()) return empty_text;
+  std::u16string_view& known = shared_texts_[hash_of(text_to_share) % shared_texts_.size()];
+  if (text_to_share != known) known = {text(text_to_share), text_to_share.size()};
   return known.data();
 }
 

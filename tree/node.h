@@ -117,6 +117,7 @@ class Tree {
   Text text(const HalconCpp::HString& string);
   // The same for texts that many nodes are likely to share, as keys do: most of the time they share it.
   Text shared_text(const HalconCpp::HString& string);
+  Text shared_text(std::u16string_view text);
   Text ascii_text(std::string_view text);
   // A text, and the same between single quotes.
   struct QuotedText {

@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cstring>
 #include <iterator>
+#include <new>
 
 #include "core/access.h"
 #include "core/failure.h"
@@ -36,6 +38,25 @@ struct CountedArray final : ArrayData {
     length = static_cast<Hlong>(values.size());
   }
   Buffer<T> values;
+};
+
+// A few plain values in the same allocation. It never grows.
+template <class T>
+struct SmallArray final : ArrayData {
+  static constexpr std::size_t most = 16;
+
+  static SmallArray* make(ArrayKind array_kind, std::span<const T> values) {
+    void* block = ::operator new(sizeof(SmallArray) + values.size() * sizeof(T));
+    return new (block) SmallArray(array_kind, values);
+  }
+  static void operator delete(void* block) { ::operator delete(block); }
+
+ private:
+  SmallArray(ArrayKind array_kind, std::span<const T> values) noexcept
+      : ArrayData(array_kind, this + 1, static_cast<Hlong>(values.size())) {
+    static_assert(sizeof(SmallArray) % alignof(T) == 0);
+    std::memcpy(static_cast<void*>(this + 1), values.data(), values.size_bytes());
+  }
 };
 
 using IntegerArray = PlainArray<Hlong>;
@@ -270,6 +291,13 @@ Buffer<T> taken(std::span<HTuple> values, Take take) {
   return elements;
 }
 
+template <class T>
+ArrayData* small_array(ArrayKind kind, std::span<const HTuple> values, T (*read)(const HTuple&) noexcept) {
+  T elements[SmallArray<T>::most];
+  for (std::size_t i = 0; i < values.size(); ++i) elements[i] = read(values[i]);
+  return SmallArray<T>::make(kind, {elements, values.size()});
+}
+
 }  // namespace
 
 HTuple Access::elements(std::span<HTuple> values) {
@@ -277,6 +305,10 @@ HTuple Access::elements(std::span<HTuple> values) {
   if (values.size() == 1) return std::move(values[0]);
   const TupleKind kind = values[0].kind_;
   const bool mixed = std::any_of(values.begin(), values.end(), [&](const HTuple& v) { return v.kind_ != kind; });
+  if (!mixed && values.size() <= SmallArray<Hlong>::most) {
+    if (kind == TupleKind::Integer) return from_array(small_array<Hlong>(ArrayKind::Integers, values, integer));
+    if (kind == TupleKind::Real) return from_array(small_array<double>(ArrayKind::Reals, values, real));
+  }
   switch (mixed ? TupleKind::Array : kind) {
     case TupleKind::Integer:
       return integers(taken<Hlong>(values, [](HTuple& value) { return value.data_.integer; }));

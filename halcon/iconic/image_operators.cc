@@ -1,6 +1,4 @@
 // What an image answers about itself, and its channels laid out for display.
-#include <bit>
-#include <cstring>
 #include <string>
 #include <utility>
 
@@ -9,6 +7,7 @@
 #include "core/failure.h"
 #include "iconic/arguments.h"
 #include "iconic/image.h"
+#include "iconic/interleave.h"
 
 namespace HalconCpp {
 
@@ -20,38 +19,6 @@ namespace {
 void* first_plane(const Image& image) { return const_cast<std::byte*>(image.channels[0]->data()); }
 
 // One row after the other without gaps, so the image is one long row.
-void interleave_plainly(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_t* r, std::uint8_t* to,
-                        std::size_t pixels) {
-  for (std::size_t i = 0; i < pixels; ++i) {
-    to[3 * i] = b[i];
-    to[3 * i + 1] = g[i];
-    to[3 * i + 2] = r[i];
-  }
-}
-
-// Three bytes per pixel suit no vector unit: the planes are joined to 32-bit words first, which compilers vectorise,
-// and four words are then packed into twelve bytes by two stores.
-void interleave3(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_t* r, std::uint8_t* to,
-                 std::size_t pixels) {
-  constexpr std::size_t block = 256;
-  std::size_t done = 0;
-  if constexpr (std::endian::native == std::endian::little) {
-    std::uint32_t words[block];
-    for (; pixels - done >= block; done += block) {
-      for (std::size_t k = 0; k < block; ++k)
-        words[k] = b[done + k] | std::uint32_t{g[done + k]} << 8 | std::uint32_t{r[done + k]} << 16;
-      std::uint8_t* out = to + 3 * done;
-      for (std::size_t k = 0; k < block; k += 4, out += 12) {
-        const std::uint64_t low = words[k] | std::uint64_t{words[k + 1]} << 24 | std::uint64_t{words[k + 2]} << 48;
-        const std::uint32_t high = words[k + 2] >> 16 | words[k + 3] << 8;
-        std::memcpy(out, &low, sizeof low);
-        std::memcpy(out + sizeof low, &high, sizeof high);
-      }
-    }
-  }
-  interleave_plainly(b + done, g + done, r + done, to + 3 * done, pixels - done);
-}
-
 void interleave4(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_t* r, const std::uint8_t* a,
                  std::uint8_t* to, std::size_t pixels) {
   for (std::size_t i = 0; i < pixels; ++i) {
@@ -75,7 +42,7 @@ HObject interleaved_image(const Image& image, std::string_view format) {
   const auto plane = [&](std::size_t channel) { return image.plane<std::uint8_t>(channel); };
   auto* to = draft.plane<std::uint8_t>(0);
   if (count == 3)
-    interleave3(plane(2), plane(1), plane(0), to, image.pixels());
+    join_three_bytes(plane(2), plane(1), plane(0), image.pixels(), to);
   else
     interleave4(plane(1), plane(0), plane(3), plane(2), to, image.pixels());
   return make_object(draft.finish());

@@ -3,8 +3,11 @@
 #define HALCONCPP_IMAGES_PIXELS_H
 
 #include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
 #include "iconic/image.h"
+#include "iconic/interleave.h"
 
 namespace HalconCpp::detail {
 
@@ -18,6 +21,7 @@ void split_channel(const T* __restrict samples, std::size_t step, std::size_t pi
 template <class T>
 void split_three(const T* __restrict samples, std::size_t pixels, T* __restrict a, T* __restrict b,
                  T* __restrict c) noexcept {
+  if constexpr (std::is_same_v<T, std::uint8_t>) return split_three_bytes(samples, pixels, a, b, c);
   for (std::size_t i = 0; i < pixels; ++i) {
     a[i] = samples[3 * i];
     b[i] = samples[3 * i + 1];
@@ -52,6 +56,7 @@ void join_channel(const T* __restrict plane, std::size_t step, std::size_t pixel
 template <class T>
 void join_three(const T* __restrict a, const T* __restrict b, const T* __restrict c, std::size_t pixels,
                 T* __restrict samples) noexcept {
+  if constexpr (std::is_same_v<T, std::uint8_t>) return join_three_bytes(a, b, c, pixels, samples);
   for (std::size_t i = 0; i < pixels; ++i) {
     samples[3 * i] = a[i];
     samples[3 * i + 1] = b[i];

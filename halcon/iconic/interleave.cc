@@ -1,0 +1,68 @@
+#include "iconic/interleave.h"
+
+// Three bytes per pixel need a vector unit that can put bytes in any order. Processors have had one since 2006, but
+// compilers may use it only where they are told to: each loop is compiled twice, and the processor decides.
+#if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
+#define HALCONCPP_TWICE 1
+#define HALCONCPP_INLINE [[gnu::always_inline]] inline
+#else
+#define HALCONCPP_TWICE 0
+#define HALCONCPP_INLINE inline
+#endif
+
+namespace HalconCpp::detail {
+
+namespace {
+
+using Byte = std::uint8_t;
+
+HALCONCPP_INLINE void split(const Byte* __restrict samples, std::size_t pixels, Byte* __restrict first,
+                            Byte* __restrict second, Byte* __restrict third) noexcept {
+  for (std::size_t i = 0; i < pixels; ++i) {
+    first[i] = samples[3 * i];
+    second[i] = samples[3 * i + 1];
+    third[i] = samples[3 * i + 2];
+  }
+}
+
+HALCONCPP_INLINE void join(const Byte* __restrict first, const Byte* __restrict second, const Byte* __restrict third,
+                           std::size_t pixels, Byte* __restrict samples) noexcept {
+  for (std::size_t i = 0; i < pixels; ++i) {
+    samples[3 * i] = first[i];
+    samples[3 * i + 1] = second[i];
+    samples[3 * i + 2] = third[i];
+  }
+}
+
+#if HALCONCPP_TWICE
+[[gnu::target("ssse3")]] void split_by_shuffles(const Byte* samples, std::size_t pixels, Byte* first, Byte* second,
+                                                Byte* third) noexcept {
+  split(samples, pixels, first, second, third);
+}
+
+[[gnu::target("ssse3")]] void join_by_shuffles(const Byte* first, const Byte* second, const Byte* third,
+                                               std::size_t pixels, Byte* samples) noexcept {
+  join(first, second, third, pixels, samples);
+}
+
+bool can_shuffle() noexcept { return __builtin_cpu_supports("ssse3") != 0; }
+#endif
+
+}  // namespace
+
+void split_three_bytes(const Byte* samples, std::size_t pixels, Byte* first, Byte* second, Byte* third) noexcept {
+#if HALCONCPP_TWICE
+  if (can_shuffle()) return split_by_shuffles(samples, pixels, first, second, third);
+#endif
+  split(samples, pixels, first, second, third);
+}
+
+void join_three_bytes(const Byte* first, const Byte* second, const Byte* third, std::size_t pixels,
+                      Byte* samples) noexcept {
+#if HALCONCPP_TWICE
+  if (can_shuffle()) return join_by_shuffles(first, second, third, pixels, samples);
+#endif
+  join(first, second, third, pixels, samples);
+}
+
+}  // namespace HalconCpp::detail
