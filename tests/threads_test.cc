@@ -59,7 +59,12 @@ TEST(Threads, WorkWithAReaderEach) {
     do {
       for (const auto& [scenario, expected] : all) {
         const Outcome outcome = scenario.run(reader);
-        wrong += outcome.failed || outcome.shown != expected;
+        if (outcome.failed || outcome.shown != expected) {
+          ++wrong;
+          ADD_FAILURE() << scenario.name << ": " << outcome.error << "\n"
+                        << outcome.shown << "\ninstead of\n"
+                        << expected;
+        }
         ++operations;
       }
     } while (Clock::now() < end);

@@ -4,7 +4,6 @@
 #include <exception>
 #include <mutex>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -84,7 +83,7 @@ class ImageFiles {
           const QuietScope quiet;
           work();
         });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {  // no thread, or no memory for one
       return;
     }
   }

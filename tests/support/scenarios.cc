@@ -99,6 +99,13 @@ Scenarios::Scenarios() {
   write(folder / "a.pgm", "P5 2 1 255\nab");
   write(folder / "b.ppm", "P6 1 1 255\nabc");
   write(folder / "s/list.seq", "a\nb.ppm\n");
+  std::string many;  // enough of them to be read by several threads
+  for (int i = 0; i < 12; ++i) {
+    const std::string name = "n" + std::to_string(i);
+    write(folder / (name + ".pgm"), "P5 1 1 255\na");
+    many += name + "\n";
+  }
+  write(folder / "s/many.seq", many);
   save_dict(sample_dict(), folder / "d.hdict");
   write(folder / "d.json", R"({"a": [1, {"b": null}], "c": "x"})");
   HTuple model, points;
@@ -154,7 +161,8 @@ std::vector<Scenario> Scenarios::opening() {
       // A failure in the domain of an image is only left out of its description.
       parsing(FileKind::Object, "all.hobj", {}, true), parsing(FileKind::Object, "one.hobj"),
       parsing(FileKind::Object, "a.pgm"), parsing(FileKind::Object, "s/list.seq"),
-      parsing(FileKind::Dict, "d.hdict", entries, true), parsing(FileKind::Dict, "d.json", entries),
+      parsing(FileKind::Object, "s/many.seq"), parsing(FileKind::Dict, "d.hdict", entries, true),
+      parsing(FileKind::Dict, "d.json", entries),
       // Entries that fail are left out; a handle that does not tell its type is a "handle".
       parsing(FileKind::DlModel, "m.hdl", {"<handle>", "<unreadable key>", "<unsupported handle>", contained}, true),
       parsing(FileKind::Model3d, "p.om3", {"<handle>", "<unreadable key>"}, true)};
