@@ -52,7 +52,7 @@ windows: ready-windows ## cross-build for 64-bit Windows
 
 test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@ctest --preset windows -j$(JOBS)
-	@awk '/ Testing: / { test = $$3 } /: Skipped$$/ { getline; print "Skipped " test ": " $$0 }' \
+	@awk '/ Testing: / { test = $$3 } /: Skipped$$/ { getline; print "Skipped " test ": " $$0 } /^Skipped / { print }' \
 	  build/windows/Testing/Temporary/LastTest.log
 
 package: packages-package ready-release ## make a Debian package and, where there is a Windows build, a zip of it

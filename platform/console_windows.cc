@@ -5,6 +5,7 @@
 #include <shellapi.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "platform/console.h"
 
@@ -45,6 +46,8 @@ std::vector<std::string> command_line(int, char**) {
 }
 
 void prepare_terminal() noexcept {
+  static const UINT before = GetConsoleOutputCP();
+  std::atexit([] { SetConsoleOutputCP(before); });
   SetConsoleOutputCP(CP_UTF8);
   obey_colours(STD_OUTPUT_HANDLE);
   obey_colours(STD_ERROR_HANDLE);

@@ -8,7 +8,10 @@
 #ifdef _WIN32
 #include <windows.h>
 typedef HMODULE library;
-static library load(const char* name) { return LoadLibraryA(name); }
+/* Of a whole path, the libraries beside it are found too. */
+static library load(const char* name) {
+  return LoadLibraryExA(name, NULL, strchr(name, ':') ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
+}
 static int unload(library loaded) { return FreeLibrary(loaded) != 0; }
 static void find(library loaded, const char* name, void* function) {
   FARPROC found = GetProcAddress(loaded, name);

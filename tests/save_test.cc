@@ -99,8 +99,10 @@ TEST_F(Save, RefusalsTellAndLeaveTheTargetAlone) {
   EXPECT_EQ(reader.error(), "");
 }
 
-#ifndef _WIN32
 TEST_F(Save, LinksStayLinksAndDevicesDevices) {
+#ifdef _WIN32
+  GTEST_SKIP() << "links are made and devices named by means of Linux";
+#endif
   namespace fs = std::filesystem;
   const auto link = [&](const char* to, const char* name) { fs::create_symlink(to, native(folder / name)); };
   const auto saved = [&](const char* name) { return reader.save(open(ramp(2, 2)), folder / name); };
@@ -117,7 +119,6 @@ TEST_F(Save, LinksStayLinksAndDevicesDevices) {
   EXPECT_NE(reader.error().find("could not be written"), std::string::npos);
   EXPECT_TRUE(fs::is_symlink(native(folder / "full.pgm")) && fs::is_character_file("/dev/full"));
 }
-#endif
 
 TEST_F(Save, SeveralSaversOfOneTargetDoNotDisturbOneAnother) {
   const std::string target = folder / (std::string(250, 'n') + ".pgm");  // the longest name there is

@@ -32,12 +32,12 @@ void read_table(Reader& in, EntryTable& table, ReadParts& parts) {
   if (count > in.left()) refuse("a dictionary has more keys than values");
   table.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
-    HTuple key = Access::element(keys, static_cast<Hlong>(i));
+    const HTuple key = Access::element(keys, static_cast<Hlong>(i));
     const auto tag = in.value<Tag>();
     if (tag == Tag::Objects)
-      table.set(std::move(key), read_objects(in));
+      table.set(key, read_objects(in));
     else
-      table.set(std::move(key), read_tuple(in, tag, parts));
+      table.set(key, read_tuple(in, tag, parts));
     if (table.size() != i + 1) refuse("a dictionary has a key twice");
   }
 }
