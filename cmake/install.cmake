@@ -37,7 +37,8 @@ endif()
 
 # The host in Python, where Debian's Python looks under /usr; under another prefix PYTHONPATH names the folder.
 set(QUOVEL_PYTHON_FOLDER lib/python3/dist-packages CACHE STRING "Where the Python package goes, below the prefix")
-install(DIRECTORY host/python/quovel_adapter DESTINATION ${QUOVEL_PYTHON_FOLDER} FILES_MATCHING PATTERN "*.py")
+install(DIRECTORY host/python/quovel_adapter DESTINATION ${QUOVEL_PYTHON_FOLDER} FILES_MATCHING
+  PATTERN "*.py" PATTERN "py.typed")
 
 # How a project finds it: find_package(quovel_adapter_2411), or pkg-config.
 install(EXPORT ${package} NAMESPACE ${package}:: DESTINATION ${package_folder} FILE ${package}-targets.cmake)

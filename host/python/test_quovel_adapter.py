@@ -1,9 +1,11 @@
 """The Python host on the samples: QUOVEL_SAMPLES names their folder."""
 
+import copy
 import doctest
 import gc
 import os
 import pathlib
+import pickle
 import tempfile
 import unittest
 from unittest import mock
@@ -58,6 +60,10 @@ class Trees(unittest.TestCase):
                 self.assertEqual([reader.root[key].value for key in "tfn"], [1, "no", 0.5])
                 self.assertEqual(len(reader.root["a"]), 2)
                 self.assertRaises(TypeError, reader.open, file, json_no=1)
+                self.assertRaises(OverflowError, reader.open, file, json_true=2**70)
+                self.assertRaises(ValueError, reader.open, str(file) + "\0")
+                self.assertEqual(len(reader.root), 4)  # the file before stays
+                self.assertEqual(len(reader.open(os.fsencode(file), json_true=-(2**63))), 4)
                 self.assertRaisesRegex(qv.QuovelError, "json_arrays|convert", reader.open, file, json_arrays="no")
 
 
@@ -123,6 +129,30 @@ class Ends(unittest.TestCase):
             ):
                 self.assertRaisesRegex(qv.QuovelError, text, call)
         self.assertRaises(ValueError, qv.open, "a.json", kind="no")
+        self.assertRaisesRegex(qv.QuovelError, "closed", lambda: reader.root)
+
+    def test_misuse_is_told_before_the_library_is_called(self):
+        with qv.open(SAMPLES / "scene.hobj") as reader:
+            for wrong in (copy.copy, copy.deepcopy, pickle.dumps):
+                self.assertRaisesRegex(TypeError, "cannot be copied", wrong, reader)
+                self.assertRaisesRegex(TypeError, "cannot be copied", wrong, reader.root)
+            for index in (2**32, -1):
+                for wrong in (reader.root[0].image, reader.root[0].channel_count, reader.root[1].runs):
+                    self.assertRaises(IndexError, wrong, index)
+            self.assertRaises(TypeError, reader.root.__getitem__, 1.0)
+            self.assertRaisesRegex(ValueError, "no nodes", reader.save, [], "none.hobj")
+
+    def test_where_the_library_is_looked_for(self):
+        def places(file):
+            with mock.patch.object(_library, "__file__", file):
+                return [path.parent.as_posix() for path in _library._candidates()]
+
+        lib = pathlib.Path("/opt/lib").resolve()
+        package = (lib / "python3/dist-packages/quovel_adapter").as_posix()
+        self.assertEqual(len(places("/quovel_adapter/_library.py")), 1)
+        wanted = [package, lib.as_posix(), (lib.parent / "bin").as_posix()]
+        self.assertEqual(places(package + "/_library.py"), wanted)
+        self.assertFalse([place for place in places(_library.__file__)[1:] if "/build/" not in place])
 
     def test_nodes_end_with_their_file(self):
         reader = qv.open(SAMPLES / "parts.json")

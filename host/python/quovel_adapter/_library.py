@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import ctypes
 import ctypes.util
+import operator
 import os
 import pathlib
 import sys
@@ -34,14 +35,16 @@ _NAME = {"win32": "quovel_adapter_2411.dll", "darwin": "libquovel_adapter_2411.d
 def _candidates():
     here = pathlib.Path(__file__).resolve()
     yield here.parent / _NAME
-    # An installation: PREFIX/lib/python3/dist-packages/quovel_adapter, or beside the programs on Windows.
-    for folder in here.parents[1:5]:
-        yield folder / _NAME
-        yield folder / "bin" / _NAME
+    above = list(here.parents)[1:5]  # fewer in a shallow folder
+    names = [folder.name for folder in above]
+    # An installation: PREFIX/lib/python3/dist-packages/quovel_adapter, on Windows with PREFIX/bin.
+    if len(above) == 4 and names[0].endswith("-packages") and names[1].startswith("python3") and names[2] == "lib":
+        yield above[2] / _NAME
+        yield above[3] / "bin" / _NAME
     # The repository: host/python/quovel_adapter.
-    build = here.parents[3] / "build"
-    yield build / "release" / "lib" / _NAME
-    yield build / "windows" / "bin" / _NAME
+    if names[:2] == ["python", "host"]:
+        yield above[2] / "build" / "release" / "lib" / _NAME
+        yield above[2] / "build" / "windows" / "bin" / _NAME
 
 
 def _load() -> ctypes.CDLL:
@@ -116,9 +119,20 @@ def from_units(address: int) -> str:
         address += len(chunk)
 
 
-def to_units(text: str | os.PathLike) -> ctypes.Array:
-    """A text as the library takes it; the array must outlive the call."""
-    return ctypes.create_string_buffer(os.fspath(text).encode("utf-16-le", "surrogatepass") + b"\0")
+def to_units(text: str | bytes | os.PathLike) -> ctypes.Array:
+    """A text or path as the library takes it; the array must outlive the call."""
+    decoded = os.fsdecode(text)
+    if "\0" in decoded:
+        raise ValueError(f"a NUL ends a text of the library: {decoded!r}")
+    return ctypes.create_string_buffer(decoded.encode("utf-16-le", "surrogatepass") + b"\0")
+
+
+def checked_index(index: int) -> int:
+    """An object's number, which the library takes in 32 bits; beyond them ctypes would take the lowest."""
+    index = operator.index(index)
+    if not 0 <= index < 1 << 31:
+        raise IndexError(f"an object's number is from 0, and none has the number {index}")
+    return index
 
 
 def halcon_version() -> str:

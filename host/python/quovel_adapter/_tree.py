@@ -4,14 +4,16 @@ from __future__ import annotations
 
 import ctypes
 import enum
+import operator
 import os
 from collections.abc import Iterator, Sequence
 from typing import Any, Union
 
 from . import _data, _notebook
-from ._library import ParseOption, QuovelError, c_void_p, from_units, library, to_units
+from ._library import ParseOption, QuovelError, c_void_p, checked_index, from_units, library, to_units
 
 Value = Union[str, int, float]
+Path = Union[str, bytes, os.PathLike]
 
 _KINDS = {
     "dict": library.qv_reader_parse_file_with_options,
@@ -36,7 +38,7 @@ class Kind(enum.IntEnum):
     OBJECT = 3
 
 
-def open(path: str | os.PathLike, kind: str | None = None, **options: Value) -> Reader:
+def open(path: Path, kind: str | None = None, **options: Value) -> Reader:
     """A new Reader with this file open; see Reader.open."""
     reader = Reader()
     try:
@@ -47,7 +49,14 @@ def open(path: str | os.PathLike, kind: str | None = None, **options: Value) -> 
     return reader
 
 
-class Reader:
+class _Uncopied:
+    """Refers to the library's memory, of which a copy or another process knows nothing."""
+
+    def __reduce_ex__(self, protocol: Any) -> Any:
+        raise TypeError(f"a {type(self).__name__} cannot be copied or pickled")
+
+
+class Reader(_Uncopied):
     """Opens files, one at a time. Used by one thread at a time; `with` closes it."""
 
     def __init__(self) -> None:
@@ -57,13 +66,14 @@ class Reader:
         self._generation = 0
         self._root: Node | None = None
 
-    def open(self, path: str | os.PathLike, kind: str | None = None, **options: Value) -> Node:
+    def open(self, path: Path, kind: str | None = None, **options: Value) -> Node:
         """Opens a file and returns the root of its tree; the nodes of the file before end.
 
         `kind` is "object", "dict", "model3d" or "dlmodel"; without it the extension decides. Of JSON, json_true,
         json_false and json_null say what these values become, and json_arrays, "tuple" or "dict", what arrays do.
         """
-        name = kind or _KIND_OF_EXTENSION.get(os.path.splitext(path)[1].lower(), "object")
+        file = to_units(path)
+        name = kind or _KIND_OF_EXTENSION.get(os.path.splitext(os.fsdecode(path))[1].lower(), "object")
         if name not in _KINDS:
             raise ValueError(f"kind is one of {', '.join(_KINDS)}, not {name!r}")
         if options and name != "dict":
@@ -73,7 +83,7 @@ class Reader:
         reader = self._alive()
         self._generation += 1
         self._root = None
-        root = _KINDS[name](reader, to_units(path), *more)
+        root = _KINDS[name](reader, file, *more)
         if not root:
             raise QuovelError(self._last_error() or f"{os.fspath(path)!r} could not be opened")
         self._root = Node(self, root, None)
@@ -82,19 +92,22 @@ class Reader:
     @property
     def root(self) -> Node:
         """The root of the open file's tree."""
+        self._alive()
         if self._root is None:
             raise QuovelError("no file is open")
         return self._root
 
-    def save(self, nodes: Node | Sequence[Node], path: str | os.PathLike) -> None:
+    def save(self, nodes: Node | Sequence[Node], path: Path) -> None:
         """Writes one object node as the path's extension asks, or the objects of several to one object file."""
         if isinstance(nodes, Node):
             self._check(library.qv_save_object_as(self._alive(), nodes._pointer, to_units(path)))
             return
+        if not nodes:
+            raise ValueError("there are no nodes to save")
         pointers = (c_void_p * len(nodes))(*(node._pointer for node in nodes))
         self._check(library.qv_save_objects_as(self._alive(), pointers, len(nodes), to_units(path)))
 
-    def convert(self, source: str | os.PathLike, target: str | os.PathLike, lenient: bool = False) -> None:
+    def convert(self, source: Path, target: Path, lenient: bool = False) -> None:
         """Writes a dictionary file as another, by the target's extension; the open file stays."""
         self._check(library.qv_reader_convert_dict_file(self._alive(), to_units(source), to_units(target), lenient))
 
@@ -141,13 +154,15 @@ def _options(options: dict[str, Value]) -> tuple[ctypes.Array, list]:
             texts.append(to_units(value))
             record.value_type, record.string_value = 0, ctypes.addressof(texts[-1])
         elif isinstance(value, int):
+            if not -(1 << 63) <= value < 1 << 63:
+                raise OverflowError(f"{name} has 64 bits, {value} has more")
             record.value_type, record.int_value = 1, value
         else:
             record.value_type, record.real_value = 2, value
     return records, texts
 
 
-class Node:
+class Node(_Uncopied):
     """One node of a tree. Ends with its Reader, and when that opens another file."""
 
     def __init__(self, reader: Reader, pointer: int, parent: Node | None) -> None:
@@ -230,8 +245,8 @@ class Node:
 
     def __getitem__(self, segment: str | int) -> Node:
         """The child of that key, or at that position (from the end when negative)."""
-        if isinstance(segment, int):
-            return self.children[segment]
+        if not isinstance(segment, str):
+            return self.children[operator.index(segment)]
         for child in self:
             if child.segment == segment:
                 return child
@@ -304,10 +319,10 @@ class Node:
         whole = from_units(library.qv_node_object_class(self._pointer))
         if index is None or whole != "mixed":
             return whole
-        return self.details[index].partition(":")[0]
+        return self.details[checked_index(index)].partition(":")[0]
 
     def channel_count(self, index: int = 0) -> int:
-        count = library.qv_node_image_channel_count(self._reader._alive(), self._pointer, index)
+        count = library.qv_node_image_channel_count(self._reader._alive(), self._pointer, checked_index(index))
         self._reader._check(count >= 0)
         return count
 
@@ -327,11 +342,11 @@ class Node:
         """Row, first and last column of each run of a region, (n, 3)."""
         return self._extract(_data.runs, index)
 
-    def save(self, path: str | os.PathLike) -> None:
+    def save(self, path: Path) -> None:
         self._reader.save(self, path)
 
     def _extract(self, extract: Any, index: int, *more: Any) -> Any:
-        return extract(self._reader._check, self._reader._alive(), self._pointer, index, *more)
+        return extract(self._reader._check, self._reader._alive(), self._pointer, checked_index(index), *more)
 
     # ---- For people
 
