@@ -25,7 +25,7 @@ const std::vector<std::u16string>& paths() {
          {"out.hobj", "out.json", "out.hdict", "out.png", "out.dxf", "", "none/out.hobj", "none.xyz"})
       made.push_back(test::wide(fuzz::in_folder(name)));
     made.push_back(u"");
-    made.push_back(u"\xD800\x0001");
+    made.push_back(test::wide(fuzz::in_folder("")) + u"\xD800\x0001");
     return made;
   }();
   return all;
