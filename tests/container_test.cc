@@ -95,10 +95,13 @@ TEST(Container, HoldsModels) {
   WriteObjectModel3d(mesh, (folder / "mesh.om3").c_str());
   const HTuple back = read_model3d(folder / "mesh.om3");
   EXPECT_EQ(shown(back), shown(mesh));
-  HTuple parts[2];
-  for (const int i : {0, 1})
-    GetObjectModel3dParams(i ? back : mesh, tuple({"point_normal_x", "point_color_blue", "triangles"}), &parts[i]);
-  EXPECT_EQ(shown(parts[0]), shown(parts[1]));
+  HTuple before, after;
+  const HTuple names = tuple({"point_coord_x", "point_coord_y", "point_coord_z", "point_normal_x", "point_color_red",
+                              "point_color_blue", "triangles"});
+  GetObjectModel3dParams(mesh, names, &before);
+  GetObjectModel3dParams(back, names, &after);
+  EXPECT_EQ(shown(after), shown(before));
+  EXPECT_THAT(shown(after), testing::EndsWith("3,6,9,2,1,0)"));
   const HTuple model =
       new_dl_model(new_dict({{"type", "classification"}, {"inputs", tuple({new_dict(), new_dict({{"n", 1}})})}}));
   WriteDlModel(model, (folder / "model.hdl").c_str());

@@ -113,7 +113,7 @@ std::string shown_dict(const HHandle& handle) {
 }
 
 std::string shown_element(const HTuple& element) {
-  const std::string type = element.TupleSemType()[0].S().Text();
+  std::string type = element.TupleSemType()[0].S().Text();
   if (type == "integer") return digits(element[0].L());
   if (type == "real") return exact(element[0].D());
   if (type == "string") return "'" + std::string(element[0].S().Text()) + "'";
