@@ -2,56 +2,25 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <cstdint>
 #include <functional>
 #include <limits>
-#include <string>
-#include <type_traits>
-#include <vector>
 
-#include "HalconCreate.h"
 #include "HalconHook.h"
+#include "support/values.h"
 
 using namespace HalconCpp;
+using namespace test;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
 using Integers = std::vector<std::int64_t>;
-using Reals = std::vector<double>;
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
-template <class T>
-HObject image_of(const char* type, const std::vector<T>& pixels, Hlong width = 0) {
-  HObject image;
-  const auto count = static_cast<Hlong>(pixels.size());
-  if (width == 0) width = count;
-  GenImage1(&image, type, width, count / width, pixels.data());
-  return image;
-}
-
-// The first channel, whatever its pixel type.
-Integers pixels_of(const HObject& object) {
-  HString type;
-  Hlong width = 0, height = 0;
-  const void* pixels = HImage(object).GetImagePointer1(&type, &width, &height);
-  const auto copy = [&](auto sample) {
-    const auto* first = static_cast<const decltype(sample)*>(pixels);
-    return Integers(first, first + width * height);
-  };
-  const std::string name = type.Text();
-  if (name == "int1") return copy(std::int8_t{});
-  if (name == "int2") return copy(std::int16_t{});
-  if (name == "uint2") return copy(std::uint16_t{});
-  if (name == "int4") return copy(std::int32_t{});
-  if (name == "int8") return copy(std::int64_t{});
-  if (name == "real") return copy(float{});
-  return copy(std::uint8_t{});
-}
+Integers pixels_of(const HObject& image) { return plane(image).integers(); }
 
 HObject converted(const HObject& image, const char* type) {
   HObject result;
@@ -65,38 +34,11 @@ HObject stretched(const HObject& image) {
   return result;
 }
 
-HTuple tuple_of(const Integers& values) {
-  HTuple tuple;
-  for (const std::int64_t value : values) tuple.Append(value);
-  return tuple;
-}
-
-Reals reals_of(const HTuple& tuple) {
-  Reals values;
-  for (Hlong i = 0; i < tuple.Length(); ++i) values.push_back(tuple[i].D());
-  return values;
-}
-
-HObject region_of(const Integers& rows, const Integers& begins, const Integers& ends) {
+HObject region_of(std::initializer_list<HTuple> rows, std::initializer_list<HTuple> begins,
+                  std::initializer_list<HTuple> ends) {
   HObject region;
-  GenRegionRuns(&region, tuple_of(rows), tuple_of(begins), tuple_of(ends));
+  GenRegionRuns(&region, tuple(rows), tuple(begins), tuple(ends));
   return region;
-}
-
-// Rows, begins and ends one after the other.
-std::vector<Reals> runs_of(const HObject& region) {
-  HTuple rows, begins, ends;
-  GetRegionRuns(region, &rows, &begins, &ends);
-  return {reals_of(rows), reals_of(begins), reals_of(ends)};
-}
-
-std::string failure_of(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const HException& failure) {
-    return failure.ErrorMessage().Text();
-  }
-  return "no failure";
 }
 
 TEST(ConvertImageType, RoundsAndSaturates) {
@@ -170,7 +112,7 @@ TEST(ScaleImageMax, TakesAllChannelsTogetherAndTheDomainAlone) {
   EXPECT_THAT(pixels_of(channel), ElementsAre(0, 128, 64, 255));
   AccessChannel(stretched(reduced), &channel, 2);
   EXPECT_THAT(pixels_of(channel), ElementsAre(255, 0, 0, 51));
-  EXPECT_EQ(runs_of(HImage(stretched(reduced)).GetDomain()), runs_of(region_of({0}, {0}, {1})));
+  EXPECT_EQ(shown(HImage(stretched(reduced)).GetDomain()), "region 0 0 1\n");
   ReduceDomain(image, region_of({5}, {0}, {1}), &empty);
   EXPECT_THAT(pixels_of(stretched(empty)), ElementsAre(0, 0, 0, 0));
 }
@@ -215,91 +157,68 @@ TEST(Images, ShareTheirPixels) {
 }
 
 TEST(Regions, AreUnionsOfTheirRuns) {
-  using Runs = std::vector<Reals>;
-  const std::tuple<HObject, Runs, Runs> table[] = {
-      // Overlapping, touching, contained and apart, in any order; the second is what lies in a frame of 4 x 3.
-      {region_of({2, 0, 0, 0, 0}, {1, 7, 0, 3, 1}, {1, 9, 2, 4, 1}),
-       {{0, 0, 2}, {0, 7, 1}, {4, 9, 1}},
-       {{0, 2}, {0, 1}, {3, 1}}},
-      {region_of({-1, 1, 3}, {0, -5, 0}, {3, 0, 3}), {{-1, 1, 3}, {0, -5, 0}, {3, 0, 3}}, {{1}, {0}, {0}}},
-      {region_of({0, 0}, {INT32_MIN, 5}, {INT32_MAX, 6}), {{0}, {INT32_MIN}, {INT32_MAX}}, {{0}, {0}, {3}}},
-      {region_of({}, {}, {}), {{}, {}, {}}, {{}, {}, {}}},
+  // The runs, what of them lies in a frame of 4 x 3, and the frame with them in it.
+  const std::tuple<HObject, std::string, std::string, std::string> table[] = {
+      // Overlapping, touching, contained and apart, in any order.
+      {region_of({2, 0, 0, 0, 0}, {1, 7, 0, 3, 1}, {1, 9, 2, 4, 1}), "(0,0,2) (0,7,1) (4,9,1)", "(0,2) (0,1) (3,1)",
+       "255 255 255 255 7 7 7 7 7 255 7 7"},
+      {region_of({-1, 1, 3}, {0, -5, 0}, {3, 0, 3}), "(-1,1,3) (0,-5,0) (3,0,3)", "1 0 0", "7 7 7 7 255 7 7 7 7 7 7 7"},
+      {region_of({0, 0}, {INT32_MIN, 5}, {INT32_MAX, 6}), "0 -2147483648 2147483647", "0 0 3",
+       "255 255 255 255 7 7 7 7 7 7 7 7"},
+      {region_of({}, {}, {}), "() () ()", "() () ()", "7 7 7 7 7 7 7 7 7 7 7 7"},
   };
-  for (const auto& [region, runs, inside] : table) {
-    EXPECT_EQ(runs_of(region), runs);
+  for (const auto& [region, runs, inside, binary] : table) {
+    EXPECT_EQ(shown(region), "region " + runs + "\n");
     HObject mask, frame, reduced;
     RegionToBin(region, &mask, 255, 7, 4, 3);
-    Integers expected(12, 7);
-    for (std::size_t i = 0; i < inside[0].size(); ++i)
-      for (double column = inside[1][i]; column <= inside[2][i]; ++column)
-        expected[static_cast<std::size_t>(inside[0][i] * 4 + column)] = 255;
-    EXPECT_EQ(pixels_of(mask), expected);
+    EXPECT_EQ(pixels(mask), "4x3 byte | " + binary);
     GenImageConst(&frame, "byte", 4, 3);
     ReduceDomain(frame, region, &reduced);
-    EXPECT_EQ(runs_of(HImage(reduced).GetDomain()), inside);
-    ReduceDomain(reduced, region_of({0}, {0}, {0}), &reduced);
-    EXPECT_EQ(runs_of(HImage(reduced).GetDomain())[0].size(), expected[0] == 255 ? 1U : 0U);
+    EXPECT_EQ(shown(HImage(reduced).GetDomain()), "region " + inside + "\n");
+    ReduceDomain(reduced, rectangle(0, 0, 0, 0), &reduced);
+    EXPECT_EQ(shown(HImage(reduced).GetDomain()), binary[0] == '2' ? "region 0 0 0\n" : "region () () ()\n");
   }
 }
 
 TEST(Regions, AreMeasuredOneByOne) {
-  HObject rectangle, circle, empty, regions;
-  GenRectangle1(&rectangle, 10, 20, 12, 25);
+  HObject circle;
   GenCircle(&circle, 5.0, 6.0, 1.0);
-  GenEmptyRegion(&empty);
-  ConcatObj(rectangle, empty, &regions);
-  ConcatObj(regions, circle, &regions);
   HTuple area, row, column;
-  AreaCenter(regions, &area, &row, &column);
-  EXPECT_THAT(reals_of(area), ElementsAre(18, 0, 5));
-  EXPECT_THAT(reals_of(row), ElementsAre(11, 0, 5));
-  EXPECT_THAT(reals_of(column), ElementsAre(22.5, 0, 6));
+  AreaCenter(concat({rectangle(10, 20, 12, 25), region_of({}, {}, {}), circle}), &area, &row, &column);
+  EXPECT_EQ(shown(area) + shown(row) + shown(column), "(18,0,5)(11.,0.,5.)(22.5,0.,6.)");
 }
 
 TEST(Lines, AnswerPointsLengthsAndAngles) {
-  HObject contour, polygon, parallels, all;
-  HTuple rows = tuple_of({0, 0, -4}), cols = tuple_of({0, 3, 3}), length, phi, t[8];
-  GenContourPolygonXld(&contour, rows, cols);
-  GenPolygonXld(&polygon, rows, cols);
-  GenParallelsXld(&parallels, HTuple(), HTuple(), rows, cols);
-  ConcatObj(contour, polygon, &all);
-  ConcatObj(all, parallels, &all);
+  HTuple rows = tuple({0, 0, -4}), cols = tuple({0, 3, 3}), length, t[2];
+  HObject parallel;
+  GenParallelsXld(&parallel, HTuple(), HTuple(), rows, cols);
+  HObject line = contour({0, 0, -4}, {0, 3, 3});
+  const HObject all = concat({line, polygon({0, 0, -4}, {0, 3, 3}), parallel});
   LengthXld(all, &length);
-  EXPECT_THAT(reals_of(length), ElementsAre(7, 7, 0));
-  GetPolygonXld(polygon, &t[0], &t[1], &length, &phi);
-  EXPECT_THAT(reals_of(length), ElementsAre(3, 4));
-  EXPECT_THAT(reals_of(phi), ElementsAre(0, std::atan2(4, 0)));
-  GetParallelsXld(parallels, &t[0], &t[1], &t[2], &t[3], &t[4], &t[5], &t[6], &t[7]);
-  EXPECT_THAT(reals_of(t[0]), IsEmpty());
-  EXPECT_THAT(reals_of(t[2]), ElementsAre(0));
-  EXPECT_THAT(reals_of(t[6]), ElementsAre(3, 4));
-  GetContourXld(contour, &t[0], &t[1]);
-  contour = all = HObject();  // the tuples keep what they read
-  EXPECT_THAT(reals_of(t[0]), ElementsAre(0, 0, -4));
-  EXPECT_THAT(reals_of(t[1]), ElementsAre(0, 3, 3));
+  EXPECT_EQ(shown(length), "(7.,7.,0.)");
+  EXPECT_EQ(shown(all),
+            "xld_cont (0.,0.,-4.) (0.,3.,3.)\n"
+            "xld_poly (0.,0.,-4.) (0.,3.,3.) (3.,4.) (-0.," +
+                shown(std::atan2(4, 0)) +
+                ")\n"
+                "xld_parallel () () 0. 0. (0.,0.,-4.) (0.,3.,3.) (3.,4.) (-0.," +
+                shown(std::atan2(4, 0)) + ")\n");
+  GetContourXld(line, &t[0], &t[1]);
+  line = HObject();  // the tuples keep what they read
+  EXPECT_EQ(shown(t[0]) + shown(t[1]), "(0.,0.,-4.)(0.,3.,3.)");
 }
 
 TEST(ObjectTuples, KeepTheirOrder) {
-  HObject empty, all, selected;
-  GenEmptyObj(&empty);
-  HTuple none, number, names;
-  GetObjClass(empty, &none);
-  EXPECT_EQ(none.Length(), 0);
-  HObject contour, polygon, parallels;
-  GenContourPolygonXld(&contour, HTuple(), HTuple());
-  GenPolygonXld(&polygon, 1, 2.5);
-  GenParallelsXld(&parallels, 1, 2, 3, 4);
-  all = empty;
-  for (const HObject& object :
-       {image_of<std::uint8_t>("byte", {1}), region_of({}, {}, {}), contour, polygon, parallels})
-    ConcatObj(all, object, &all);
+  HTuple number, names;
+  GetObjClass(empty_object(), &names);
+  EXPECT_EQ(names.Length(), 0);
+  HObject selected;
+  const HObject all = concat({ramp(1, 1), region_of({}, {}, {}), contour({}, {}), polygon({1}, {2.5}), parallels()});
   CountObj(all, &number);
   EXPECT_EQ(number[0].L(), 5);
-  SelectObj(all, &selected, tuple_of({5, 4, 1, 2, 3, 3}));
+  SelectObj(all, &selected, tuple({5, 4, 1, 2, 3, 3}));
   GetObjClass(selected, &names);
-  std::vector<std::string> classes;
-  for (Hlong i = 0; i < names.Length(); ++i) classes.push_back(names[i].S().Text());
-  EXPECT_THAT(classes, ElementsAre("xld_parallel", "xld_poly", "image", "region", "xld_cont", "xld_cont"));
+  EXPECT_EQ(shown(names), "('xld_parallel','xld_poly','image','region','xld_cont','xld_cont')");
 }
 
 TEST(Refusals, NameTheOperatorAndTheReason) {
@@ -332,17 +251,19 @@ TEST(Refusals, NameTheOperatorAndTheReason) {
       {[&] { RegionToBin(region, &out, 255, 0, 0, 5); }, "RegionToBin: the width is 0; 1 to 1048576 is possible"},
       {[&] { RegionToBin(region, &out, 255, 0, 1 << 20, 1 << 20); }, "bytes; at most"},
       {[&] { GetRegionRuns(gray, &a, &b, &c); }, "GetRegionRuns: expects"},
-      {[&] { AreaCenter(gray, &a, &b, &c); }, "AreaCenter: expects"},
       {[&] { GetContourXld(region, &a, &b); }, "GetContourXld: expects an object of class \"xld_cont\""},
       {[&] { LengthXld(region, &a); }, "LengthXld: expects XLD objects, not an object of class \"region\""},
       {[&] { GenImage1(&out, "byte", 2, 2, nullptr); }, "GenImage1: the pixel pointer is null"},
       {[&] { region_of({0}, {2}, {1}); }, "GenRegionRuns: run 0 ends before it begins"},
-      {[&] { region_of(Integers(2), {2}, {2}); }, "GenRegionRuns: the coordinate tuples differ in length"},
+      {[&] {
+         region_of({0, 0}, {2}, {2});
+       },
+       "GenRegionRuns: the coordinate tuples differ in length"},
       {[&] { region_of({0}, {0}, {std::int64_t{1} << 31}); }, "GenRegionRuns: column_end holds a coordinate outside"},
       {[&] { GenContourPolygonXld(&out, 1, HTuple()); }, "GenContourPolygonXld: 1 rows and 0 columns make no line"},
       {[&] { GenPolygonXld(&out, "a", 1); }, "GenPolygonXld: row must hold numbers only"},
   };
-  for (const auto& [call, message] : table) EXPECT_THAT(failure_of(call), HasSubstr(message));
+  for (const auto& [call, message] : table) EXPECT_THAT(failure(call), HasSubstr(message));
 }
 
 struct Replacer : CallWatcher {

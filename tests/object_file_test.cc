@@ -1,65 +1,49 @@
 // Object and image files as trees: roots, labels, types, summaries and detail lines.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 
 #include "support/files.h"
 #include "support/host.h"
-#include "support/objects.h"
+#include "support/values.h"
 
 namespace {
 
 using namespace test;
 
-struct Row {
-  const char* name;
-  HObject object;
-  const char* type;
-  const char* object_class;
-  int is_image;
-  uint32_t count;
-  const char* summary;
-  std::vector<std::string> lines;
-};
-
-std::vector<Row> rows() {
-  HObject empty_region, compose5 = ramp(2, 2, 5, "real");
-  HalconCpp::GenEmptyRegion(&empty_region);
-  const HObject gray = ramp(4, 3), far = rectangle(20, 30, 29, 41);
-  return {
-      {"gray", gray, "image", "image", 1, 1, "4x3, 1ch, byte", {}},
-      {"five channels", compose5, "image", "image", 1, 1, "2x2, 5ch, real", {}},
-      {"full domain", with_domain(gray, 0, 0, 2, 3), "image", "image", 1, 1, "4x3, 1ch, byte", {}},
-      {"domain",
-       with_domain(gray, 1, 1, 1, 2),
-       "image",
-       "image",
-       1,
-       1,
-       "4x3, 1ch, byte, domain: area: 2; center: 1.0, 1.5",
-       {}},
-      {"empty domain", with_domain(gray, 7, 7, 8, 8), "image", "image", 1, 1, "4x3, 1ch, byte, domain: area: 0", {}},
-      {"region", far, "region", "region", 0, 1, "area: 120; center: 24.5, 35.5", {}},
-      {"empty region", empty_region, "region", "region", 0, 1, "area: 0", {}},
-      {"contour", contour({0, 0, 3}, {0, 4, 4}), "xld_cont", "xld_cont", 0, 1, "contour points: 3; length: 7.00", {}},
-      {"polygon", polygon({0, 3}, {0, 4}), "xld_poly", "xld_poly", 0, 1, "points: 2; length: 5.00", {}},
-      {"parallels",
-       parallels(),
-       "xld_parallel",
-       "xld_parallel",
-       0,
-       1,
-       "first line: points: 2; length: 10.00 / second line: points: 3; length: 4.00",
-       {}},
-  };
+// What a node tells of its objects: type, class, whether it is an image, their number, the summary and the details.
+std::string told(const qv_node* node) {
+  std::string text = type(node) + " " + narrow(qv_node_object_class(node)) + " " +
+                     std::to_string(qv_node_is_image(node)) + " " + std::to_string(qv_node_object_count(node)) + " | " +
+                     summary(node);
+  for (const std::string& line : details(node)) text += "; " + line;
+  EXPECT_EQ(qv_node_detail_entry_count(node), details(node).size());
+  return text;
 }
 
+using Row = std::tuple<const char*, HObject, const char*>;
+
 TEST(ObjectFile, SingleObjectsReadAsTheyAre) {
+  HObject empty_region;
+  HalconCpp::GenEmptyRegion(&empty_region);
+  const HObject gray = ramp(4, 3);
+  const Row table[] = {
+      {"gray", gray, "image image 1 1 | 4x3, 1ch, byte"},
+      {"five channels", ramp(2, 2, 5, "real"), "image image 1 1 | 2x2, 5ch, real"},
+      {"full domain", with_domain(gray, 0, 0, 2, 3), "image image 1 1 | 4x3, 1ch, byte"},
+      {"domain", with_domain(gray, 1, 1, 1, 2), "image image 1 1 | 4x3, 1ch, byte, domain: area: 2; center: 1.0, 1.5"},
+      {"empty domain", with_domain(gray, 7, 7, 8, 8), "image image 1 1 | 4x3, 1ch, byte, domain: area: 0"},
+      {"region", rectangle(20, 30, 29, 41), "region region 0 1 | area: 120; center: 24.5, 35.5"},
+      {"empty region", empty_region, "region region 0 1 | area: 0"},
+      {"contour", contour({0, 0, 3}, {0, 4, 4}), "xld_cont xld_cont 0 1 | contour points: 3; length: 7.00"},
+      {"polygon", polygon({0, 3}, {0, 4}), "xld_poly xld_poly 0 1 | points: 2; length: 5.00"},
+      {"parallels", parallels(),
+       "xld_parallel xld_parallel 0 1 | first line: points: 2; length: 10.00 / second line: points: 3; length: 4.00"},
+  };
   const TempDir folder;
   const Reader reader;
-  for (const Row& row : rows()) {
-    SCOPED_TRACE(row.name);
-    save(row.object, folder / "one.part.hobj");
+  for (const auto& [name, object, expected] : table) {
+    save(object, folder / "one.part.hobj");
     const qv_node* root = reader.objects(folder / "one.part.hobj");
     ASSERT_TRUE(root) << reader.error();
     EXPECT_EQ(dump(root).substr(0, dump(root).find('\n')), "0 0/0 '' <file> 1 object n=0 t=0  i=0 o=1 d=0");
@@ -67,13 +51,7 @@ TEST(ObjectFile, SingleObjectsReadAsTheyAre) {
     EXPECT_EQ(label(node), "one.part");
     EXPECT_EQ(qv_node_kind(node), static_cast<uint32_t>(QV_NODE_OBJECT));
     EXPECT_EQ(qv_node_path_segment_kind(node), static_cast<uint32_t>(QV_PATH_INDEX));
-    EXPECT_EQ(type(node), row.type);
-    EXPECT_EQ(narrow(qv_node_object_class(node)), row.object_class);
-    EXPECT_EQ(qv_node_is_image(node), row.is_image);
-    EXPECT_EQ(qv_node_object_count(node), row.count);
-    EXPECT_EQ(summary(node), row.summary);
-    EXPECT_EQ(details(node), row.lines);
-    EXPECT_EQ(qv_node_detail_entry_count(node), 0u);
+    EXPECT_EQ(told(node), expected) << name;
   }
 }
 
@@ -81,75 +59,33 @@ TEST(ObjectFile, SingleObjectsReadAsTheyAre) {
 TEST(ObjectFile, TuplesTellTheFirstAndListAll) {
   const HObject gray = ramp(4, 3), color = ramp(2, 5, 3), real = ramp(4, 3, 1, "real");
   const Row table[] = {
-      {"none", empty_object(), "empty_obj", "empty_obj", 0, 0, "", {}},
-      {"same images",
-       concat({gray, gray}),
-       "images[2]",
-       "image",
-       1,
-       2,
-       "4x3, 1ch, byte",
-       {"image: 4x3, 1ch, byte", "image: 4x3, 1ch, byte"}},
-      {"images",
-       concat({color, gray, real, color}),
-       "images[4]",
-       "image",
-       1,
-       4,
-       "2x5 (first), [1ch, 3ch], [byte, real]",
-       {"image: 2x5, 3ch, byte", "image: 4x3, 1ch, byte", "image: 4x3, 1ch, real", "image: 2x5, 3ch, byte"}},
-      {"first domain only",
-       concat({with_domain(gray, 0, 0, 0, 0), gray}),
-       "images[2]",
-       "image",
-       1,
-       2,
-       "4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0",
-       {"image: 4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0", "image: 4x3, 1ch, byte"}},
-      {"regions",
-       concat({rectangle(0, 0, 0, 1), rectangle(2, 2, 2, 2)}),
-       "region[2]",
-       "region",
-       0,
-       2,
-       "area: 2; center: 0.0, 0.5 (first)",
-       {"region: area: 2; center: 0.0, 0.5", "region: area: 1; center: 2.0, 2.0"}},
-      {"mixed",
-       concat({rectangle(0, 0, 0, 0), gray}),
-       "mixed[2]",
-       "mixed",
-       0,
-       2,
-       "area: 1; center: 0.0, 0.0 (first)",
-       {"region: area: 1; center: 0.0, 0.0", "image: 4x3, 1ch, byte"}},
-      {"mixed, image first",
-       concat({gray, contour({0, 1}, {0, 0})}),
-       "mixed[2]",
-       "mixed",
-       1,
-       2,
-       "4x3, 1ch, byte (first)",
-       {"image: 4x3, 1ch, byte", "xld_cont: contour points: 2; length: 1.00"}},
+      {"none", empty_object(), "empty_obj empty_obj 0 0 | "},
+      {"same images", concat({gray, gray}),
+       "images[2] image 1 2 | 4x3, 1ch, byte; image: 4x3, 1ch, byte; image: 4x3, 1ch, byte"},
+      {"images", concat({color, gray, real, color}),
+       "images[4] image 1 4 | 2x5 (first), [1ch, 3ch], [byte, real]; image: 2x5, 3ch, byte; image: 4x3, 1ch, byte; "
+       "image: 4x3, 1ch, real; image: 2x5, 3ch, byte"},
+      {"first domain only", concat({with_domain(gray, 0, 0, 0, 0), gray}),
+       "images[2] image 1 2 | 4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0; "
+       "image: 4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0; image: 4x3, 1ch, byte"},
+      {"regions", concat({rectangle(0, 0, 0, 1), rectangle(2, 2, 2, 2)}),
+       "region[2] region 0 2 | area: 2; center: 0.0, 0.5 (first); region: area: 2; center: 0.0, 0.5; "
+       "region: area: 1; center: 2.0, 2.0"},
+      {"mixed", concat({rectangle(0, 0, 0, 0), gray}),
+       "mixed[2] mixed 0 2 | area: 1; center: 0.0, 0.0 (first); region: area: 1; center: 0.0, 0.0; "
+       "image: 4x3, 1ch, byte"},
+      {"mixed, image first", concat({gray, contour({0, 1}, {0, 0})}),
+       "mixed[2] mixed 1 2 | 4x3, 1ch, byte (first); image: 4x3, 1ch, byte; "
+       "xld_cont: contour points: 2; length: 1.00"},
   };
-  HTuple dict;
-  HalconCpp::CreateDict(&dict);
-  for (const Row& row : table) HalconCpp::SetDictObject(row.object, dict, row.name);
+  const HTuple dict = new_dict();
+  for (const auto& [name, object, expected] : table) HalconCpp::SetDictObject(object, dict, name);
   const TempDir folder;
   save_dict(dict, folder / "tuples.hdict");
   const Reader reader;
   const qv_node* root = reader.dict(folder / "tuples.hdict");
   ASSERT_TRUE(root) << reader.error();
-  for (const Row& row : table) {
-    SCOPED_TRACE(row.name);
-    const qv_node* node = child(root, row.name);
-    EXPECT_EQ(type(node), row.type);
-    EXPECT_EQ(narrow(qv_node_object_class(node)), row.object_class);
-    EXPECT_EQ(qv_node_is_image(node), row.is_image);
-    EXPECT_EQ(qv_node_object_count(node), row.count);
-    EXPECT_EQ(summary(node), row.summary);
-    EXPECT_EQ(details(node), row.lines);
-    EXPECT_EQ(qv_node_detail_entry_count(node), row.count >= 2 ? row.count : 0);
-  }
+  for (const auto& [name, object, expected] : table) EXPECT_EQ(told(child(root, name)), expected) << name;
 }
 
 TEST(ObjectFile, RootsCountTheirObjects) {
@@ -172,10 +108,8 @@ TEST(ObjectFile, NamesOfAnyLanguageOpen) {
       "sub\\deep.pgm"};
   for (const std::string& name : names) {
     SCOPED_TRACE(name);
-    std::string file = folder / name;
-    std::string stored = file;
-    for (char& c : stored)
-      if (c == '\\') c = '/';
+    std::string file = folder / name, stored = file;
+    std::replace(stored.begin(), stored.end(), '\\', '/');
     write(stored, "P5 2 1 255\nab");
     const qv_node* root = reader.objects(file);
     ASSERT_TRUE(root) << reader.error();

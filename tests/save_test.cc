@@ -6,7 +6,7 @@
 
 #include "support/files.h"
 #include "support/host.h"
-#include "support/objects.h"
+#include "support/values.h"
 
 namespace {
 
@@ -31,10 +31,7 @@ class Save : public ::testing::Test {
 
 TEST_F(Save, TheExtensionDecides) {
   const HObject color = ramp(5, 4, 3), line = contour({0, 1.5}, {0, 1});
-  const struct {
-    HObject object;
-    const char *name, *magic, *back;
-  } cases[] = {
+  const std::tuple<HObject, const char*, const char*, const char*> cases[] = {
       {color, "a.HOBJ", "QVHALCON", "5x4, 3ch, byte"},
       {color, "a.PNG", "\x89PNG", "5x4, 3ch, byte"},
       {color, "a.tif", "II", "5x4, 3ch, byte"},
@@ -51,17 +48,17 @@ TEST_F(Save, TheExtensionDecides) {
       {polygon({0, 2}, {0, 2}), "p.DXF", "0\nSECTION", nullptr},
   };
   std::string left_out;
-  for (const auto& expected : cases) {
-    SCOPED_TRACE(expected.name);
-    const std::string file = folder / expected.name;
-    const bool saved = reader.save(open(expected.object), file);
+  for (const auto& [object, name, magic, back] : cases) {
+    SCOPED_TRACE(name);
+    const std::string file = folder / name;
+    const bool saved = reader.save(open(object), file);
     if (reader.error().find("this build writes no") != std::string::npos) {
-      left_out += std::string(" ") + expected.name;
+      left_out += std::string(" ") + name;
       continue;
     }
     EXPECT_TRUE(saved) << reader.error();
-    EXPECT_EQ(read(file).compare(0, std::string(expected.magic).size(), expected.magic), 0) << read(file).substr(0, 12);
-    EXPECT_EQ(expected.back ? reopened(file) : "", expected.back ? expected.back : "");
+    EXPECT_EQ(read(file).compare(0, std::string(magic).size(), magic), 0) << read(file).substr(0, 12);
+    EXPECT_EQ(back ? reopened(file) : "", back ? back : "");
   }
   const std::string pixels = read(folder / "c.pgm");
   EXPECT_EQ(pixels.substr(pixels.size() - 4), std::string("\0\1\2\0", 4));  // 0 outside the domain
@@ -71,10 +68,7 @@ TEST_F(Save, TheExtensionDecides) {
 TEST_F(Save, RefusalsTellAndLeaveTheTargetAlone) {
   write(folder / "old.png", "as it was");
   write(folder / "dir.png/x", "");
-  const struct {
-    HObject object;
-    const char *name, *left;
-  } cases[] = {
+  const std::tuple<HObject, std::string, std::string> cases[] = {
       {rectangle(0, 0, 1, 1), "old.png", "as it was"},  // no image
       {ramp(2, 2, 1, "real"), "old.png", "as it was"},  // no such PNG
       {ramp(2, 2, 5), "n.jpg", ""},
@@ -85,16 +79,15 @@ TEST_F(Save, RefusalsTellAndLeaveTheTargetAlone) {
       {ramp(2, 2), "old.png/below.png", ""},
       {ramp(2, 2), "dir.png", ""},
   };
-  for (const auto& expected : cases) {
-    SCOPED_TRACE(expected.name);
-    EXPECT_FALSE(reader.save(open(expected.object), folder / expected.name));
+  for (const auto& [object, name, left] : cases) {
+    SCOPED_TRACE(name);
+    EXPECT_FALSE(reader.save(open(object), folder / name));
     EXPECT_NE(reader.error(), "");
     EXPECT_EQ(reader.error().find('\n'), std::string::npos);
-    EXPECT_EQ(read(folder / expected.name), expected.left);
+    EXPECT_EQ(read(folder / name), left);
   }
-  std::size_t files = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(native(folder.path()))) ++files;
-  EXPECT_EQ(files, 3u);                                                                 // in.hobj, old.png, dir.png
+  // in.hobj, old.png, dir.png
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(native(folder.path())), {}), 3);
   EXPECT_FALSE(reader.save(reader.objects(folder / "in.hobj"), folder / "root.hobj"));  // a root is no object node
   EXPECT_EQ(reader.error(), "");
 }
@@ -163,9 +156,7 @@ TEST_F(Save, SeveralNodesGoIntoOneObjectFile) {
 }
 
 TEST_F(Save, DictionariesAreConverted) {
-  HTuple dict, inner;
-  HalconCpp::CreateDict(&dict);
-  HalconCpp::SetDictTuple(dict, "list", tuple({1, 2.5, "x"}));
+  const HTuple dict = new_dict({{"list", tuple({1, 2.5, "x"})}});
   HalconCpp::SetDictObject(ramp(2, 2), dict, "picture");
   save_dict(dict, folder / "d.hdict");
   const auto convert = [&](const char* from, const char* to, int32_t lenient) {

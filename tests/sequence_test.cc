@@ -115,29 +115,27 @@ TEST(PathText, FollowsWindowsRules) {
                                                                  {u"\\\\?\\C:\\x", u"\\\\?\\C:"}};
   for (const auto& [path, parent] : parents)
     EXPECT_EQ(parent_path(path), parent) << test::narrow(reinterpret_cast<const qv_char*>(path));
-  const struct {
-    const char16_t *directory, *entry, *joined;
-  } joins[] = {{u"E:/data", u"img01.png", u"E:/data\\img01.png"},
-               {u"", u"img01.png", u"img01.png"},
-               {u"E:/d/", u"sub/img", u"E:/d/sub/img"},
-               {u"E:/d", u"D:/img/a.png", u"D:/img/a.png"},
-               {u"E:/d", u"D:a.png", u"D:a.png"},
-               {u"E:/d", u"e:a.png", u"e:a.png"},
-               {u"E:/d", u"E:a.png", u"E:/d\\a.png"},
-               {u"E:/d", u"/img/a", u"E:/img/a"},
-               {u"/d", u"\\a", u"\\a"},
-               {u"E:", u"a", u"E:a"},
-               {u"\\\\srv", u"a", u"\\\\srv\\a"},
-               {u"\\\\srv\\s", u"\\a", u"\\\\srv\\a"},
-               {u"d", u"\\\\srv\\s\\a", u"\\\\srv\\s\\a"}};
+  const std::tuple<const char16_t*, const char16_t*, const char16_t*> joins[] = {
+      {u"E:/data", u"img01.png", u"E:/data\\img01.png"},
+      {u"", u"img01.png", u"img01.png"},
+      {u"E:/d/", u"sub/img", u"E:/d/sub/img"},
+      {u"E:/d", u"D:/img/a.png", u"D:/img/a.png"},
+      {u"E:/d", u"D:a.png", u"D:a.png"},
+      {u"E:/d", u"e:a.png", u"e:a.png"},
+      {u"E:/d", u"E:a.png", u"E:/d\\a.png"},
+      {u"E:/d", u"/img/a", u"E:/img/a"},
+      {u"/d", u"\\a", u"\\a"},
+      {u"E:", u"a", u"E:a"},
+      {u"\\\\srv", u"a", u"\\\\srv\\a"},
+      {u"\\\\srv\\s", u"\\a", u"\\\\srv\\a"},
+      {u"d", u"\\\\srv\\s\\a", u"\\\\srv\\s\\a"}};
   for (const auto& [directory, entry, joined] : joins) EXPECT_EQ(join_path(directory, entry), joined);
-  const struct {
-    const char16_t *path, *extension, *stem;
-  } names[] = {{u"E:/img/part.a.PNG", u"png", u"part.a"},
-               {u"E:/scans.old/photo", u"old/photo", u"photo"},
-               {u".hobj", u"hobj", u""},
-               {u"plain", u"", u"plain"},
-               {u"a\\b.", u"", u"b"}};
+  const std::tuple<const char16_t*, const char16_t*, const char16_t*> names[] = {
+      {u"E:/img/part.a.PNG", u"png", u"part.a"},
+      {u"E:/scans.old/photo", u"old/photo", u"photo"},
+      {u".hobj", u"hobj", u""},
+      {u"plain", u"", u"plain"},
+      {u"a\\b.", u"", u"b"}};
   for (const auto& [path, extension, stem] : names) {
     EXPECT_EQ(file_extension(path), extension);
     EXPECT_EQ(file_stem(path), stem);

@@ -6,20 +6,16 @@
 #include <cstring>
 #include <optional>
 
-#include "HalconCpp.h"
-#include "HalconCreate.h"
 #include "sections.h"
+#include "support/bytes.h"
+#include "support/values.h"
 #include "table.h"
 
 namespace corpus {
 
 namespace {
 
-using HalconCpp::HException;
-using HalconCpp::HImage;
-using HalconCpp::Hlong;
-using HalconCpp::HObject;
-using HalconCpp::HString;
+using namespace HalconCpp;
 
 struct Picture {
   std::string type;
@@ -27,55 +23,25 @@ struct Picture {
   std::vector<std::vector<double>> channels;
 };
 
-template <class T>
-std::vector<double> values_of(const void* pixels, std::size_t count) {
-  const T* first = static_cast<const T*>(pixels);
-  return {first, first + count};
-}
-
-std::vector<double> values_of(const std::string& type, const void* pixels, std::size_t count) {
-  if (type == "byte") return values_of<std::uint8_t>(pixels, count);
-  if (type == "int1") return values_of<std::int8_t>(pixels, count);
-  if (type == "uint2") return values_of<std::uint16_t>(pixels, count);
-  if (type == "int2") return values_of<std::int16_t>(pixels, count);
-  if (type == "int4") return values_of<std::int32_t>(pixels, count);
-  if (type == "int8") return values_of<std::int64_t>(pixels, count);
-  return values_of<float>(pixels, count);
-}
-
 Picture read(const std::filesystem::path& file) {
-  HObject object;
-  ReadImage(&object, file.string().c_str());
+  const HObject image = test::read_image(file.string().c_str());
   Picture picture;
-  const Hlong count = HImage(object).CountChannels()[0].L();
-  for (Hlong i = 1; i <= count; ++i) {
-    HObject channel;
-    AccessChannel(object, &channel, i);
-    HString type;
-    const void* pixels = HImage(channel).GetImagePointer1(&type, &picture.width, &picture.height);
-    picture.type = type.Text();
-    picture.channels.push_back(
-        values_of(picture.type, pixels, static_cast<std::size_t>(picture.width * picture.height)));
+  for (Hlong i = 1; i <= HImage(image).CountChannels()[0].L(); ++i) {
+    const test::Plane plane = test::plane(image, i);
+    picture.type = plane.type, picture.width = plane.width, picture.height = plane.height;
+    picture.channels.push_back(plane.reals());
   }
   return picture;
 }
 
 // Of all samples row by row, interleaved: 8 bits as bytes, 16 bits big-endian.
 std::string checksum(const Picture& picture) {
-  const bool wide = picture.type == "uint2" || picture.type == "int2";
-  std::uint32_t crc = ~0U;
-  const auto add = [&](unsigned byte) {
-    crc ^= byte;
-    for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320U : 0U);
-  };
+  const int width = picture.type == "uint2" || picture.type == "int2" ? 2 : 1;
+  std::string samples;
   for (std::size_t i = 0; i < picture.channels[0].size(); ++i)
-    for (const auto& channel : picture.channels) {
-      const auto value = static_cast<unsigned>(static_cast<std::int64_t>(channel[i]));
-      if (wide) add(value >> 8 & 255);
-      add(value & 255);
-    }
+    for (const auto& channel : picture.channels) samples += test::be({static_cast<std::int64_t>(channel[i])}, width);
   char text[9];
-  std::snprintf(text, sizeof text, "%08x", ~crc);
+  std::snprintf(text, sizeof text, "%08x", test::crc32(samples));
   return text;
 }
 
@@ -192,33 +158,24 @@ class Expectation {
   std::filesystem::path corpus_;
 };
 
-// An all-gray palette is read as one channel: for comparison it becomes the three that are stored.
-bool unfold_gray(const Expectation& expected, Picture& picture) {
-  if (!expected.may_have_palette() || expected.channels() != 3 || picture.channels.size() != 1) return false;
-  picture.channels.assign(3, picture.channels[0]);
-  return true;
-}
-
 void check_opened(const Expectation& expected, Picture picture, Report& report) {
   if (expected.has_no_pixel_type())
     return report.disagree(expected.path(), "a refusal of its sample format", "a picture");
-  const bool gray = unfold_gray(expected, picture);
+  // An all-gray palette is read as one channel: for comparison it becomes the three that are stored.
+  const bool gray = expected.may_have_palette() && expected.channels() == 3 && picture.channels.size() == 1;
+  if (gray) picture.channels.assign(3, picture.channels[0]);
   if (const auto difference = expected.difference(picture)) {
     if (expected.agrees_with_reference(picture)) return report.by_design("as its reference picture, not as the table");
     return report.disagree(expected.path(), difference->first, difference->second);
   }
-  if (expected.has_indices())
-    report.by_design("palette applied, not as the table");
-  else if (gray)
-    report.by_design("gray palette as one channel");
-  else if (expected.is_cmyk())
-    report.by_design("CMYK as RGB");
-  else if (expected.is_ycc())
-    report.by_design("YCbCr as RGB");
-  else if (expected.is_lab())
-    report.by_design("Lab as RGB");
-  else
-    report.agree();
+  const std::pair<bool, const char*> designs[] = {{expected.has_indices(), "palette applied, not as the table"},
+                                                  {gray, "gray palette as one channel"},
+                                                  {expected.is_cmyk(), "CMYK as RGB"},
+                                                  {expected.is_ycc(), "YCbCr as RGB"},
+                                                  {expected.is_lab(), "Lab as RGB"}};
+  for (const auto& [holds, reason] : designs)
+    if (holds) return report.by_design(reason);
+  report.agree();
 }
 
 void check_refused(const Expectation& expected, const std::string& message, Report& report) {

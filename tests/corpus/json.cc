@@ -10,11 +10,6 @@ namespace {
 
 using namespace test;
 
-std::string utf8(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
-
 // Writes the document again and compares the trees; empty when they are equal.
 std::string read_back(const Reader& reader, const std::string& file, const std::string& copy) {
   const std::string tree = dump(reader.dict(file));

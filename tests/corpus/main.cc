@@ -36,17 +36,18 @@ constexpr struct {
 };
 
 int run(const std::filesystem::path& folder, const char* const* chosen, int count) {
-  for (int i = 0; i < count; ++i) {
-    const auto is_chosen = [&](const auto& section) { return std::string(section.name) == chosen[i]; };
-    if (std::none_of(std::begin(sections), std::end(sections), is_chosen)) {
+  const auto is_chosen = [&](const std::string& name) {
+    return std::find(chosen, chosen + count, name) != chosen + count;
+  };
+  for (int i = 0; i < count; ++i)
+    if (std::none_of(std::begin(sections), std::end(sections),
+                     [&](auto& each) { return chosen[i] == std::string(each.name); })) {
       std::fprintf(stderr, "qv_corpus: there is no section '%s'\n", chosen[i]);
       return 2;
     }
-  }
   bool clean = true;
   for (const auto& section : sections) {
-    const auto names_it = [&](const char* name) { return std::string(section.name) == name; };
-    if (count > 0 && std::none_of(chosen, chosen + count, names_it)) continue;
+    if (count > 0 && !is_chosen(section.name)) continue;
     Report report(section.name);
     section.check(folder, report);
     report.print_summary();

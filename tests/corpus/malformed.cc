@@ -10,11 +10,6 @@ namespace {
 
 using namespace test;
 
-std::string utf8(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
-
 // What is wrong with the answer; empty when nothing is.
 std::string fault(const Reader& reader, const qv_node* root) {
   const std::string error = reader.error();

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "HalconCpp.h"
 #include "sections.h"
+#include "support/values.h"
 #include "table.h"
 
 namespace corpus {
@@ -63,9 +63,7 @@ void check(const Row& row, const HTuple& model, Report& report) {
 void check_models3d(const std::filesystem::path& corpus, Report& report) {
   for (const Row& row : read_table(corpus / "models3d" / "expected.tsv")) {
     try {
-      HTuple model, status;
-      ReadObjectModel3d((corpus / row.at("path")).string().c_str(), "m", HTuple(), HTuple(), &model, &status);
-      check(row, model, report);
+      check(row, test::read_model3d((corpus / row.at("path")).string()), report);
     } catch (const HalconCpp::HException& failure) {
       report.disagree(row.at("path"), "a model", failure.ErrorMessage().Text());
     }

@@ -1,8 +1,8 @@
 #include <map>
 #include <utility>
 
-#include "HalconCpp.h"
 #include "sections.h"
+#include "support/values.h"
 #include "table.h"
 
 namespace corpus {
@@ -24,12 +24,11 @@ HTuple keys(const HTuple& handle) {
   return names;
 }
 
-// Elements with `separator` between them.
-std::string text_of(const HTuple& tuple, const char* separator = ",") {
+std::string text_of(const HTuple& tuple) {
   std::string text;
   for (Hlong i = 0; i < tuple.Length(); ++i) {
     const bool is_text = HTuple(tuple[i]).TupleIsStringElem()[0].L() != 0;
-    text += (i > 0 ? separator : "") + (is_text ? std::string(tuple[i].S().Text()) : std::to_string(tuple[i].L()));
+    text += (i > 0 ? "," : "") + (is_text ? std::string(tuple[i].S().Text()) : std::to_string(tuple[i].L()));
   }
   return text;
 }
@@ -50,10 +49,7 @@ std::string values_of(const HTuple& dicts) {
   for (Hlong i = 0; i < dicts.Length(); ++i) {
     const std::string type = text_of(get(dicts[i], "element_type"));
     text += (i > 0 ? " " : "") + text_of(get(dicts[i], "name")) + ":";
-    if (type.starts_with("sequence("))
-      text += "sequence_type";
-    else
-      text += type + "[" + text_of(get(dicts[i], "shape")) + "]";
+    text += type.starts_with("sequence(") ? "sequence_type" : type + "[" + text_of(get(dicts[i], "shape")) + "]";
   }
   return text;
 }
@@ -85,9 +81,7 @@ void check(const Row& row, const HTuple& model, Report& report) {
 void check_onnx(const std::filesystem::path& corpus, Report& report) {
   for (const Row& row : read_table(corpus / "onnx" / "expected.tsv")) {
     try {
-      HalconCpp::HDlModel model;
-      model.ReadDlModel((corpus / row.at("path")).string().c_str());
-      check(row, HTuple(model), report);
+      check(row, test::read_dl_model((corpus / row.at("path")).string()), report);
     } catch (const HalconCpp::HException& failure) {
       report.disagree(row.at("path"), "a model", failure.ErrorMessage().Text());
     }

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 fs::path native(std::string_view utf8) { return fs::path(std::u8string(utf8.begin(), utf8.end())); }
 
-static std::string utf8(const fs::path& path) {
+std::string utf8(const fs::path& path) {
   const std::u8string text = path.generic_u8string();
   return {text.begin(), text.end()};
 }

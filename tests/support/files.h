@@ -25,6 +25,7 @@ class TempDir {
 };
 
 std::filesystem::path native(std::string_view utf8);
+std::string utf8(const std::filesystem::path& path);
 void write(std::string_view path, std::string_view content);
 std::string read(std::string_view path);
 

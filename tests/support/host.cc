@@ -7,17 +7,10 @@ namespace test {
 namespace {
 
 void append_utf8(std::string& out, char32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 0x3F))};
-  } else if (c < 0x10000) {
-    out += {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | (c >> 6 & 0x3F)),
-            static_cast<char>(0x80 | (c & 0x3F))};
-  } else {
-    out += {static_cast<char>(0xF0 | c >> 18), static_cast<char>(0x80 | (c >> 12 & 0x3F)),
-            static_cast<char>(0x80 | (c >> 6 & 0x3F)), static_cast<char>(0x80 | (c & 0x3F))};
-  }
+  const int more = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+  constexpr char32_t marks[] = {0, 0xC0, 0xE0, 0xF0};
+  out += static_cast<char>(marks[more] | c >> 6 * more);
+  for (int i = more; i-- > 0;) out += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
 }
 
 void dump_values(std::ostringstream& out, const qv_node* node) {

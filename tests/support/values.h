@@ -1,0 +1,70 @@
+// What the class interface answers, as values and texts that tests compare.
+#ifndef QUOVEL_TESTS_SUPPORT_VALUES_H
+#define QUOVEL_TESTS_SUPPORT_VALUES_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/objects.h"
+
+namespace test {
+
+using HalconCpp::HHandle;
+using HalconCpp::Hlong;
+
+// The message of the failure; empty when there is none.
+template <class Call>
+std::string failure(Call&& call) {
+  try {
+    call();
+    return {};
+  } catch (const HalconCpp::HException& exception) {
+    return exception.ErrorMessage().Text();
+  }
+}
+
+HTuple new_dict(std::initializer_list<std::pair<HTuple, HTuple>> entries = {});
+HTuple new_matrix(const HTuple& rows, const HTuple& columns, const HTuple& values);
+HTuple new_dl_model(const HTuple& dict);
+HTuple read_dict(const std::string& path);
+HTuple read_model3d(const std::string& path);
+HTuple read_dl_model(const std::string& path);
+HObject read_objects(const std::string& path);
+HObject read_image(const HTuple& path);
+
+// One channel of an image.
+struct Plane {
+  std::string type;
+  Hlong width = 0, height = 0;
+  const void* first = nullptr;
+
+  // The pixels, whatever their type.
+  std::vector<std::int64_t> integers() const;
+  std::vector<double> reals() const;
+};
+Plane plane(const HObject& image, Hlong channel = 1);
+// The planes of one size and type as the channels of an image.
+HObject composed(const std::vector<HObject>& planes);
+// One row, unless a width is given.
+template <class T>
+HObject image_of(const char* type, const std::vector<T>& pixels, Hlong width = 0) {
+  HObject image;
+  const auto count = static_cast<Hlong>(pixels.size());
+  if (width == 0) width = count;
+  GenImage1(&image, type, width, count / width, pixels.data());
+  return image;
+}
+
+// "2x1 byte | 1 2 | 3 4" is an image of two columns, one row and two channels.
+std::string pixels(const HObject& image);
+// The pixels of an image file, or why it is refused.
+std::string opened(const HTuple& path);
+
+// Values to the last bit, with all they hold: {'key':1,2.5:(1,'x',-0.)}; objects by class with pixels, runs or points.
+std::string shown(const HTuple& tuple);
+std::string shown(const HObject& objects);
+
+}  // namespace test
+
+#endif
