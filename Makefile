@@ -58,6 +58,7 @@ test-windows: ready-windows ## run all tests of the Windows build under Wine
 package: packages-package ready-release ## make a Debian package and, where there is a Windows build, a zip of it
 	@cd build/release && cpack
 	@[ ! -e build/windows/bin/quovel_adapter_2411.dll ] || { cd build/windows && cpack; }
+	@tools/check-packages build/packages
 
 docs: packages-docs ## make pages from the host header, and check the manual page
 	@mkdir -p build/docs && doxygen docs/Doxyfile && echo "build/docs/html/index.html"

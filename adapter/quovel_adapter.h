@@ -17,7 +17,8 @@
  *   - the last-error text: until the next call on the same Reader that can fail;
  *   - the full value text: until the next qv_node_full_value_text on the same Reader, or until it is destroyed.
  * Buffers that qv_extract_* hands out belong to the host, outlive the Reader, and go back through qv_free_buffer.
- * Strings and arrays that the host passes in are copied before a call returns.
+ * Strings and arrays that the host passes in are copied before a call returns. In a path, half of a surrogate pair
+ * becomes U+FFFD.
  *
  * Errors. A call that fails returns the failure value named with it: null, 0 or -1. Given a null pointer where one is
  * needed, it does nothing else. Otherwise it has first cleared the Reader's last-error text, and qv_reader_last_error
@@ -25,7 +26,8 @@
  * memory does. Buffer outputs are null after a failure, all other outputs are as they were. No C++ exception leaves the
  * library.
  *
- * Threads. The library makes no threads of its own; HALCON may use some within a call. A Reader is used by one thread
+ * Threads. The library makes no threads of its own; HALCON, and its built-in stand-in for long lists of images, may
+ * use some within a call. A Reader is used by one thread
  * at a time; different Readers may be used at once. A finished tree may be read by several threads while nobody parses
  * on or destroys its Reader.
  *

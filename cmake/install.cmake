@@ -55,7 +55,8 @@ install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LI
 
 # Documents. Whoever hands out a build hands out the notices of what is compiled into it.
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/quovel-adapter-2411)
-install(FILES README.md CHANGELOG.md LICENSE NOTICES.md DESTINATION ${documents})
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE NOTICES.md DESTINATION ${documents})
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 if(WIN32)
   install(DIRECTORY $<TARGET_FILE_DIR:${package}>/notices DESTINATION ${documents} OPTIONAL)
 endif()
@@ -63,7 +64,8 @@ endif()
 # ---- Packages
 set(CPACK_PACKAGE_NAME quovel-adapter-2411)
 set(CPACK_PACKAGE_VENDOR "the Quovel authors")
-set(CPACK_PACKAGE_CONTACT "the Quovel authors <quovel@localhost>")
+# A Debian package must name an address; whoever hands one out sets their own.
+set(CPACK_PACKAGE_CONTACT "the Quovel authors <maintainers@quovel.invalid>" CACHE STRING "Who answers for the package")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Opens HALCON data files and shows each as a tree")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)

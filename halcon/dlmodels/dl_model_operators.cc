@@ -13,7 +13,7 @@ namespace detail {
 
 #if !HALCONCPP_HAVE_ONNX
 HHandle read_onnx(std::span<const std::byte>) {
-  refuse("this build reads no ONNX models; it has to be configured with -DHALCON_ONNX=ON and needs libonnx");
+  refuse("this build reads no ONNX files (built without libonnx)");
 }
 #endif
 
