@@ -12,9 +12,7 @@ namespace HalconCpp {
 namespace detail {
 
 #if !HALCONCPP_HAVE_ONNX
-HHandle read_onnx(std::span<const std::byte>) {
-  refuse("this build reads no ONNX files (built without libonnx)");
-}
+HHandle read_onnx(std::span<const std::byte>) { refuse("this build reads no ONNX files (built without libonnx)"); }
 #endif
 
 namespace {
