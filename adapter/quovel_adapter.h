@@ -23,13 +23,12 @@
  * Errors. A call that fails returns the failure value named with it: null, 0 or -1. Given a null pointer where one is
  * needed, it does nothing else. Otherwise it has first cleared the Reader's last-error text, and qv_reader_last_error
  * then tells the reason in one line; some failures, named with the call, leave that text empty, as running out of
- * memory does. Buffer outputs are null after a failure, all other outputs are as they were. No C++ exception leaves the
- * library.
+ * memory outside of HALCON does. Buffer outputs are null after a failure, all other outputs are as they were. No C++
+ * exception leaves the library.
  *
  * Threads. The library makes no threads of its own; HALCON, and its built-in stand-in for long lists of images, may
- * use some within a call. A Reader is used by one thread
- * at a time; different Readers may be used at once. A finished tree may be read by several threads while nobody parses
- * on or destroys its Reader.
+ * use some within a call. A Reader is used by one thread at a time; different Readers may be used at once. A finished
+ * tree may be read by several threads while nobody parses on or destroys its Reader.
  *
  * Units. Indices count from 0. Coordinates are in pixels, row before column; (0, 0) is the middle of the upper left
  * pixel.

@@ -14,12 +14,11 @@ bool begins_with_drive(std::u16string_view path) {
   return letter >= u'a' && letter <= u'z';
 }
 
-// "\\?", "\\." and "\??" when one separator follows.
+// "\\?" and "\\." when one separator follows.
 bool begins_with_device(std::u16string_view path) {
-  if (path.size() < 4 || !is_separator(path[0]) || !is_separator(path[3])) return false;
+  if (path.size() < 4 || !is_separator(path[0]) || !is_separator(path[1]) || !is_separator(path[3])) return false;
   if (path.size() > 4 && is_separator(path[4])) return false;
-  if (is_separator(path[1])) return path[2] == u'?' || path[2] == u'.';
-  return path[1] == u'?' && path[2] == u'?';
+  return path[2] == u'?' || path[2] == u'.';
 }
 
 std::size_t root_name_length(std::u16string_view path) {

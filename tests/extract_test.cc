@@ -72,6 +72,38 @@ TEST_F(Extract, LayoutsByChannelsAndDomain) {
   }
 }
 
+// Fails each call of one operator.
+class Failing : public HalconCpp::CallWatcher {
+ public:
+  explicit Failing(std::string operation) : operation_(std::move(operation)) { HalconCpp::WatchCalls(this); }
+  ~Failing() override { HalconCpp::WatchCalls(nullptr); }
+  void called(const char* operation) override {
+    if (operation != operation_) return;
+    met = true;
+    HalconCpp::ThrowHException("made to fail");
+  }
+  bool met = false;
+
+ private:
+  const std::string operation_;
+};
+
+TEST_F(Extract, FailuresHaveATextUntilThePixelStage) {
+  const qv_node* node = open(with_domain(ramp(2, 1, 3, "uint2"), 0, 0, 0, 0));
+  for (const char* with_text : {"SelectObj", "ConvertImageType", "ScaleImageMax"}) {
+    const Failing failing(with_text);
+    EXPECT_EQ(extract(reader, node), "");
+    EXPECT_TRUE(failing.met) << with_text;
+    EXPECT_NE(reader.error().find("made to fail"), std::string::npos) << with_text;
+  }
+  for (const char* without : {"CountChannels", "RegionToBin", "InterleaveChannels"}) {
+    const Failing failing(without);
+    EXPECT_EQ(extract(reader, node), "");
+    EXPECT_TRUE(failing.met) << without;
+    EXPECT_EQ(reader.error(), "") << without;
+  }
+}
+
 TEST_F(Extract, MixedTuplesAnswerByObject) {
   const qv_node* node = open_tuple(concat({ramp(2, 1), rectangle(0, 0, 0, 0), ramp(1, 1)}));
   EXPECT_EQ(extract(reader, node, 2), "1x1/1 format 0: 0");

@@ -151,7 +151,6 @@ Scenario Scenarios::on_node(const char* file, int32_t position,
                       return Outcome{result < 1, opener.error(), std::to_string(result)};
                     },
                     {}};
-  scenario.may_lack_text = true;
   return scenario;
 }
 
@@ -175,7 +174,10 @@ std::vector<Scenario> Scenarios::opening() {
 std::vector<Scenario> Scenarios::extracting() {
   std::vector<Scenario> all;
   for (int32_t position = 0; position < 4; ++position)
-    for (const auto call : {extract_image, count_channels}) all.push_back(on_node("images.hobj", position, call));
+    for (const auto call : {extract_image, count_channels}) {
+      all.push_back(on_node("images.hobj", position, call));
+      all.back().may_lack_text = call == extract_image;  // which stage has a text: see the tests of extraction
+    }
   all.push_back(on_node("all.hobj", 2, extract_runs));
   all.push_back(on_node("all.hobj", 3, extract_contour));
   all.push_back(on_node("all.hobj", 4, extract_polygon));
