@@ -1,10 +1,12 @@
 // qv_inspect: shows what is in HALCON data files, through the library's exported interface alone.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "arguments.h"
@@ -177,7 +179,8 @@ int run(const Arguments& arguments) {
 int main(int argc, char** argv) try {
   quovel::prepare_terminal();
   CLI::App app(
-      "Shows what is in HALCON data files: images, objects, sequences, dictionaries, 3D and deep-learning models.",
+      "Shows what is in HALCON data files: images, objects, sequences, dictionaries, 3D models and\n"
+      "deep-learning models.",
       "qv_inspect");
   Arguments arguments;
   describe(app, arguments);
@@ -185,7 +188,9 @@ int main(int argc, char** argv) try {
       "--version", [] { return "qv_inspect " QV_INSPECT_VERSION ", HALCON " + to_utf8(qv_adapter_halcon_version()); });
   try {
     std::vector<std::string> given = quovel::command_line(argc, argv);
-    app.parse(std::vector<std::string>(given.rbegin(), given.rend() - 1));  // CLI11 takes them last first
+    if (!given.empty()) given.erase(given.begin());  // the program's name
+    std::reverse(given.begin(), given.end());        // CLI11 takes them last first
+    app.parse(std::move(given));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return finish(app.exit(error));  // --help, --version
     return report(error.what(), exit_misuse, "Try 'qv_inspect --help'.\n");
