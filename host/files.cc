@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/console.h"
 #include "session.h"
 
 namespace host {
@@ -59,11 +60,13 @@ std::string file_name(const std::string& path) { return path.substr(path.find_la
 
 std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
   std::vector<InputFile> files;
-  for (const std::string& name : names) {
-    std::error_code unknown;
-    const bool is_folder = fs::is_directory(from_utf8(name), unknown);
-    const std::vector<InputFile> behind = is_folder ? files_below(name) : std::vector<InputFile>{{name, {}}};
-    files.insert(files.end(), behind.begin(), behind.end());
+  for (const std::string& given : names) {
+    for (const std::string& name : quovel::expand_wildcards(given)) {
+      std::error_code unknown;
+      const bool is_folder = fs::is_directory(from_utf8(name), unknown);
+      const std::vector<InputFile> behind = is_folder ? files_below(name) : std::vector<InputFile>{{name, {}}};
+      files.insert(files.end(), behind.begin(), behind.end());
+    }
   }
   return files;
 }
