@@ -1,13 +1,38 @@
 #include "arguments.h"
 
+#include <charconv>
+#include <functional>
+#include <limits>
 #include <memory>
+#include <string>
 
 namespace host {
 
 namespace {
 
 constexpr const char* showing = "What to show";
+constexpr const char* reading = "Reading";
+constexpr const char* of_json = "Reading JSON files; of other files they change nothing";
 constexpr const char* acting = "Instead of printing the tree; all but --json and --list take one file";
+
+// What is wrong with a value, or the empty text.
+using Check = std::function<std::string(const std::string&)>;
+
+// As an unset variable of a shell gives.
+std::string not_empty(const std::string& value) { return value.empty() ? "the value is empty" : ""; }
+
+std::string is_number(const std::string& value) {
+  int number = 0;
+  const char* const end = value.data() + value.size();
+  const auto [stop, error] = std::from_chars(value.data(), end, number);
+  if (error == std::errc() && stop == end && number >= 0) return {};
+  return "'" + value + "' is no whole number from 0 to " + std::to_string(std::numeric_limits<int>::max());
+}
+
+std::string is_dictionary_file(const std::string& value) {
+  if (value.empty() || kind_of_file(value) == FileKind::Dict) return not_empty(value);
+  return "'" + value + "' ends neither in .json nor in .hdict";
+}
 
 // Help in which an option shows what it takes and nothing about how it is checked.
 class PlainFormatter : public CLI::Formatter {
@@ -33,31 +58,31 @@ void describe_reading(CLI::App& app, Arguments& arguments) {
       {"--json-null", QV_JSON_VALUE_NULL, "What JSON's null becomes"},
       {"--json-arrays", QV_CONVERT_JSON_ARRAYS_TO, "What JSON's arrays become: tuple or dict"},
   };
-  app.add_option("--kind", arguments.kind, "What the files are: auto (by extension), object, dict, model3d, dlmodel")
+  app.add_option("--kind", arguments.kind, "The files' kind: auto (by extension), object, dict, model3d, dlmodel")
       ->check(CLI::IsMember({"auto", "object", "dict", "model3d", "dlmodel"}))
       ->type_name("KIND")
-      ->group("Reading");
-  for (const auto& option : options)
-    app.add_option_function<std::string>(
-           option.name,
-           [&arguments, key = option.key](const std::string& value) { arguments.reading_options[key] = value; },
-           option.help)
-        ->type_name("VALUE")
-        ->excludes("--convert")  // which copies values as they stand
-        ->group("Reading");
+      ->group(reading);
+  for (const auto& option : options) {
+    const auto keep = [&arguments, key = option.key](const std::string& value) {
+      arguments.reading_options[key] = value;
+    };
+    CLI::Option* const added = app.add_option_function<std::string>(option.name, keep, option.help);
+    if (option.key == QV_CONVERT_JSON_ARRAYS_TO) added->check(CLI::IsMember({"tuple", "dict"}));
+    added->type_name("VALUE")->excludes("--convert")->group(of_json);  // converting copies values as they stand
+  }
 }
 
 std::vector<CLI::Option*> describe_showing(CLI::App& app, Arguments& arguments) {
   app.add_option("--depth", arguments.depth, "Levels to show below the root")
-      ->check(CLI::NonNegativeNumber)
+      ->check(Check(is_number))
       ->type_name("N")
       ->group(showing);
   app.add_flag("--details", arguments.details, "Show the detail lines: every object of a tuple, every row of a matrix")
       ->group(showing);
   return {
       app.add_option("--filter", arguments.wanted.filter,
-                     "Only nodes with TEXT in the label, a type that begins with it, or that kind: dict, array, value, "
-                     "object")
+                     "Only nodes with TEXT in the label, a type that begins with it,\n"
+                     "or that kind: dict, array, value, object")
           ->type_name("TEXT")
           ->group(showing),
       app.add_option("--grep", arguments.wanted.grep, "Only nodes with TEXT in their values or detail lines")
@@ -70,19 +95,24 @@ std::vector<CLI::Option*> describe_showing(CLI::App& app, Arguments& arguments) 
 std::vector<CLI::Option*> describe_actions(CLI::App& app, Arguments& arguments) {
   return {
       app.add_option("--html", arguments.html, "Write OUT, one page for a browser: the tree and every object drawn")
+          ->check(Check(not_empty))
           ->type_name("OUT"),
       app.add_option("--value", arguments.value_place, "Print all values of the node at PLACE, for example /parts/2")
+          ->check(Check(not_empty))
           ->type_name("PLACE"),
       app.add_option("--extract", arguments.extract,
-                     "Draw the object at PLACE into OUT: an image as .png, geometry as .csv or .svg")
+                     "Draw the object at PLACE into OUT: an image as .png,\ngeometry as .csv or .svg")
+          ->check(Check(not_empty))
           ->type_name("PLACE OUT")
           ->expected(2),
       app.add_option("--save", arguments.save,
-                     "Write the objects at one PLACE to OUT (.hobj, .dxf, .png, .tif, ...), or those at several to one "
-                     "object file")
+                     "Write the objects at one PLACE to OUT (.hobj, .dxf, .png, .tif, ...),\n"
+                     "or those at several to one object file")
+          ->check(Check(not_empty))
           ->type_name("PLACE... OUT")
           ->expected(2, 1 << 20),
       app.add_option("--convert", arguments.convert, "Write the dictionary file as OUT (.json, .hdict)")
+          ->check(Check(is_dictionary_file))
           ->type_name("OUT"),
   };
 }
@@ -117,7 +147,7 @@ void describe(CLI::App& app, Arguments& arguments) {
   exclude_one_another(actions, actions);
   for (CLI::Option* action : actions) action->group(acting);
   app.add_option("--object", arguments.object, "With --extract: which object of a tuple, from 0")
-      ->check(CLI::NonNegativeNumber)
+      ->check(Check(is_number))
       ->type_name("N")
       ->needs("--extract")
       ->group(acting);
@@ -126,7 +156,9 @@ void describe(CLI::App& app, Arguments& arguments) {
       ->group(acting);
   describe_reading(app, arguments);
   app.allow_windows_style_options(false);  // "/0" is a place, and on other systems a path
-  app.footer("Exit codes: 0 done, 1 a file could not be opened or written, or nothing was found, 2 wrong arguments.");
+  app.footer(
+      "All texts are UTF-8, the names of files and PLACE among them.\n"
+      "Exit codes: 0 done; 1 a file could not be opened or written, or nothing was found; 2 wrong\narguments.");
 }
 
 }  // namespace host

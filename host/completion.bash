@@ -47,7 +47,13 @@ _qv_inspect() {
     *)
       if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
-      else
+        return
+      fi
+      # What follows --save is more places or the output.
+      local i=$((COMP_CWORD - 1))
+      while ((i > 0)) && [[ ${COMP_WORDS[i]} != -* ]]; do i=$((i - 1)); done
+      [[ ${COMP_WORDS[i]} == --save ]] && _qv_inspect_places "$word"
+      if ! ((${#COMPREPLY[@]})); then
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
       fi

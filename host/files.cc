@@ -6,7 +6,9 @@
 #include <fstream>
 #include <random>
 #include <system_error>
+#include <utility>
 
+#include "platform/console.h"
 #include "session.h"
 
 namespace host {
@@ -21,20 +23,34 @@ std::string to_utf8(const fs::path& path) {
   return {text.begin(), text.end()};
 }
 
-std::vector<std::string> files_below(const std::string& folder) {
-  std::vector<std::string> files;
+// Adds the files in a folder to `files`, and its folders, where links do not count, to `folders`.
+void read_folder(const std::string& folder, std::vector<InputFile>& files, std::vector<std::string>& folders) {
   std::error_code error;
-  fs::recursive_directory_iterator entry(from_utf8(folder), fs::directory_options::skip_permission_denied, error), end;
+  fs::directory_iterator entry(from_utf8(folder), error), end;
   for (; !error && entry != end; entry.increment(error)) {
-    const bool hidden = to_utf8(entry->path().filename()).starts_with('.');
-    if (hidden) entry.disable_recursion_pending();
-    std::error_code unknown;
     const std::string path = to_utf8(entry->path());
-    if (!hidden && has_known_extension(path) && entry->is_regular_file(unknown)) files.push_back(path);
+    if (file_name(path).starts_with('.')) continue;
+    std::error_code unknown;
+    if (entry->is_directory(unknown)) {
+      if (!entry->is_symlink(unknown)) folders.push_back(path);
+    } else if (has_known_extension(path)) {
+      const bool is_file = entry->is_regular_file(unknown);
+      if (is_file || unknown) files.push_back({path, {}});  // to open a broken link tells what is wrong with it
+    }
   }
-  if (error) throw Failure("'" + folder + "' could not be read: " + error.message());
-  if (files.empty()) throw Failure("'" + folder + "' is a folder without files of a known extension");
-  std::sort(files.begin(), files.end());
+  if (error) files.push_back({folder, "'" + folder + "' could not be read: " + error.message()});
+}
+
+std::vector<InputFile> files_below(const std::string& folder) {
+  std::vector<InputFile> files;
+  std::vector<std::string> folders{folder};
+  while (!folders.empty()) {
+    const std::string next = std::move(folders.back());
+    folders.pop_back();
+    read_folder(next, files, folders);
+  }
+  if (files.empty()) return {{folder, "'" + folder + "' is a folder without files of a known extension"}};
+  std::sort(files.begin(), files.end(), [](const InputFile& a, const InputFile& b) { return a.path < b.path; });
   return files;
 }
 
@@ -42,15 +58,14 @@ std::vector<std::string> files_below(const std::string& folder) {
 
 std::string file_name(const std::string& path) { return path.substr(path.find_last_of("/\\") + 1); }
 
-std::vector<std::string> files_behind(const std::vector<std::string>& names) {
-  std::vector<std::string> files;
-  for (const std::string& name : names) {
-    std::error_code unknown;
-    if (!fs::is_directory(from_utf8(name), unknown)) {
-      files.push_back(name);
-    } else {
-      const std::vector<std::string> below = files_below(name);
-      files.insert(files.end(), below.begin(), below.end());
+std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
+  std::vector<InputFile> files;
+  for (const std::string& given : names) {
+    for (const std::string& name : quovel::expand_wildcards(given)) {
+      std::error_code unknown;
+      const bool is_folder = fs::is_directory(from_utf8(name), unknown);
+      const std::vector<InputFile> behind = is_folder ? files_below(name) : std::vector<InputFile>{{name, {}}};
+      files.insert(files.end(), behind.begin(), behind.end());
     }
   }
   return files;

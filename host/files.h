@@ -9,9 +9,15 @@ namespace host {
 
 std::string file_name(const std::string& path);
 
-// The files as they are named; for a folder those below it that the library reads, by extension, sorted by name. What
-// begins with a dot is left out there. Throws Failure for a folder without such files and one that cannot be read.
-std::vector<std::string> files_behind(const std::vector<std::string>& names);
+struct InputFile {
+  std::string path;
+  std::string error;  // why it cannot be opened, where that is known before; otherwise empty
+};
+
+// The files as they are named, wildcards expanded where no shell does so; for a folder those below it that the library
+// reads, by extension, sorted by name. What begins with a dot is left out there. A folder without such files, and one
+// that cannot be read, is a file with an error.
+std::vector<InputFile> files_behind(const std::vector<std::string>& names);
 
 // Writes a whole file; throws Failure with the system's reason, and then a regular file of that name is as it was.
 void write_file(const std::string& path, const std::string& content);

@@ -1,10 +1,12 @@
 // qv_inspect: shows what is in HALCON data files, through the library's exported interface alone.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "arguments.h"
@@ -115,11 +117,13 @@ std::string summary(const Counts& counts, const Wanted& wanted) {
   return text;
 }
 
-void show_file(const Arguments& arguments, const std::string& file, Counts& counts) {
+void show_file(const Arguments& arguments, const InputFile& input, Counts& counts) {
+  const std::string& file = input.path;
   Session session;
   const TreeStyle style{output_has_colour(), arguments.details, arguments.depth};
   const bool several = counts.files > 1;
   const std::string number = std::to_string(++counts.tried) + " of " + std::to_string(counts.files) + ": ";
+  if (!input.error.empty()) throw Failure(input.error);
   std::optional<Progress> progress(std::in_place, (several ? number : "Reading ") + file_name(file), counts.begin);
   const qv_node* root = open_file(session, arguments, file);
   const Selection selection(session, root, arguments.wanted);
@@ -133,15 +137,15 @@ void show_file(const Arguments& arguments, const std::string& file, Counts& coun
   print_tree(stdout, root, several ? file : file_name(file), style, selection);
 }
 
-int show_files(const Arguments& arguments, const std::vector<std::string>& files) {
+int show_files(const Arguments& arguments, const std::vector<InputFile>& files) {
   Counts counts;
   counts.files = files.size();
-  for (const std::string& file : files) {
+  for (const InputFile& file : files) {
     try {
       show_file(arguments, file, counts);
     } catch (const Failure& failure) {
       ++counts.failed;
-      if (arguments.json) print_json_error(stdout, file, failure.what());
+      if (arguments.json) print_json_error(stdout, file.path, failure.what());
       report(failure.what(), exit_failure);
     }
   }
@@ -159,12 +163,13 @@ int finish(int code) {
 }
 
 int run(const Arguments& arguments) {
-  const std::vector<std::string> files = files_behind(arguments.files);
+  const std::vector<InputFile> files = files_behind(arguments.files);
   const char* const option = arguments.one_file_option();
   if (!option) return show_files(arguments, files);
   if (files.size() != 1)
     return report(std::string(option) + " takes one file, not " + std::to_string(files.size()), exit_misuse);
-  const std::string told = act_on_file(arguments, files[0]);
+  if (!files[0].error.empty()) throw Failure(files[0].error);
+  const std::string told = act_on_file(arguments, files[0].path);
   std::fwrite(told.data(), 1, told.size(), stdout);
   return 0;
 }
@@ -174,7 +179,8 @@ int run(const Arguments& arguments) {
 int main(int argc, char** argv) try {
   quovel::prepare_terminal();
   CLI::App app(
-      "Shows what is in HALCON data files: images, objects, sequences, dictionaries, 3D and deep-learning models.",
+      "Shows what is in HALCON data files: images, objects, sequences, dictionaries, 3D models and\n"
+      "deep-learning models.",
       "qv_inspect");
   Arguments arguments;
   describe(app, arguments);
@@ -182,7 +188,9 @@ int main(int argc, char** argv) try {
       "--version", [] { return "qv_inspect " QV_INSPECT_VERSION ", HALCON " + to_utf8(qv_adapter_halcon_version()); });
   try {
     std::vector<std::string> given = quovel::command_line(argc, argv);
-    app.parse(std::vector<std::string>(given.rbegin(), given.rend() - 1));  // CLI11 takes them last first
+    if (!given.empty()) given.erase(given.begin());  // the program's name
+    std::reverse(given.begin(), given.end());        // CLI11 takes them last first
+    app.parse(std::move(given));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return finish(app.exit(error));  // --help, --version
     return report(error.what(), exit_misuse, "Try 'qv_inspect --help'.\n");

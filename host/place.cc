@@ -1,7 +1,7 @@
 #include "place.h"
 
 #include <charconv>
-#include <string_view>
+#include <iterator>
 
 #include "session.h"
 
@@ -20,6 +20,13 @@ std::string unescape(std::string_view segment) {
   return text;
 }
 
+// The other way round, for what begins there.
+void escape(std::string& text, std::size_t begin) {
+  const std::string key = text.substr(begin);
+  text.resize(begin);
+  for (const char c : key) text += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
+}
+
 const qv_node* find_child(const qv_node* parent, const std::string& segment) {
   uint32_t index = 0;
   const char* const end = segment.data() + segment.size();
@@ -32,6 +39,20 @@ const qv_node* find_child(const qv_node* parent, const std::string& segment) {
       return child;
   }
   return nullptr;
+}
+
+void append_segment(std::string& text, const qv_node* node) {
+  if (qv_node_path_segment_kind(node) == QV_PATH_INDEX) {
+    char digits[10];
+    text.append(digits, std::to_chars(digits, std::end(digits), qv_node_path_index(node)).ptr);
+    return;
+  }
+  const std::size_t begin = text.size();
+  append_utf8(text, qv_node_label(node));
+  if (text.size() == begin)
+    text += '~';
+  else if (text.find('~', begin) != text.npos || text.find('/', begin) != text.npos)
+    escape(text, begin);
 }
 
 }  // namespace
@@ -51,16 +72,20 @@ const qv_node* find_node(const qv_node* root, const std::string& place) {
 }
 
 std::string place_segment(const qv_node* node) {
-  if (qv_node_path_segment_kind(node) == QV_PATH_INDEX) return std::to_string(qv_node_path_index(node));
   std::string segment;
-  for (const char c : to_utf8(qv_node_label(node))) segment += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-  return segment.empty() ? "~" : segment;
+  append_segment(segment, node);
+  return segment;
 }
 
-std::string place_of(const std::vector<Step>& steps) {
-  std::string text;
-  for (std::size_t i = 1; i < steps.size(); ++i) text += "/" + place_segment(steps[i].node);
-  return text.empty() ? "/" : text;
+std::string_view Place::of(const std::vector<Step>& steps) {
+  ends_.resize(steps.size() - 1);
+  text_.resize(ends_.empty() ? 0 : ends_.back());
+  if (!ends_.empty()) {
+    text_ += '/';
+    append_segment(text_, steps.back().node);
+  }
+  ends_.push_back(text_.size());
+  return text_.empty() ? "/" : std::string_view(text_);
 }
 
 }  // namespace host

@@ -5,6 +5,7 @@
 #define QUOVEL_HOST_PLACE_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "walk.h"
@@ -15,8 +16,17 @@ namespace host {
 const qv_node* find_node(const qv_node* root, const std::string& place);
 // One segment of such a place, that of `node` in its parent.
 std::string place_segment(const qv_node* node);
-// The place of the last of the steps.
-std::string place_of(const std::vector<Step>& steps);
+
+// The place where a walk stands. Most of it stays from one node to the next.
+class Place {
+ public:
+  // The place of the last of the steps; to be called for every node that is reached.
+  std::string_view of(const std::vector<Step>& steps);
+
+ private:
+  std::string text_;
+  std::vector<std::size_t> ends_;  // where the place of each step ends in the text
+};
 
 }  // namespace host
 

@@ -1,9 +1,6 @@
-#include <rapidjson/filewritestream.h>
-#include <rapidjson/writer.h>
-
-#include <cmath>
 #include <string_view>
 
+#include "json_output.h"
 #include "place.h"
 #include "print_tree.h"
 
@@ -13,102 +10,98 @@ namespace {
 
 class JsonPrinter {
  public:
-  explicit JsonPrinter(std::FILE* out) : stream_(out, buffer_, sizeof buffer_), writer_(stream_) {}
+  explicit JsonPrinter(std::FILE* out) : out_(out) {}
 
   // The object of a whole file begins.
-  void open_file(const std::string& file) {
-    writer_.StartObject();
-    key("format");
-    writer_.Int(json_format);
-    key("file");
-    string(file);
+  void open_file(std::string_view file) {
+    out_.raw("{\"format\":");
+    out_.integer(json_format);
+    out_.raw(",\"file\":");
+    out_.string(file);
+    out_.raw(",");
   }
 
-  void fail(const std::string& error) {
-    key("error");
-    string(error);
-    writer_.EndObject();
+  void fail(std::string_view error) {
+    out_.raw("\"error\":");
+    out_.string(error);
+    out_.raw("}");
   }
 
   void open_node(const std::vector<Step>& steps, bool goes_below) {
     const qv_node* node = steps.back().node;
-    if (steps.size() > 1) writer_.StartObject();
-    member("label", qv_node_label(node));
-    key("kind");
-    string(kind_name(node));
-    member("type", qv_node_type_label(node));
-    member("summary", qv_node_value_summary(node));
-    key("path");
-    string(place_of(steps));
-    if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node);
-    if (qv_node_kind(node) == QV_NODE_OBJECT) write_object(node);
-    if (qv_node_child_count(node) == 0) return;
-    key("child_count");
-    writer_.Int64(qv_node_child_count(node));
+    const uint32_t kind = qv_node_kind(node);
+    if (steps.size() > 1) out_.raw(is_first_ ? "{" : ",{");
+    is_first_ = false;
+    out_.raw("\"label\":");
+    out_.string(qv_node_label(node));
+    out_.raw(",\"kind\":\"");
+    out_.raw(kind_name(node));
+    out_.raw("\",\"type\":");
+    out_.string(qv_node_type_label(node));
+    out_.raw(",\"summary\":");
+    out_.string(qv_node_value_summary(node));
+    out_.raw(",\"path\":");
+    out_.string(place_.of(steps));
+    if (kind == QV_NODE_VALUE) write_values(node);
+    if (kind == QV_NODE_OBJECT) write_object(node);
+    if (steps.back().children == 0) return;
+    out_.raw(",\"child_count\":");
+    out_.integer(steps.back().children);
     if (!goes_below) return;
-    key("children");
-    writer_.StartArray();
+    out_.raw(",\"children\":[");
+    is_first_ = true;
   }
 
   void close_node(const Step& step) {
-    if (step.children > 0) writer_.EndArray();
-    writer_.EndObject();
+    out_.raw(step.children > 0 ? "]}" : "}");
+    is_first_ = false;
   }
 
   void finish() {
-    stream_.Put('\n');
-    stream_.Flush();
+    out_.raw("\n");
+    out_.flush();
   }
 
  private:
-  void key(const char* name) { writer_.Key(name); }
-  void string(std::string_view text) { writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size())); }
-  void member(const char* name, const qv_char* text) {
-    key(name);
-    string(to_utf8(text));
-  }
-
-  // JSON has no infinity and no NaN: null stands for them.
-  void real(double value) { std::isfinite(value) ? writer_.Double(value) : writer_.Null(); }
-
   void write_values(const qv_node* node) {
-    key("total_count");
-    writer_.Uint(qv_node_total_count(node));
-    key("truncated");
-    writer_.Bool(qv_node_truncated(node) != 0);
-    key("values");
-    writer_.StartArray();
-    for (int32_t i = 0; i < qv_node_value_count(node); ++i) {
+    out_.raw(",\"total_count\":");
+    out_.integer(qv_node_total_count(node));
+    out_.raw(qv_node_truncated(node) ? ",\"truncated\":true,\"values\":[" : ",\"truncated\":false,\"values\":[");
+    const int64_t count = qv_node_value_count(node);
+    for (int32_t i = 0; i < count; ++i) {
+      if (i > 0) out_.raw(",");
       switch (qv_node_value_type_at(node, i)) {
         case QV_VALUE_STRING:
-          string(to_utf8(qv_node_value_string_at(node, i)));
+          out_.string(qv_node_value_string_at(node, i));
           break;
         case QV_VALUE_INTEGER:
-          writer_.Int64(qv_node_value_int_at(node, i));
+          out_.integer(qv_node_value_int_at(node, i));
           break;
         default:
-          real(qv_node_value_real_at(node, i));
+          out_.real(qv_node_value_real_at(node, i));
       }
     }
-    writer_.EndArray();
+    out_.raw("]");
   }
 
   void write_object(const qv_node* node) {
-    member("class", qv_node_object_class(node));
-    key("is_image");
-    writer_.Bool(qv_node_is_image(node) != 0);
-    key("object_count");
-    writer_.Uint(qv_node_object_count(node));
-    if (qv_node_detail_line_count(node) == 0) return;
-    key("details");
-    writer_.StartArray();
-    for (int32_t i = 0; i < qv_node_detail_line_count(node); ++i) string(to_utf8(qv_node_detail_line_at(node, i)));
-    writer_.EndArray();
+    out_.raw(",\"class\":");
+    out_.string(qv_node_object_class(node));
+    out_.raw(qv_node_is_image(node) ? ",\"is_image\":true,\"object_count\":" : ",\"is_image\":false,\"object_count\":");
+    out_.integer(qv_node_object_count(node));
+    const int64_t lines = qv_node_detail_line_count(node);
+    if (lines == 0) return;
+    out_.raw(",\"details\":[");
+    for (int32_t i = 0; i < lines; ++i) {
+      if (i > 0) out_.raw(",");
+      out_.string(qv_node_detail_line_at(node, i));
+    }
+    out_.raw("]");
   }
 
-  char buffer_[65536];
-  rapidjson::FileWriteStream stream_;
-  rapidjson::Writer<rapidjson::FileWriteStream> writer_;
+  JsonOutput out_;
+  Place place_;
+  bool is_first_ = true;  // nothing stands before the next node in its parent
 };
 
 }  // namespace

@@ -92,10 +92,12 @@ void print_tree(std::FILE* out, const qv_node* root, const std::string& title, c
 
 void print_list(std::FILE* out, const qv_node* root, const std::string& prefix, const TreeStyle& style,
                 const Selection& selection) {
+  Place place;
   walk(root, [&](const std::vector<Step>& steps) {
     const qv_node* node = steps.back().node;
+    const std::string_view its_place = place.of(steps);
     if (selection.found(node)) {
-      const std::string line = prefix + printable(place_of(steps)) + '\t' +
+      const std::string line = prefix + printable(std::string(its_place)) + '\t' +
                                printable(to_utf8(qv_node_type_label(node))) + '\t' +
                                printable(to_utf8(qv_node_value_summary(node))) + '\n';
       std::fwrite(line.data(), 1, line.size(), out);

@@ -19,22 +19,6 @@ constexpr std::pair<std::string_view, FileKind> kinds[] = {
 constexpr std::string_view iconic[] = {"hobj", "seq", "png", "jpg", "jpeg", "tif", "tiff", "jp2", "j2k", "bmp", "gif",
                                        "pcx",  "ras", "xwd", "pnm", "pbm",  "pgm", "ppm",  "jxr", "wdp", "hdp"};
 
-void append_utf8(std::string& text, char32_t c) {
-  const auto more = [&](int shift) { text += static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-  if (c < 0x80) {
-    text += static_cast<char>(c);
-  } else if (c < 0x800) {
-    text += static_cast<char>(0xC0 | c >> 6);
-    more(0);
-  } else if (c < 0x10000) {
-    text += static_cast<char>(0xE0 | c >> 12);
-    more(6), more(0);
-  } else {
-    text += static_cast<char>(0xF0 | c >> 18);
-    more(12), more(6), more(0);
-  }
-}
-
 void append_utf16(std::u16string& text, char32_t c) {
   if (c >= 0x10000) {
     text += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
@@ -91,18 +75,51 @@ const qv_node* parse_dict(qv_reader* reader, const qv_char* path, const std::vec
 
 }  // namespace
 
+char32_t next_character(const qv_char*& text) {
+  const char32_t c = static_cast<char16_t>(*text++);
+  if (c < 0xD800 || c >= 0xE000) return c;
+  const char32_t low = static_cast<char16_t>(*text);
+  if (c >= 0xDC00 || low < 0xDC00 || low >= 0xE000) return replacement;
+  ++text;
+  return 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
+}
+
+std::size_t encode_utf8(char32_t c, char* bytes) {
+  const auto last_bits = [&](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
+  char* end = bytes;
+  if (c < 0x80) {
+    *end++ = static_cast<char>(c);
+  } else if (c < 0x800) {
+    *end++ = static_cast<char>(0xC0 | c >> 6);
+  } else if (c < 0x10000) {
+    *end++ = static_cast<char>(0xE0 | c >> 12);
+    *end++ = last_bits(6);
+  } else {
+    *end++ = static_cast<char>(0xF0 | c >> 18);
+    *end++ = last_bits(12);
+    *end++ = last_bits(6);
+  }
+  if (c >= 0x80) *end++ = last_bits(0);
+  return static_cast<std::size_t>(end - bytes);
+}
+
+void append_utf8(std::string& result, const qv_char* text) {
+  while (*text) {
+    const qv_char* end = text;
+    while (*end && *end < 0x80) ++end;
+    const std::size_t before = result.size();
+    result.resize(before + static_cast<std::size_t>(end - text));
+    std::transform(text, end, result.data() + before, [](qv_char c) { return static_cast<char>(c); });
+    for (text = end; *text >= 0x80;) {
+      char bytes[4];
+      result.append(bytes, encode_utf8(next_character(text), bytes));
+    }
+  }
+}
+
 std::string to_utf8(const qv_char* text) {
   std::string result;
-  for (; *text; ++text) {
-    char32_t c = static_cast<char16_t>(*text);
-    if (c >= 0xD800 && c < 0xE000) {
-      const char32_t low = static_cast<char16_t>(text[1]);
-      const bool pair = c < 0xDC00 && low >= 0xDC00 && low < 0xE000;
-      c = pair ? 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00) : replacement;
-      if (pair) ++text;
-    }
-    append_utf8(result, c);
-  }
+  append_utf8(result, text);
   return result;
 }
 

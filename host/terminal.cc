@@ -24,6 +24,26 @@ std::string one_line(const std::string& text) {
   return "…" + text.substr(begin);
 }
 
+struct Control {
+  unsigned code;
+  std::size_t size;  // in bytes; 0: none stands there
+};
+
+// The control character that the UTF-8 begins with, or the sign that turns the direction of what follows.
+Control control_at(std::string_view text) {
+  const auto byte = [&](std::size_t i) -> unsigned {
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
+  };
+  if (byte(0) < 0x20 || byte(0) == 0x7F) return {byte(0), 1};
+  const unsigned two = (byte(0) & 0x1F) << 6 | (byte(1) & 0x3F);
+  if (byte(0) >> 5 == 6 && byte(1) >> 6 == 2 && ((two >= 0x80 && two < 0xA0) || two == 0x61C)) return {two, 2};
+  if (byte(0) != 0xE2 || byte(1) >> 6 != 2 || byte(2) >> 6 != 2) return {0, 0};
+  const unsigned three = 0x2000 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F);
+  const bool turns = three == 0x200E || three == 0x200F || (three >= 0x2028 && three <= 0x202E) ||
+                     (three >= 0x2066 && three <= 0x2069);
+  return {three, turns ? std::size_t{3} : 0};
+}
+
 }  // namespace
 
 bool output_has_colour() { return quovel::output_is_terminal() && colour_is_welcome(); }
@@ -32,20 +52,19 @@ bool errors_have_colour() { return quovel::errors_are_on_terminal() && colour_is
 std::string printable(const std::string& text) {
   static constexpr char digits[] = "0123456789abcdef";
   std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
-    if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {  // U+0080 to U+009F
-      result += {'\\', 'x', digits[next >> 4], digits[next & 15]};
-      ++i;
-    } else if (byte == '\n') {
-      result += "\\n";
-    } else if (byte == '\t') {
-      result += "\\t";
-    } else if (byte < 0x20 || byte == 0x7F) {
-      result += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+  for (std::size_t i = 0; i < text.size();) {
+    const auto [c, size] = control_at(std::string_view(text).substr(i));
+    if (size == 0) {
+      result += text[i++];
+      continue;
+    }
+    i += size;
+    if (c == '\n' || c == '\t') {
+      result += {'\\', c == '\n' ? 'n' : 't'};
+    } else if (c < 0x100) {
+      result += {'\\', 'x', digits[c >> 4], digits[c & 15]};
     } else {
-      result += text[i];
+      result += {'\\', 'u', digits[c >> 12], digits[c >> 8 & 15], digits[c >> 4 & 15], digits[c & 15]};
     }
   }
   return result;

@@ -20,7 +20,8 @@ constexpr std::string_view bold = "\033[1m", blue = "\033[34m", red = "\033[31m"
 bool output_has_colour();
 bool errors_have_colour();
 
-// Control characters would move the cursor or change the line: shown as escapes.
+// Control characters would move the cursor or change the line, and some characters turn the direction of what follows:
+// shown as escapes.
 std::string printable(const std::string& text);
 
 // Tells on standard error what is done once the work has taken half a second, and how long it takes, until it ends;

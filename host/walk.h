@@ -14,6 +14,7 @@ struct Step {
   const qv_node* node;
   int32_t children;  // how many there are; 0 when `enter` said not to go below
   int32_t next = 0;  // the child to be visited next; `children` after the last
+  const qv_node* next_child = nullptr;
 };
 
 // Calls enter(steps) when a node is reached and leave(steps) when all below it is done; the last step is the node.
@@ -22,7 +23,8 @@ template <class Keep, class Enter, class Leave>
 void walk(const qv_node* root, Keep keep, Enter enter, Leave leave) {
   std::vector<Step> steps;
   const auto skip = [&](Step& step) {
-    while (step.next < step.children && !keep(qv_node_child_at(step.node, step.next))) ++step.next;
+    for (; step.next < step.children; ++step.next)
+      if (keep(step.next_child = qv_node_child_at(step.node, step.next))) return;
   };
   const auto reach = [&](const qv_node* node) {
     steps.push_back({node, static_cast<int32_t>(qv_node_child_count(node))});
@@ -33,7 +35,8 @@ void walk(const qv_node* root, Keep keep, Enter enter, Leave leave) {
   while (!steps.empty()) {
     Step& step = steps.back();
     if (step.next < step.children) {
-      const qv_node* child = qv_node_child_at(step.node, step.next++);
+      const qv_node* const child = step.next_child;
+      ++step.next;
       skip(step);
       reach(child);
     } else {

@@ -4,6 +4,7 @@
 // Needs windows.h first.
 #include <shellapi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -19,6 +20,13 @@ std::string to_utf8(const wchar_t* text) {
   std::string result(static_cast<std::size_t>(size), '\0');
   WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
   result.pop_back();  // the NUL
+  return result;
+}
+
+std::wstring to_utf16(const std::string& text) {
+  const int size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
+  std::wstring result(static_cast<std::size_t>(size), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), size);
   return result;
 }
 
@@ -43,6 +51,22 @@ std::vector<std::string> command_line(int, char**) {
     LocalFree(wide);
   }
   return arguments;
+}
+
+std::vector<std::string> expand_wildcards(const std::string& name) {
+  const std::size_t last = name.find_last_of("/\\:") + 1;
+  if (name.find_first_of("*?", last) == name.npos) return {name};
+  std::vector<std::string> names;
+  WIN32_FIND_DATAW found;
+  const HANDLE search = FindFirstFileW(to_utf16(name).c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return {name};
+  do {
+    if (found.cFileName[0] != L'.') names.push_back(name.substr(0, last) + to_utf8(found.cFileName));
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+  if (names.empty()) return {name};
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 void prepare_terminal() noexcept {
