@@ -64,8 +64,9 @@ Node& build_expanded_handle(Tree& tree, const HTuple& handle, Text type, Text la
   node.type_label = type;
   node.value_summary = tree.count_text(count, u"key", u"keys");
   for (Hlong i = 0; i < count; ++i) {
+    const HTuple key = keys[i];
     try {
-      tree.append_child(node, build_entry(tree, handle, keys[i], depth));
+      tree.append_child(node, build_entry(tree, handle, key, depth));
     } catch (const HException&) {
       // An entry that fails is left out.
     }
