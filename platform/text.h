@@ -17,6 +17,8 @@ class HalconText {
  public:
   explicit HalconText(const HalconCpp::HString& string);
 
+  // Where the text stands: no other text that lives at the same time stands there.
+  const void* place() const noexcept { return text_; }
   // No fewer than the units that `copy_to` writes.
   std::size_t most_units() const noexcept { return length_; }
   // Writes the text without a NUL and tells the number of units.

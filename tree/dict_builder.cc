@@ -46,7 +46,7 @@ class OpenDict final : public OpenNode {
     return {&make_unsupported_node(tree_, label_, data_type), nullptr};
   }
 
-  Begun begin_tuple(const HTuple& tuple) {
+  Begun begin_tuple(HTuple tuple) {
     if (Node* node = build_plain_value(tree_, tuple, label_, by_key)) return {node, nullptr};
     if (is_single_handle(tuple)) {
       try {

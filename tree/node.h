@@ -14,6 +14,8 @@
 
 namespace quovel {
 
+class HalconText;
+
 // NUL-terminated UTF-16 that lives as long as its tree; never null.
 using Text = const char16_t*;
 inline constexpr char16_t empty_text[1] = {};
@@ -115,7 +117,8 @@ class Tree {
   // As append_count writes it.
   Text count_text(std::int64_t count, std::u16string_view one, std::u16string_view many);
   Text text(const HalconCpp::HString& string);
-  // The same for texts that many nodes are likely to share, as keys do: most of the time they share it.
+  // The same for texts that many nodes are likely to share, as keys do: most of the time they share it. A text that
+  // HALCON itself shares is known by its place.
   Text shared_text(const HalconCpp::HString& string);
   Text shared_text(std::u16string_view text);
   Text ascii_text(std::string_view text);
@@ -136,12 +139,19 @@ class Tree {
   struct Slab;
 
   // Writes the text without a NUL into a block of its own, with room for `more` units behind it.
-  std::span<char16_t> write_text(const HalconCpp::HString& string, std::size_t more);
+  std::span<char16_t> write_text(const HalconText& from, std::size_t more);
+  Text text_known_by_content(const HalconText& string);
 
   Arena arena_;
   Slab* slabs_ = nullptr;  // newest first
-  // The shared texts that came last, by hash.
+  // The shared texts that came last, by hash, and the HALCON strings that came last, by place.
   std::array<std::u16string_view, 256> shared_texts_;
+  struct KnownString {
+    HalconCpp::HString string;  // keeps the place its own
+    const void* place = nullptr;
+    Text text = empty_text;
+  };
+  std::array<KnownString, 128> known_strings_;
   std::u16string scratch_;
 };
 

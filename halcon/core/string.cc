@@ -43,7 +43,11 @@ void retain(const StringData* data) noexcept {
 }
 
 void release(const StringData* data) noexcept {
-  if (!data || is_lasting(*data) || data->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  if (!data) return;
+  // Nobody else can come to the only reference, so that one goes without the price of counting.
+  const std::uint32_t references = data->references.load(std::memory_order_acquire);
+  if ((references & StringData::lasting) != 0) return;
+  if (references != 1 && data->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   delete[] data->wide.load(std::memory_order_relaxed);
   data->~StringData();
   ::operator delete(const_cast<StringData*>(data));

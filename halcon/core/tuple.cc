@@ -179,7 +179,8 @@ ArrayData* new_array(TupleKind kind) {
 }
 
 void release_array(ArrayData* array) noexcept {
-  if (array->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete array;
+  const bool is_only = array->references.load(std::memory_order_acquire) == 1;  // nobody else can come to it
+  if (is_only || array->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete array;
 }
 
 struct ReleaseArray {
