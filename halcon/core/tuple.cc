@@ -40,7 +40,7 @@ struct CountedArray final : ArrayData {
   Buffer<T> values;
 };
 
-// A few plain values in the same allocation. It never grows.
+// A few values in the same allocation. It never grows. Of strings and handles it holds one reference each.
 template <class T>
 struct SmallArray final : ArrayData {
   static constexpr std::size_t most = 16;
@@ -50,6 +50,10 @@ struct SmallArray final : ArrayData {
     return new (block) SmallArray(array_kind, values);
   }
   static void operator delete(void* block) { ::operator delete(block); }
+  ~SmallArray() override {
+    if constexpr (std::is_pointer_v<T>)
+      for (Hlong i = 0; i < length; ++i) release(static_cast<const T*>(elements)[i]);
+  }
 
  private:
   SmallArray(ArrayKind array_kind, std::span<const T> values) noexcept
@@ -132,9 +136,9 @@ bool can_grow(const ArrayData& array, TupleKind kind) {
     case ArrayKind::Reals:
       return kind == TupleKind::Real && dynamic_cast<const RealArray*>(&array);
     case ArrayKind::Strings:
-      return kind == TupleKind::String;
+      return kind == TupleKind::String && dynamic_cast<const StringArray*>(&array);
     case ArrayKind::Handles:
-      return kind == TupleKind::Handle;
+      return kind == TupleKind::Handle && dynamic_cast<const HandleArray*>(&array);
     case ArrayKind::Mixed:
       return true;
     case ArrayKind::Integers32:
@@ -296,7 +300,10 @@ template <class T>
 ArrayData* small_array(ArrayKind kind, std::span<const HTuple> values, T (*read)(const HTuple&) noexcept) {
   T elements[SmallArray<T>::most];
   for (std::size_t i = 0; i < values.size(); ++i) elements[i] = read(values[i]);
-  return SmallArray<T>::make(kind, {elements, values.size()});
+  ArrayData* const array = SmallArray<T>::make(kind, {elements, values.size()});
+  if constexpr (std::is_pointer_v<T>)
+    for (std::size_t i = 0; i < values.size(); ++i) retain(elements[i]);
+  return array;
 }
 
 }  // namespace
@@ -309,6 +316,8 @@ HTuple Access::elements(std::span<HTuple> values) {
   if (!mixed && values.size() <= SmallArray<Hlong>::most) {
     if (kind == TupleKind::Integer) return from_array(small_array<Hlong>(ArrayKind::Integers, values, integer));
     if (kind == TupleKind::Real) return from_array(small_array<double>(ArrayKind::Reals, values, real));
+    if (kind == TupleKind::String)
+      return from_array(small_array<const StringData*>(ArrayKind::Strings, values, string_data));
   }
   switch (mixed ? TupleKind::Array : kind) {
     case TupleKind::Integer:

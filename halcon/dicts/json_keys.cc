@@ -22,7 +22,7 @@ const StringData* JsonKeys::key(std::string_view text, std::uint32_t object, boo
   while (slots_[at].text && (slots_[at].hash != hash || text_of(slots_[at].text) != text)) at = (at + 1) & mask;
   Slot& slot = slots_[at];
   if (!slot.text) {
-    slot.text = new_valid_string(text);
+    slot.text = texts_.make(text);
     slot.hash = hash;
     ++used_;
   }

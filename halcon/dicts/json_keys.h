@@ -9,12 +9,13 @@
 #include <vector>
 
 #include "core/access.h"
+#include "core/string_blocks.h"
 
 namespace HalconCpp::detail {
 
 class JsonKeys {
  public:
-  JsonKeys() noexcept = default;
+  explicit JsonKeys(StringBlocks& texts) noexcept : texts_(texts) {}
   JsonKeys(const JsonKeys&) = delete;
   JsonKeys& operator=(const JsonKeys&) = delete;
   ~JsonKeys();
@@ -40,6 +41,7 @@ class JsonKeys {
   static std::size_t list_place(std::span<const StringData* const> keys) noexcept;
   void grow();
 
+  StringBlocks& texts_;
   std::vector<Slot> slots_;
   std::size_t used_ = 0;
   std::array<HTuple, 256> lists_;
