@@ -111,15 +111,17 @@ Text Tree::text(const HalconCpp::HString& string) {
   return copy.data();
 }
 
-Text Tree::shared_text(const HalconCpp::HString& string) {
+const Tree::KnownKey& Tree::known_key(const HalconCpp::HString& string) {
   const HalconText text(string);
   const auto place = reinterpret_cast<std::uintptr_t>(text.place());
-  KnownString& known = known_strings_[(place / 16 ^ place / 4096) % known_strings_.size()];
-  if (known.place != text.place()) known = {string, text.place(), text_known_by_content(text)};
-  return known.text;
+  KnownKey& known = known_keys_[(place / 16 ^ place / 4096) % known_keys_.size()];
+  if (known.place != text.place()) known = {string, text.place(), HalconCpp::HTuple(string), shared_text(text)};
+  return known;
 }
 
-Text Tree::text_known_by_content(const HalconText& string) {
+Text Tree::shared_text(const HalconCpp::HString& string) { return shared_text(HalconText(string)); }
+
+Text Tree::shared_text(const HalconText& string) {
   const std::span<char16_t> copy = write_text(string, 1);
   if (copy.empty()) return empty_text;
   copy.data()[copy.size()] = u'\0';

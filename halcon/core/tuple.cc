@@ -499,31 +499,35 @@ HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
 }
 
 // The names that make up nearly all answers are made once.
+struct TypeNames {
+  HTuple integer = Access::lasting_text("integer");
+  HTuple real = Access::lasting_text("real");
+  HTuple string = Access::lasting_text("string");
+  HTuple dict = Access::lasting_text("dict");
+};
+
 HTuple type_tuple(const HTuple& tuple, Hlong index) {
-  static const HTuple integer = Access::lasting_text("integer");
-  static const HTuple real = Access::lasting_text("real");
-  static const HTuple string = Access::lasting_text("string");
-  static const HTuple dict = Access::lasting_text("dict");
+  static const TypeNames names;
   switch (Access::element_kind(tuple, index)) {
     case TupleKind::Integer:
-      return integer;
+      return names.integer;
     case TupleKind::Real:
-      return real;
+      return names.real;
     case TupleKind::String:
-      return string;
+      return names.string;
     default:
       break;
   }
   const std::string_view name = detail::type_name(Access::element(tuple, index));
-  return Access::text(dict) == name ? dict : Access::text_tuple(name);
+  return Access::text(names.dict) == name ? names.dict : Access::text_tuple(name);
 }
 
 HTuple type_tuples(const HTuple& tuple) {
   const Hlong count = tuple.Length();
+  if (count == 1) return type_tuple(tuple, 0);
   const TupleKind kind = detail::common_kind(tuple);
   if (kind == TupleKind::Empty) return {};
-  if (count == 1 || (kind != TupleKind::Array && kind != TupleKind::Handle))
-    return Access::repeat(type_tuple(tuple, 0), count);
+  if (kind != TupleKind::Array && kind != TupleKind::Handle) return Access::repeat(type_tuple(tuple, 0), count);
   std::vector<HTuple> types;
   types.reserve(static_cast<std::size_t>(count));
   for (Hlong i = 0; i < count; ++i) types.push_back(type_tuple(tuple, i));
