@@ -97,6 +97,6 @@ const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* node) {
   return guarded(to_host(empty_text), [&] {
     LongText& text = from_host(reader)->value_text;
     text = full_value_text(from_host(node));
-    return to_host(text.c_str());
+    return to_host(text.data());
   });
 }

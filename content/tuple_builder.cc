@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "content/value_text.h"
 #include "platform/text.h"
@@ -127,7 +128,7 @@ Node& build_value_node(Tree& tree, const HTuple& tuple, std::optional<ValueType>
 }  // namespace
 
 // Most nodes of most trees: one question tells all about the tuple.
-Node* build_plain_value(Tree& tree, const HTuple& tuple, Text label, PathSegment segment) {
+Node* build_plain_value(Tree& tree, HTuple& tuple, Text label, PathSegment segment) {
   if (tuple.Length() != 1) return nullptr;
   const HTuple types = tuple.TupleSemTypeElem();
   const HalconCpp::HString type = types[0].S();
@@ -153,7 +154,7 @@ Node* build_plain_value(Tree& tree, const HTuple& tuple, Text label, PathSegment
   node.type_label = is_string ? u"string" : is_integer ? u"integer" : u"real";
   node.value_count = 1;
   node.total_count = 1;
-  node.held_tuple = tuple;
+  node.held_tuple = std::move(tuple);
   return &node;
 }
 

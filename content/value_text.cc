@@ -18,62 +18,72 @@ constexpr std::size_t shown_in_summary = 4;
 // The elements of a tuple one after the other, each as format_value shows it.
 class ElementTexts {
  public:
-  ElementTexts(const HTuple& tuple, Hlong count) : tuple_(tuple), flags_(element_flags(tuple)), count_(count) {}
+  ElementTexts(const HTuple& tuple, Hlong count) : tuple_(tuple), count_(count) {}
 
-  void append(Hlong index) {
-    if (index == sample) reserve_for_all();
-    if (flags_.is_string[index].L() != 0) return append_quoted(tuple_[index].S());
-    make_room();
-    if (flags_.is_integer[index].L() != 0)
-      end_ = write_integer(end_, tuple_[index].L());
+  LongText all() {
+    const std::optional<ValueType> type = common_plain_type(tuple_);
+    if (count_ > 1) text_.append(u"[");
+    if (type == ValueType::Integer)
+      append_numbers([this](char16_t* at, Hlong index) { return write_integer(at, tuple_[index].L()); });
+    else if (type == ValueType::Real)
+      append_numbers([this](char16_t* at, Hlong index) { return write_general(at, tuple_[index].D()); });
     else
-      end_ = write_general(end_, tuple_[index].D());
-  }
-  // No more than fits where a number does.
-  void append(std::string_view ascii) {
-    make_room();
-    end_ = std::copy(ascii.begin(), ascii.end(), end_);
-  }
-  LongText finish() {
-    flush();
+      append_by_flags(element_flags(tuple_));
+    text_.append(count_ > 1 ? std::u16string_view(u"]\0", 2) : std::u16string_view(u"\0", 1));
     return std::move(text_);
   }
 
  private:
-  static constexpr Hlong sample = 1000;
+  static constexpr Hlong block = 1000;
 
+  // write(at, index) writes the element there and tells its end. The text is told of whole blocks: its own variables
+  // would cost as much as the digits.
+  template <class Write>
+  void append_numbers(Write write) {
+    for (Hlong first = 0; first < count_; first += block) {
+      if (first == block) reserve_for_all();
+      char16_t* at = text_.room(static_cast<std::size_t>(block) * (longest_number + 2));
+      for (Hlong i = first; i < std::min(first + block, count_); ++i) {
+        if (i > 0) {
+          *at++ = u',';
+          *at++ = u' ';
+        }
+        at = write(at, i);
+      }
+      text_.end_at(at);
+    }
+  }
+  void append_by_flags(const ElementFlags& flags) {
+    for (Hlong i = 0; i < count_; ++i) {
+      if (i == block) reserve_for_all();
+      if (i > 0) text_.append(u", ");
+      if (flags.is_string[i].L() != 0) {
+        append_quoted(tuple_[i].S());
+        continue;
+      }
+      char16_t* const at = text_.room(longest_number);
+      const bool is_integer = flags.is_integer[i].L() != 0;
+      text_.end_at(is_integer ? write_integer(at, tuple_[i].L()) : write_general(at, tuple_[i].D()));
+    }
+  }
   void append_quoted(const HString& string) {
-    flush();
     const HalconText from(string);
-    const std::size_t start = text_.size() + 1;
-    text_.append(from.most_units() + 1, u'\'');
-    text_.resize(start + from.copy_to(text_.data() + start));
-    text_ += u'\'';
+    char16_t* at = text_.room(from.most_units() + 2);
+    *at++ = u'\'';
+    at += from.copy_to(at);
+    *at++ = u'\'';
+    text_.end_at(at);
   }
-  // ASCII gathers in a block before it is widened.
-  void flush() {
-    const std::size_t start = text_.size();
-    text_.resize(start + static_cast<std::size_t>(end_ - block_));
-    std::copy(block_, end_, text_.begin() + static_cast<std::ptrdiff_t>(start));
-    end_ = block_;
-  }
-  void make_room() {
-    if (std::end(block_) - end_ < static_cast<std::ptrdiff_t>(longest_number)) flush();
-  }
-  // Growing a long text step by step copies it several times; the first elements tell how long it is likely to be.
+  // Growing a long text step by step copies it several times; the first block tells how long it is likely to be.
   void reserve_for_all() {
-    flush();
-    const auto per_element = text_.size() / static_cast<std::size_t>(sample) + 2;
-    const auto left = static_cast<std::size_t>(count_ - sample);
-    if (left < (text_.max_size() - text_.size()) / per_element) text_.reserve(text_.size() + left * per_element);
+    const auto per_element = text_.size() / static_cast<std::size_t>(block) + 2;
+    const auto left = static_cast<std::size_t>(count_ - block) + 2 * block;
+    if (left < PTRDIFF_MAX / 4 / per_element) text_.room(left * per_element);
   }
 
   const HTuple& tuple_;
-  const ElementFlags flags_;
   const Hlong count_;
   LongText text_;
-  char block_[8192];
-  char* end_ = block_;
 };
 
 }  // namespace
@@ -160,18 +170,8 @@ LongText full_value_text(const Node* node) {
   if (!node || node->kind != NodeKind::Value) return {};
   const HTuple& tuple = node->held_tuple;
   const Hlong count = tuple.Length();
-  if (count == 0) return u"[]";
-  ElementTexts texts(tuple, count);
-  if (count == 1) {
-    texts.append(Hlong{0});
-    return texts.finish();
-  }
-  for (Hlong i = 0; i < count; ++i) {
-    texts.append(i == 0 ? "[" : ", ");
-    texts.append(i);
-  }
-  texts.append("]");
-  return texts.finish();
+  if (count == 0) return LongText(std::u16string_view(u"[]\0", 3));
+  return ElementTexts(tuple, count).all();
 }
 
 }  // namespace quovel

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "HalconCpp.h"
-#include "platform/heap.h"
+#include "content/long_text.h"
 #include "tree/node.h"
 
 namespace quovel {
@@ -41,10 +41,7 @@ Text summarize_values(Tree& tree, std::span<const NodeValue> values, std::uint32
 Text tuple_type_label(Tree& tree, const HalconCpp::HTuple& tuple, HalconCpp::Hlong count);
 Text counted_type_label(Tree& tree, std::u16string_view type, HalconCpp::Hlong count);
 
-// A text that may have many millions of units.
-using LongText = std::basic_string<char16_t, std::char_traits<char16_t>, HeapAllocator<char16_t>>;
-
-// All elements of a value node's tuple; empty for null and for nodes of another kind.
+// All elements of a value node's tuple, with a NUL behind them; empty for null and for nodes of another kind.
 LongText full_value_text(const Node* node);
 
 }  // namespace quovel

@@ -17,6 +17,8 @@ class HalconText {
  public:
   explicit HalconText(const HalconCpp::HString& string);
 
+  // Where the text stands: no other text that lives at the same time stands there.
+  const void* place() const noexcept { return text_; }
   // No fewer than the units that `copy_to` writes.
   std::size_t most_units() const noexcept { return length_; }
   // Writes the text without a NUL and tells the number of units.
@@ -38,10 +40,13 @@ HalconCpp::HString to_halcon(const std::u16string& text);
 std::size_t utf8_to_utf16(std::string_view text, char16_t* out) noexcept;
 std::string utf16_to_utf8(std::u16string_view text);
 
-// Numbers as ASCII in the forms below, at a place with room for the longest one; the result is their end.
-inline constexpr std::size_t longest_number = 400;  // a double in fixed style has up to 309 digits before the point
-char* write_integer(char* at, std::int64_t value) noexcept;
-char* write_general(char* at, double value, int digits = 6) noexcept;
+// Numbers in the forms below, at a place with room for the longest one; the result is their end. A unit is a char or a
+// char16_t, and there are up to 17 digits.
+inline constexpr std::size_t longest_number = 24;
+template <class Unit>
+Unit* write_integer(Unit* at, std::int64_t value) noexcept;
+template <class Unit>
+Unit* write_general(Unit* at, double value, int digits = 6) noexcept;
 
 // Decimal digits with a leading '-' for negative numbers.
 void append_integer(std::u16string& text, std::int64_t value);

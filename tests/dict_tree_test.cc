@@ -127,6 +127,20 @@ TEST_F(DictTree, RealsShowTheirSixDigitsExactly) {
   EXPECT_EQ(reader.full(qv_node_child_at(open(dict), 0)), expected + "]");
 }
 
+TEST_F(DictTree, IntegersShowAllTheirDigits) {
+  HTuple integers;
+  std::string expected;
+  for (int shift = 0; shift < 64; ++shift)
+    for (const std::int64_t value :
+         {INT64_MAX >> shift, INT64_MIN >> shift, std::int64_t{1000000000000000000} >> shift})
+      integers.Append(value);
+  for (std::int64_t power = 10; power < INT64_MAX / 10; power *= 10)
+    for (const std::int64_t value : {power - 1, power, -power}) integers.Append(value);
+  for (std::int64_t i = 0; i < integers.Length(); ++i)
+    expected += (i == 0 ? "[" : ", ") + std::to_string(integers[i].L());
+  EXPECT_EQ(reader.full(qv_node_child_at(open(new_dict({{"integers", integers}})), 0)), expected + "]");
+}
+
 TEST_F(DictTree, KeysKeepTheirOrderAndText) {
   const HTuple dict = new_dict();
   const HTuple keys[] = {"z", 5, -3, 2.5, "a", "Schlüssel", ""};

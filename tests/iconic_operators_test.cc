@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <functional>
+#include <future>
 #include <limits>
 
 #include "HalconHook.h"
@@ -115,6 +116,35 @@ TEST(ScaleImageMax, TakesAllChannelsTogetherAndTheDomainAlone) {
   EXPECT_EQ(shown(HImage(stretched(reduced)).GetDomain()), "region 0 0 1\n");
   ReduceDomain(image, region_of({5}, {0}, {1}), &empty);
   EXPECT_THAT(pixels_of(stretched(empty)), ElementsAre(0, 0, 0, 0));
+}
+
+// Reals made from 8 and 16 bits are put down only when somebody asks for them.
+template <class T>
+std::pair<HObject, HObject> lazy_and_real(const char* type, Hlong width) {
+  std::vector<T> integers;
+  for (Hlong i = 0; i < 65536; ++i) integers.push_back(static_cast<T>(i * 7919));
+  return {converted(image_of(type, integers, width), "real"),
+          image_of("real", std::vector<float>(integers.begin(), integers.end()), width)};
+}
+
+TEST(ScaleImageMax, GivesTheSameForRealsThatWereIntegers) {
+  std::vector<std::pair<HObject, HObject>> pairs = {
+      lazy_and_real<std::uint8_t>("byte", 1024), lazy_and_real<std::int8_t>("int1", 1024),
+      lazy_and_real<std::uint16_t>("uint2", 1024), lazy_and_real<std::int16_t>("int2", 1024)};
+  pairs.emplace_back(composed({pairs[2].first, pairs[2].first}), composed({pairs[2].second, pairs[2].second}));
+  pairs.emplace_back(composed({pairs[2].first, pairs[3].first}), composed({pairs[2].second, pairs[3].second}));
+  pairs.emplace_back(composed({pairs[2].first, pairs[3].second}), composed({pairs[2].second, pairs[3].second}));
+  for (const auto& [lazy, real] : pairs) {
+    for (const Hlong last : {1023, 300, 0}) {
+      HObject some, same;
+      ReduceDomain(lazy, region_of({0, 7}, {0, 0}, {last, last}), &some);
+      ReduceDomain(real, region_of({0, 7}, {0, 0}, {last, last}), &same);
+      EXPECT_EQ(pixels(stretched(some)), pixels(stretched(same))) << last;
+    }
+    const auto asked = std::async(std::launch::async, [&image = lazy] { return pixels(image); });
+    EXPECT_TRUE(pixels(lazy) == pixels(real));
+    EXPECT_EQ(pixels(stretched(lazy)), pixels(stretched(real)));
+  }
 }
 
 TEST(InterleaveChannels, LaysBytesForDisplay) {

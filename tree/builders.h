@@ -23,8 +23,8 @@ Node& make_unsupported_node(Tree& tree, Text label, const HalconCpp::HString& da
 // content/: a tuple. A value node; an array node when it holds handles; the node of the matrix or 3D model that it is.
 Node& build_tuple_node(Tree& tree, const HalconCpp::HTuple& tuple, Text label, PathSegment segment);
 
-// content/: the value node of one integer, real or string; null for any other tuple.
-Node* build_plain_value(Tree& tree, const HalconCpp::HTuple& tuple, Text label, PathSegment segment);
+// content/: the value node of one integer, real or string, which takes over the tuple; null for any other tuple.
+Node* build_plain_value(Tree& tree, HalconCpp::HTuple& tuple, Text label, PathSegment segment);
 
 // content/: a handle by its keys, or shown as a whole when it has none or lies deeper than max_handle_depth. Never
 // fails.

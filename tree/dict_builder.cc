@@ -17,14 +17,24 @@ bool is_single_handle(const HTuple& tuple) { return tuple.Length() == 1 && tuple
 class OpenDict final : public OpenNode {
  public:
   OpenDict(Tree& tree, const HDict& dict, Node& node, HTuple keys)
-      : OpenNode(node), tree_(tree), dict_(dict), keys_(std::move(keys)), count_(keys_.Length()) {}
+      : OpenNode(node),
+        tree_(tree),
+        dict_(dict),
+        keys_(std::move(keys)),
+        string_flags_(string_flags(keys_)),
+        count_(keys_.Length()) {}
 
   bool has_more() const noexcept override { return next_ < count_; }
 
   Begun begin_next() override {
     label_ = u"<unreadable key>";
     try {
-      const HTuple key = keys_[next_++];
+      const Hlong index = next_++;
+      if (const Tree::KnownKey* known = known_key(index)) {
+        label_ = known->label;
+        return begin_entry(known->key);
+      }
+      const HTuple key = keys_[index];
       label_ = key_text(tree_, key);
       return begin_entry(key);
     } catch (const HalconCpp::HException& failure) {
@@ -37,6 +47,22 @@ class OpenDict final : public OpenNode {
   }
 
  private:
+  // Which keys are strings; empty when HALCON does not tell.
+  static HTuple string_flags(const HTuple& keys) try {
+    return keys.TupleIsStringElem();
+  } catch (const HalconCpp::HException&) {
+    return HTuple();
+  }
+
+  // Null for a key that is no string, and for one that HALCON refuses.
+  const Tree::KnownKey* known_key(Hlong index) try {
+    const bool is_string = index < string_flags_.Length() && string_flags_[index].L() != 0;
+    return is_string ? &tree_.known_key(keys_[index].S()) : nullptr;
+  } catch (const HalconCpp::HException&) {
+    return nullptr;
+  }
+
+  // The key is not used any more when nodes are made.
   Begun begin_entry(const HTuple& key) {
     static const HTuple data_type_query("key_data_type");
     const HalconCpp::HString data_type = dict_.GetDictParam(data_type_query, key)[0].S();
@@ -46,7 +72,7 @@ class OpenDict final : public OpenNode {
     return {&make_unsupported_node(tree_, label_, data_type), nullptr};
   }
 
-  Begun begin_tuple(const HTuple& tuple) {
+  Begun begin_tuple(HTuple tuple) {
     if (Node* node = build_plain_value(tree_, tuple, label_, by_key)) return {node, nullptr};
     if (is_single_handle(tuple)) {
       try {
@@ -61,6 +87,7 @@ class OpenDict final : public OpenNode {
   Tree& tree_;
   const HDict dict_;
   const HTuple keys_;
+  const HTuple string_flags_;
   const Hlong count_;
   Hlong next_ = 0;
   Text label_ = empty_text;  // of the entry being built

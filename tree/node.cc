@@ -98,8 +98,7 @@ Text Tree::count_text(std::int64_t count, std::u16string_view one, std::u16strin
   return shared_text(scratch_);
 }
 
-std::span<char16_t> Tree::write_text(const HalconCpp::HString& string, std::size_t more) {
-  const HalconText from(string);
+std::span<char16_t> Tree::write_text(const HalconText& from, std::size_t more) {
   char16_t* const block = arena_.allocate<char16_t>(from.most_units() + more);
   const std::size_t units = from.copy_to(block);
   arena_.give_back(block + units + more, block + from.most_units() + more);
@@ -107,12 +106,22 @@ std::span<char16_t> Tree::write_text(const HalconCpp::HString& string, std::size
 }
 
 Text Tree::text(const HalconCpp::HString& string) {
-  const std::span<char16_t> copy = write_text(string, 1);
+  const std::span<char16_t> copy = write_text(HalconText(string), 1);
   copy.data()[copy.size()] = u'\0';
   return copy.data();
 }
 
-Text Tree::shared_text(const HalconCpp::HString& string) {
+const Tree::KnownKey& Tree::known_key(const HalconCpp::HString& string) {
+  const HalconText text(string);
+  const auto place = reinterpret_cast<std::uintptr_t>(text.place());
+  KnownKey& known = known_keys_[(place / 16 ^ place / 4096) % known_keys_.size()];
+  if (known.place != text.place()) known = {string, text.place(), HalconCpp::HTuple(string), shared_text(text)};
+  return known;
+}
+
+Text Tree::shared_text(const HalconCpp::HString& string) { return shared_text(HalconText(string)); }
+
+Text Tree::shared_text(const HalconText& string) {
   const std::span<char16_t> copy = write_text(string, 1);
   if (copy.empty()) return empty_text;
   copy.data()[copy.size()] = u'\0';
@@ -140,7 +149,7 @@ Text Tree::ascii_text(std::string_view text) {
 }
 
 Tree::QuotedText Tree::quoted_text(const HalconCpp::HString& string) {
-  const std::span<char16_t> plain = write_text(string, 1);
+  const std::span<char16_t> plain = write_text(HalconText(string), 1);
   if (plain.empty()) return {empty_text, u"''"};
   plain.data()[plain.size()] = u'\0';
   char16_t* const quoted = arena_.allocate<char16_t>(plain.size() + 3);

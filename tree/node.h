@@ -14,6 +14,8 @@
 
 namespace quovel {
 
+class HalconText;
+
 // NUL-terminated UTF-16 that lives as long as its tree; never null.
 using Text = const char16_t*;
 inline constexpr char16_t empty_text[1] = {};
@@ -115,9 +117,18 @@ class Tree {
   // As append_count writes it.
   Text count_text(std::int64_t count, std::u16string_view one, std::u16string_view many);
   Text text(const HalconCpp::HString& string);
-  // The same for texts that many nodes are likely to share, as keys do: most of the time they share it.
+  // The same for texts that many nodes are likely to share: most of the time they share it.
   Text shared_text(const HalconCpp::HString& string);
   Text shared_text(std::u16string_view text);
+  // A key, and its text as a label. Dictionaries of the same kind share their keys in HALCON as well; such a key is
+  // known by the place of its text. Stays until the next key is asked for.
+  struct KnownKey {
+    HalconCpp::HString string;  // keeps the place its own
+    const void* place = nullptr;
+    HalconCpp::HTuple key;
+    Text label = empty_text;
+  };
+  const KnownKey& known_key(const HalconCpp::HString& string);
   Text ascii_text(std::string_view text);
   // A text, and the same between single quotes.
   struct QuotedText {
@@ -136,12 +147,14 @@ class Tree {
   struct Slab;
 
   // Writes the text without a NUL into a block of its own, with room for `more` units behind it.
-  std::span<char16_t> write_text(const HalconCpp::HString& string, std::size_t more);
+  std::span<char16_t> write_text(const HalconText& from, std::size_t more);
+  Text shared_text(const HalconText& string);
 
   Arena arena_;
   Slab* slabs_ = nullptr;  // newest first
-  // The shared texts that came last, by hash.
+  // The shared texts that came last, by hash, and the keys, by place.
   std::array<std::u16string_view, 256> shared_texts_;
+  std::array<KnownKey, 128> known_keys_;
   std::u16string scratch_;
 };
 

@@ -35,7 +35,7 @@ void write_image(Writer& out, const Image& image) {
   out.value(static_cast<std::uint32_t>(image.channels.size()));
   out.value(static_cast<std::uint8_t>(image.domain != nullptr));
   if (image.domain) write_runs(out, *image.domain);
-  for (const Plane& plane : image.channels) out.values(*plane);
+  for (const Plane& plane : image.channels) out.write(plane->data(), image.pixels() * pixel_size(image.type));
 }
 
 void write_object(Writer& out, const IconicObject& object) {

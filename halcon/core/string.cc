@@ -5,6 +5,7 @@
 
 #include "core/access.h"
 #include "core/failure.h"
+#include "core/string_blocks.h"
 #include "core/string_data.h"
 #include "core/utf8.h"
 
@@ -16,8 +17,12 @@ const StringData* new_valid_string(std::string_view utf8) {
   if (const auto nul = utf8.find('\0'); nul != std::string_view::npos) utf8 = utf8.substr(0, nul);
   if (utf8.empty()) return nullptr;
   if (utf8.size() >= std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  void* block = ::operator new(sizeof(StringData) + utf8.size() + 1);
-  auto* data = new (block) StringData;
+  return write_string(::operator new(sizeof(StringData) + utf8.size() + 1), utf8, 0);
+}
+
+const StringData* write_string(void* place, std::string_view utf8, std::uint32_t kind) noexcept {
+  auto* data = new (place) StringData;
+  data->references.store(kind | 1, std::memory_order_relaxed);
   data->length = static_cast<std::uint32_t>(utf8.size());
   std::memcpy(data->text(), utf8.data(), utf8.size());
   data->text()[utf8.size()] = '\0';
@@ -43,9 +48,15 @@ void retain(const StringData* data) noexcept {
 }
 
 void release(const StringData* data) noexcept {
-  if (!data || is_lasting(*data) || data->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  if (!data) return;
+  constexpr std::uint32_t count = StringData::in_block - 1;
+  // Nobody else can come to the only reference, so that one goes without the price of counting.
+  const std::uint32_t references = data->references.load(std::memory_order_acquire);
+  if ((references & StringData::lasting) != 0) return;
+  if ((references & count) != 1 && (data->references.fetch_sub(1, std::memory_order_acq_rel) & count) != 1) return;
   delete[] data->wide.load(std::memory_order_relaxed);
   data->~StringData();
+  if ((references & StringData::in_block) != 0) return leave_block(data);
   ::operator delete(const_cast<StringData*>(data));
 }
 

@@ -15,6 +15,8 @@ namespace HalconCpp::detail {
 // stand for a million values.
 struct StringData {
   static constexpr std::uint32_t lasting = std::uint32_t{1} << 31;
+  // It stands among others (core/string_blocks.h).
+  static constexpr std::uint32_t in_block = std::uint32_t{1} << 30;
 
   mutable std::atomic<std::uint32_t> references{1};
   std::uint32_t length;
@@ -32,6 +34,8 @@ inline std::string_view text_of(const StringData* data) noexcept {
 // caller of `new_valid_string` has checked it. A text ends at its first NUL. 4 GiB and more is std::bad_alloc.
 const StringData* new_string(std::string_view narrow);
 const StringData* new_valid_string(std::string_view utf8);
+// Puts a text down where there is room for it, with one reference and the mark `kind`.
+const StringData* write_string(void* place, std::string_view utf8, std::uint32_t kind) noexcept;
 // A valid text, not empty, for the rest of the process.
 const StringData* new_lasting_string(std::string_view utf8);
 

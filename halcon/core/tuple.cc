@@ -40,7 +40,7 @@ struct CountedArray final : ArrayData {
   Buffer<T> values;
 };
 
-// A few plain values in the same allocation. It never grows.
+// A few values in the same allocation. It never grows. Of strings and handles it holds one reference each.
 template <class T>
 struct SmallArray final : ArrayData {
   static constexpr std::size_t most = 16;
@@ -50,6 +50,10 @@ struct SmallArray final : ArrayData {
     return new (block) SmallArray(array_kind, values);
   }
   static void operator delete(void* block) { ::operator delete(block); }
+  ~SmallArray() override {
+    if constexpr (std::is_pointer_v<T>)
+      for (Hlong i = 0; i < length; ++i) release(static_cast<const T*>(elements)[i]);
+  }
 
  private:
   SmallArray(ArrayKind array_kind, std::span<const T> values) noexcept
@@ -132,9 +136,9 @@ bool can_grow(const ArrayData& array, TupleKind kind) {
     case ArrayKind::Reals:
       return kind == TupleKind::Real && dynamic_cast<const RealArray*>(&array);
     case ArrayKind::Strings:
-      return kind == TupleKind::String;
+      return kind == TupleKind::String && dynamic_cast<const StringArray*>(&array);
     case ArrayKind::Handles:
-      return kind == TupleKind::Handle;
+      return kind == TupleKind::Handle && dynamic_cast<const HandleArray*>(&array);
     case ArrayKind::Mixed:
       return true;
     case ArrayKind::Integers32:
@@ -179,7 +183,8 @@ ArrayData* new_array(TupleKind kind) {
 }
 
 void release_array(ArrayData* array) noexcept {
-  if (array->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete array;
+  const bool is_only = array->references.load(std::memory_order_acquire) == 1;  // nobody else can come to it
+  if (is_only || array->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete array;
 }
 
 struct ReleaseArray {
@@ -295,7 +300,10 @@ template <class T>
 ArrayData* small_array(ArrayKind kind, std::span<const HTuple> values, T (*read)(const HTuple&) noexcept) {
   T elements[SmallArray<T>::most];
   for (std::size_t i = 0; i < values.size(); ++i) elements[i] = read(values[i]);
-  return SmallArray<T>::make(kind, {elements, values.size()});
+  ArrayData* const array = SmallArray<T>::make(kind, {elements, values.size()});
+  if constexpr (std::is_pointer_v<T>)
+    for (std::size_t i = 0; i < values.size(); ++i) retain(elements[i]);
+  return array;
 }
 
 }  // namespace
@@ -308,6 +316,8 @@ HTuple Access::elements(std::span<HTuple> values) {
   if (!mixed && values.size() <= SmallArray<Hlong>::most) {
     if (kind == TupleKind::Integer) return from_array(small_array<Hlong>(ArrayKind::Integers, values, integer));
     if (kind == TupleKind::Real) return from_array(small_array<double>(ArrayKind::Reals, values, real));
+    if (kind == TupleKind::String)
+      return from_array(small_array<const StringData*>(ArrayKind::Strings, values, string_data));
   }
   switch (mixed ? TupleKind::Array : kind) {
     case TupleKind::Integer:
@@ -489,31 +499,35 @@ HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
 }
 
 // The names that make up nearly all answers are made once.
+struct TypeNames {
+  HTuple integer = Access::lasting_text("integer");
+  HTuple real = Access::lasting_text("real");
+  HTuple string = Access::lasting_text("string");
+  HTuple dict = Access::lasting_text("dict");
+};
+
 HTuple type_tuple(const HTuple& tuple, Hlong index) {
-  static const HTuple integer = Access::lasting_text("integer");
-  static const HTuple real = Access::lasting_text("real");
-  static const HTuple string = Access::lasting_text("string");
-  static const HTuple dict = Access::lasting_text("dict");
+  static const TypeNames names;
   switch (Access::element_kind(tuple, index)) {
     case TupleKind::Integer:
-      return integer;
+      return names.integer;
     case TupleKind::Real:
-      return real;
+      return names.real;
     case TupleKind::String:
-      return string;
+      return names.string;
     default:
       break;
   }
   const std::string_view name = detail::type_name(Access::element(tuple, index));
-  return Access::text(dict) == name ? dict : Access::text_tuple(name);
+  return Access::text(names.dict) == name ? names.dict : Access::text_tuple(name);
 }
 
 HTuple type_tuples(const HTuple& tuple) {
   const Hlong count = tuple.Length();
+  if (count == 1) return type_tuple(tuple, 0);
   const TupleKind kind = detail::common_kind(tuple);
   if (kind == TupleKind::Empty) return {};
-  if (count == 1 || (kind != TupleKind::Array && kind != TupleKind::Handle))
-    return Access::repeat(type_tuple(tuple, 0), count);
+  if (kind != TupleKind::Array && kind != TupleKind::Handle) return Access::repeat(type_tuple(tuple, 0), count);
   std::vector<HTuple> types;
   types.reserve(static_cast<std::size_t>(count));
   for (Hlong i = 0; i < count; ++i) types.push_back(type_tuple(tuple, i));

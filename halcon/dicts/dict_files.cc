@@ -50,7 +50,10 @@ void set_reading_option(detail::JsonReading& options, const HTuple& option, cons
 
 detail::JsonReading reading_options(const HTuple& names, const HTuple& values) {
   require_equal_counts(names, values);
-  detail::JsonReading options;
+  static const HTuple true_text = Access::lasting_text("true");
+  static const HTuple false_text = Access::lasting_text("false");
+  static const HTuple null_text = Access::lasting_text("null");
+  detail::JsonReading options{true_text, false_text, null_text};
   for (Hlong i = 0; i < names.Length(); ++i)
     set_reading_option(options, Access::element(names, i), Access::element(values, i));
   return options;

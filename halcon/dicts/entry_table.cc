@@ -110,14 +110,25 @@ Entry& EntryTable::slot(const HTuple& key) {
   return entry;
 }
 
+// Whether key i is that very text: most keys that are asked for came from the list of them.
+bool EntryTable::is_same_text(std::size_t at, const HTuple& key) const noexcept {
+  if (Access::kind(key) != TupleKind::String || Access::kind(keys_) != TupleKind::Array) return false;
+  const ArrayData& array = Access::array(keys_);
+  return array.kind == ArrayKind::Strings &&
+         static_cast<const StringData* const*>(array.elements)[at] == Access::string_data(key);
+}
+
 // The key found last is often asked for again, and then the one after it.
 std::size_t EntryTable::position(const HTuple& key) const noexcept {
   if (entries_.empty()) return npos;
   const std::size_t last = last_found_.load(std::memory_order_relaxed);
-  const KeyView wanted = view_of(key);
-  if (view_of(keys_, last) == wanted) return last;
+  if (is_same_text(last, key)) return last;
   std::size_t found = last + 1 < entries_.size() ? last + 1 : 0;
-  if (!(view_of(keys_, found) == wanted)) found = search(key);
+  if (!is_same_text(found, key)) {
+    const KeyView wanted = view_of(key);
+    if (view_of(keys_, last) == wanted) return last;
+    if (!(view_of(keys_, found) == wanted)) found = search(key);
+  }
   if (found != npos) last_found_.store(static_cast<std::uint32_t>(found), std::memory_order_relaxed);
   return found;
 }

@@ -47,6 +47,7 @@ class EntryTable {
 
   Entry& slot(const HTuple& key);
   std::size_t position(const HTuple& key) const noexcept;  // npos when absent
+  bool is_same_text(std::size_t at, const HTuple& key) const noexcept;
   std::size_t search(const HTuple& key) const noexcept;
   std::size_t scan(const HTuple& key) const noexcept;
   const std::uint32_t* index() const noexcept;

@@ -9,9 +9,7 @@
 namespace HalconCpp::detail {
 
 struct JsonReading {
-  HTuple true_value = Access::text_tuple("true");
-  HTuple false_value = Access::text_tuple("false");
-  HTuple null_value = Access::text_tuple("null");
+  HTuple true_value, false_value, null_value;  // what stands for these words
   bool arrays_to_dicts = false;
 };
 

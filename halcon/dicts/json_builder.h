@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/string_blocks.h"
 #include "dicts/entry_table.h"
 #include "dicts/json.h"
 #include "dicts/json_keys.h"
@@ -23,7 +24,7 @@ class JsonBuilder {
     values_.push_back(std::move(value));
     return true;
   }
-  bool add_text(std::string_view text) { return add(Access::adopt_string(new_valid_string(text))); }
+  bool add_text(std::string_view text) { return add(Access::adopt_string(texts_.make(text))); }
   bool add_true() { return add(options_.true_value); }
   bool add_false() { return add(options_.false_value); }
   bool add_null() { return add(options_.null_value); }
@@ -56,7 +57,8 @@ class JsonBuilder {
   bool end(HTuple value, bool is_array);
 
   const JsonReading& options_;
-  JsonKeys names_;
+  StringBlocks texts_;
+  JsonKeys names_{texts_};
   std::vector<Level> open_;
   std::vector<HTuple> values_;           // of all open levels, the innermost one's last
   std::vector<const StringData*> keys_;  // of all open objects likewise; names_ holds them

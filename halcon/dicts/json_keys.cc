@@ -1,13 +1,14 @@
 #include "dicts/json_keys.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "dicts/text_hash.h"
 
 namespace HalconCpp::detail {
 
 JsonKeys::~JsonKeys() {
-  for (const Slot& slot : slots_) release(slot.text);
+  for (const Known& known : known_) release(known.text);
 }
 
 const StringData* JsonKeys::key(std::string_view text, std::uint32_t object, bool& new_in_object) {
@@ -15,30 +16,43 @@ const StringData* JsonKeys::key(std::string_view text, std::uint32_t object, boo
     new_in_object = false;
     return nullptr;
   }
-  if (used_ * 2 >= slots_.size()) grow();
+  // Objects of one kind have their keys in the same order.
+  std::uint32_t at = known_.empty() ? 0 : known_[previous_].next;
+  if (known_.empty() || text_of(known_[at].text) != text) {
+    at = find_or_add(text);
+    known_[previous_].next = at;
+  }
+  previous_ = at;
+  Known& known = known_[at];
+  // A later number tells of an object inside this one, which has hidden whether this one used the key.
+  new_in_object = known.last_object < object;
+  known.last_object = object;
+  return known.text;
+}
+
+std::uint32_t JsonKeys::find_or_add(std::string_view text) {
+  if (known_.size() * 2 >= slots_.size()) grow();
   const auto hash = static_cast<std::uint32_t>(hash_of(text));
   const std::size_t mask = slots_.size() - 1;
   std::size_t at = hash & mask;
-  while (slots_[at].text && (slots_[at].hash != hash || text_of(slots_[at].text) != text)) at = (at + 1) & mask;
-  Slot& slot = slots_[at];
-  if (!slot.text) {
-    slot.text = new_valid_string(text);
-    slot.hash = hash;
-    ++used_;
-  }
-  // A later number tells of an object inside this one, which has hidden whether this one used the key.
-  new_in_object = slot.last_object < object;
-  slot.last_object = object;
-  return slot.text;
+  for (; slots_[at].number != 0; at = (at + 1) & mask)
+    if (slots_[at].hash == hash && text_of(known_[slots_[at].number - 1].text) == text) return slots_[at].number - 1;
+  const auto position = static_cast<std::uint32_t>(known_.size());
+  known_.push_back({nullptr, 0, 0});  // has its place before there is a text that could be lost
+  known_[position].text = texts_.make(text);
+  slots_[at] = {hash, position + 1};
+  return position;
 }
 
 void JsonKeys::grow() {
-  std::vector<Slot> larger(slots_.empty() ? 64 : slots_.size() * 2);
+  if (known_.size() >= UINT32_MAX / 4) throw std::bad_alloc();
+  Buffer<Slot> larger(slots_.empty() ? 64 : slots_.size() * 2);
+  std::memset(larger.data(), 0, larger.size() * sizeof(Slot));
   const std::size_t mask = larger.size() - 1;
   for (const Slot& slot : slots_) {
-    if (!slot.text) continue;
+    if (slot.number == 0) continue;
     std::size_t at = slot.hash & mask;
-    while (larger[at].text) at = (at + 1) & mask;
+    while (larger[at].number != 0) at = (at + 1) & mask;
     larger[at] = slot;
   }
   slots_ = std::move(larger);

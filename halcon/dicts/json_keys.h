@@ -6,15 +6,15 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <vector>
 
 #include "core/access.h"
+#include "core/string_blocks.h"
 
 namespace HalconCpp::detail {
 
 class JsonKeys {
  public:
-  JsonKeys() noexcept = default;
+  explicit JsonKeys(StringBlocks& texts) noexcept : texts_(texts) {}
   JsonKeys(const JsonKeys&) = delete;
   JsonKeys& operator=(const JsonKeys&) = delete;
   ~JsonKeys();
@@ -32,16 +32,23 @@ class JsonKeys {
   HTuple numbers(std::size_t n);
 
  private:
-  struct Slot {
-    const StringData* text = nullptr;  // null: free
-    std::uint32_t hash = 0;
-    std::uint32_t last_object = 0;
+  struct Known {
+    const StringData* text;
+    std::uint32_t last_object;
+    std::uint32_t next;  // the key that came after this one the last time
   };
+  struct Slot {
+    std::uint32_t hash;
+    std::uint32_t number;  // 0: free, else 1 + position in known_
+  };
+  std::uint32_t find_or_add(std::string_view text);
   static std::size_t list_place(std::span<const StringData* const> keys) noexcept;
   void grow();
 
-  std::vector<Slot> slots_;
-  std::size_t used_ = 0;
+  StringBlocks& texts_;
+  Buffer<Known> known_;  // in the order in which they came
+  Buffer<Slot> slots_;   // a power of two, at most half of them in use
+  std::uint32_t previous_ = 0;
   std::array<HTuple, 256> lists_;
   std::array<HTuple, 64> numbers_;
 };

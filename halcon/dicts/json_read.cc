@@ -115,13 +115,14 @@ bool Events::add_unescaped(std::string_view text, bool is_key) {
 // The first control character that JSON allows nowhere; the size of the text when there is none.
 std::size_t first_control_character(std::string_view text) noexcept {
   const auto is_bad = [](char c) {
-    return static_cast<int>(static_cast<unsigned char>(c) < 0x20) & (c != '\n') & (c != '\r') & (c != '\t');
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 && byte != '\n' && byte != '\r' && byte != '\t';
   };
   constexpr std::size_t block = 1024;
   for (std::size_t begin = 0; begin < text.size(); begin += block) {
     const std::string_view part = text.substr(begin, block);
-    int bad = 0;
-    for (const char c : part) bad |= is_bad(c);  // without a branch, so that it runs on vectors
+    unsigned char bad = 0;  // a byte, and no way out of the loop, so that it runs on vectors
+    for (const char c : part) bad |= is_bad(c) ? 1 : 0;
     if (bad) return begin + static_cast<std::size_t>(std::find_if(part.begin(), part.end(), is_bad) - part.begin());
   }
   return text.size();

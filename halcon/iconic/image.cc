@@ -9,31 +9,6 @@
 
 namespace HalconCpp::detail {
 
-namespace {
-
-constexpr std::pair<PixelType, const char*> pixel_types[] = {
-    {PixelType::Byte, "byte"}, {PixelType::Int1, "int1"}, {PixelType::Int2, "int2"}, {PixelType::UInt2, "uint2"},
-    {PixelType::Int4, "int4"}, {PixelType::Int8, "int8"}, {PixelType::Real, "real"},
-};
-
-}  // namespace
-
-const char* pixel_type_name(PixelType type) noexcept {
-  for (const auto& [known, name] : pixel_types)
-    if (known == type) return name;
-  return "";
-}
-
-PixelType pixel_type_of(std::string_view name) {
-  for (const auto& [type, known] : pixel_types)
-    if (name == known) return type;
-  refuse(quoted(name) + " is no pixel type (byte, int1, int2, uint2, int4, int8, real)");
-}
-
-std::size_t pixel_size(PixelType type) noexcept {
-  return with_pixel_type(type, [](auto pixel) { return sizeof pixel; });
-}
-
 ImageDraft::ImageDraft(PixelType type, std::int32_t width, std::int32_t height, std::size_t channels)
     : type_(type), width_(width), height_(height) {
   const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * pixel_size(type);
@@ -44,7 +19,7 @@ ImageDraft::ImageDraft(PixelType type, std::int32_t width, std::int32_t height, 
 std::shared_ptr<const Image> ImageDraft::finish(RunsRef domain) {
   std::vector<Plane> planes;
   planes.reserve(planes_.size());
-  for (auto& plane : planes_) planes.push_back(std::make_shared<const Buffer<std::byte>>(std::move(plane)));
+  for (auto& plane : planes_) planes.push_back(std::make_shared<const PixelPlane>(std::move(plane)));
   return std::make_shared<const Image>(type_, width_, height_, std::move(planes), std::move(domain));
 }
 

@@ -5,25 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string_view>
 #include <vector>
 
-#include "core/buffer.h"
+#include "iconic/plane.h"
 #include "iconic/region.h"
 
 namespace HalconCpp::detail {
-
-// byte: 8 bits unsigned; int1: 8 bits signed; int2, uint2: 16 bits; int4, int8: 32 and 64 bits signed; real: 32-bit
-// float.
-enum class PixelType : std::uint8_t { Byte, Int1, Int2, UInt2, Int4, Int8, Real };
-
-const char* pixel_type_name(PixelType type) noexcept;
-// Refuses an unknown name.
-PixelType pixel_type_of(std::string_view name);
-std::size_t pixel_size(PixelType type) noexcept;
-
-// width x height pixels, row by row, no padding, in native byte order.
-using Plane = std::shared_ptr<const Buffer<std::byte>>;
 
 struct Image final : IconicObject {
   static constexpr ObjectClass kind = ObjectClass::Image;
@@ -32,7 +19,7 @@ struct Image final : IconicObject {
 
   std::size_t pixels() const noexcept { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
   template <class T>
-  const T* plane(std::size_t channel) const noexcept {
+  const T* plane(std::size_t channel) const {
     return reinterpret_cast<const T*>(channels[channel]->data());
   }
 
@@ -69,27 +56,6 @@ class ImageDraft {
   std::int32_t width_, height_;
   std::vector<Buffer<std::byte>> planes_;
 };
-
-// Calls `body` with a value of the C++ type that stores pixels of `type`.
-template <class Body>
-decltype(auto) with_pixel_type(PixelType type, Body&& body) {
-  switch (type) {
-    case PixelType::Int1:
-      return body(std::int8_t{});
-    case PixelType::Int2:
-      return body(std::int16_t{});
-    case PixelType::UInt2:
-      return body(std::uint16_t{});
-    case PixelType::Int4:
-      return body(std::int32_t{});
-    case PixelType::Int8:
-      return body(std::int64_t{});
-    case PixelType::Real:
-      return body(float{});
-    default:
-      return body(std::uint8_t{});
-  }
-}
 
 }  // namespace HalconCpp::detail
 

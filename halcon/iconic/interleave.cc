@@ -1,15 +1,8 @@
 #include "iconic/interleave.h"
 
-// Three bytes per pixel need a vector unit that can put bytes in any order. Processors have had one since 2006, but
-// compilers may use it only where they are told to: each loop is compiled twice, and the processor decides.
-#if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
-#define HALCONCPP_TWICE 1
-#define HALCONCPP_INLINE [[gnu::always_inline]] inline
-#else
-#define HALCONCPP_TWICE 0
-#define HALCONCPP_INLINE inline
-#endif
+#include "core/vector_units.h"
 
+// Three bytes per pixel need a vector unit that can put bytes in any order. Processors have had one since 2006.
 namespace HalconCpp::detail {
 
 namespace {
@@ -35,17 +28,18 @@ HALCONCPP_INLINE void join(const Byte* __restrict first, const Byte* __restrict 
 }
 
 #if HALCONCPP_TWICE
-[[gnu::target("ssse3")]] void split_by_shuffles(const Byte* samples, std::size_t pixels, Byte* first, Byte* second,
-                                                Byte* third) noexcept {
+HALCONCPP_FOR("ssse3")
+void split_by_shuffles(const Byte* samples, std::size_t pixels, Byte* first, Byte* second, Byte* third) noexcept {
   split(samples, pixels, first, second, third);
 }
 
-[[gnu::target("ssse3")]] void join_by_shuffles(const Byte* first, const Byte* second, const Byte* third,
-                                               std::size_t pixels, Byte* samples) noexcept {
+HALCONCPP_FOR("ssse3")
+void join_by_shuffles(const Byte* first, const Byte* second, const Byte* third, std::size_t pixels,
+                      Byte* samples) noexcept {
   join(first, second, third, pixels, samples);
 }
 
-bool can_shuffle() noexcept { return __builtin_cpu_supports("ssse3") != 0; }
+bool can_shuffle() noexcept { return HALCONCPP_HAS("ssse3"); }
 #endif
 
 }  // namespace

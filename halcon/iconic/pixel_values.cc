@@ -8,6 +8,7 @@
 #include "HalconCpp.h"
 #include "core/access.h"
 #include "core/failure.h"
+#include "core/vector_units.h"
 #include "iconic/arguments.h"
 #include "iconic/image.h"
 
@@ -25,7 +26,7 @@ using WideOf = std::conditional_t<(sizeof(A) > 4 || sizeof(B) > 4), std::int64_t
 
 // NaN becomes 0, what lies outside the integer type T the limit on its side.
 template <class T, class F>
-F clamped(F value) noexcept {
+HALCONCPP_INLINE F clamped(F value) noexcept {
   constexpr F low = static_cast<F>(LimitsOf<T>::min()), high = static_cast<F>(LimitsOf<T>::max());
   // Only NaN differs from itself; std::isnan would keep the loop from being vectorised.
   if constexpr (std::is_signed_v<T>) value = value == value ? value : F(0);  // NOLINT(misc-redundant-expression)
@@ -35,7 +36,9 @@ F clamped(F value) noexcept {
 
 // To the nearest integer, halves away from zero.
 template <class T, class F>
-T rounded(F inside) noexcept {
+HALCONCPP_INLINE T rounded(F inside) noexcept {
+  if constexpr (std::is_unsigned_v<T>)  // twice the value is exact, and so is its half that is rounded up
+    return static_cast<T>((static_cast<WideOf<T>>(inside + inside) + 1) >> 1);
   if constexpr (LimitsOf<F>::digits < LimitsOf<T>::digits)
     if (inside >= static_cast<F>(LimitsOf<T>::max())) return LimitsOf<T>::max();  // F has one more than the limit
   const auto whole = static_cast<WideOf<T>>(inside);
@@ -45,7 +48,7 @@ T rounded(F inside) noexcept {
 
 // Clamping and rounding are loops of their own: in one loop compilers make branches of them, apart both vectorise.
 template <class T, class F, class Value>
-void round_all(T* to, std::size_t count, Value value) noexcept {
+HALCONCPP_INLINE void round_all(T* to, std::size_t count, Value value) noexcept {
   constexpr std::size_t block = 256;
   F inside[block];
   for (std::size_t done = 0; done < count; done += block) {
@@ -74,10 +77,28 @@ void convert(const From* from, To* to, std::size_t count) noexcept {
   }
 }
 
+// The image with other planes.
+template <class MakePlane>
+std::shared_ptr<const Image> with_planes(const Image& image, PixelType type, MakePlane make) {
+  std::vector<Plane> planes;
+  for (const Plane& plane : image.channels) planes.push_back(make(plane));
+  return std::make_shared<const Image>(type, image.width, image.height, std::move(planes), image.domain);
+}
+
+// The integer image of which a real one was made, where its planes still know it; null otherwise.
+std::shared_ptr<const Image> integers_of(const Image& image) {
+  const PixelType type = image.channels[0]->integer_type();
+  for (const Plane& plane : image.channels)
+    if (!plane->integers() || plane->integer_type() != type) return nullptr;
+  return with_planes(image, type, [](const Plane& plane) { return plane->integers(); });
+}
+
 ObjectRef converted_image(const ObjectRef& object, PixelType type) {
   require_class(*object, Image::kind);
   const auto& image = static_cast<const Image&>(*object);
   if (image.type == type) return object;
+  if (type == PixelType::Real && pixel_size(image.type) <= 2)
+    return with_planes(image, type, [&](const Plane& p) { return std::make_shared<const PixelPlane>(p, image.type); });
   ImageDraft draft(type, image.width, image.height, image.channels.size());
   with_pixel_type(image.type, [&](auto from) {
     with_pixel_type(type, [&](auto to) {
@@ -93,26 +114,26 @@ template <class T>
 struct Range {
   T low = LimitsOf<T>::max();
   T high = LimitsOf<T>::lowest();
-
-  void add(const T* values, std::size_t count) noexcept {
-    T lowest = low, highest = high;
-    for (std::size_t i = 0; i < count; ++i) {
-      lowest = std::min(lowest, values[i]);
-      highest = std::max(highest, values[i]);
-    }
-    low = lowest;
-    high = highest;
-  }
 };
 
+template <class T>
+HALCONCPP_INLINE void add(Range<T>& range, const T* values, std::size_t count) noexcept {
+  T lowest = range.low, highest = range.high;
+  for (std::size_t i = 0; i < count; ++i) {
+    lowest = std::min(lowest, values[i]);
+    highest = std::max(highest, values[i]);
+  }
+  range = {lowest, highest};
+}
+
 template <>
-void Range<float>::add(const float* values, std::size_t count) noexcept {
+HALCONCPP_INLINE void add(Range<float>& range, const float* values, std::size_t count) noexcept {
   // One pair per lane: minima of floats are taken in order otherwise, one at a time.
   constexpr std::size_t lanes = 16;
   constexpr float largest = LimitsOf<float>::max();
   float lowest[lanes], highest[lanes];
-  std::fill_n(lowest, lanes, low);
-  std::fill_n(highest, lanes, high);
+  std::fill_n(lowest, lanes, range.low);
+  std::fill_n(highest, lanes, range.high);
   std::size_t done = 0;
   for (; count - done >= lanes; done += lanes)
     for (std::size_t k = 0; k < lanes; ++k) {
@@ -127,8 +148,23 @@ void Range<float>::add(const float* values, std::size_t count) noexcept {
       lowest[0] = std::min(lowest[0], values[done]);
       highest[0] = std::max(highest[0], values[done]);
     }
-  low = *std::min_element(lowest, lowest + lanes);
-  high = *std::max_element(highest, highest + lanes);
+  range = {*std::min_element(lowest, lowest + lanes), *std::max_element(highest, highest + lanes)};
+}
+
+#if HALCONCPP_TWICE_WIDE
+template <class T>
+HALCONCPP_FOR("avx2")
+void extend_wide(Range<T>& range, const T* values, std::size_t count) noexcept {
+  add(range, values, count);
+}
+#endif
+
+template <class T>
+void extend(Range<T>& range, const T* values, std::size_t count) noexcept {
+#if HALCONCPP_TWICE_WIDE
+  if (HALCONCPP_HAS("avx2")) return extend_wide(range, values, count);
+#endif
+  add(range, values, count);
 }
 
 template <class T>
@@ -137,13 +173,14 @@ Range<T> range_in_domain(const Image& image) {
   for (std::size_t channel = 0; channel < image.channels.size(); ++channel) {
     const T* plane = image.plane<T>(channel);
     if (!image.domain) {
-      range.add(plane, image.pixels());
+      extend(range, plane, image.pixels());
       continue;
     }
     const Runs& runs = *image.domain;
     for (std::size_t i = 0; i < runs.size(); ++i)
-      range.add(plane + static_cast<std::size_t>(runs.rows[i]) * static_cast<std::size_t>(image.width) + runs.begins[i],
-                static_cast<std::size_t>(runs.ends[i] - runs.begins[i] + 1));
+      extend(range,
+             plane + static_cast<std::size_t>(runs.rows[i]) * static_cast<std::size_t>(image.width) + runs.begins[i],
+             static_cast<std::size_t>(runs.ends[i] - runs.begins[i] + 1));
   }
   return range;
 }
@@ -164,9 +201,25 @@ Stretch stretch_of(const Image& image) {
 }
 
 template <class F, class T>
-void stretch(const T* from, std::uint8_t* to, std::size_t count, Stretch by) noexcept {
+HALCONCPP_INLINE void stretch_each(const T* from, std::uint8_t* to, std::size_t count, Stretch by) noexcept {
   const F low = static_cast<F>(by.low), scale = static_cast<F>(by.scale);
   round_all<std::uint8_t, F>(to, count, [=](std::size_t i) { return (static_cast<F>(from[i]) - low) * scale; });
+}
+
+#if HALCONCPP_TWICE_WIDE
+template <class F, class T>
+HALCONCPP_FOR("avx2")
+void stretch_wide(const T* from, std::uint8_t* to, std::size_t count, Stretch by) noexcept {
+  stretch_each<F>(from, to, count, by);
+}
+#endif
+
+template <class F, class T>
+void stretch(const T* from, std::uint8_t* to, std::size_t count, Stretch by) noexcept {
+#if HALCONCPP_TWICE_WIDE
+  if (HALCONCPP_HAS("avx2")) return stretch_wide<F>(from, to, count, by);
+#endif
+  stretch_each<F>(from, to, count, by);
 }
 
 // Whether float arithmetic, which is twice as fast, is exact enough for the result.
@@ -176,9 +229,7 @@ bool float_suffices(Stretch by) noexcept {
   return std::is_same_v<T, float> && by.scale > 1e-30 && by.scale < 1e30;
 }
 
-ObjectRef stretched_image(const ObjectRef& object) {
-  require_class(*object, Image::kind);
-  const auto& image = static_cast<const Image&>(*object);
+ObjectRef stretched(const Image& image) {
   ImageDraft draft(PixelType::Byte, image.width, image.height, image.channels.size());
   with_pixel_type(image.type, [&](auto pixel) {
     using T = decltype(pixel);
@@ -188,6 +239,14 @@ ObjectRef stretched_image(const ObjectRef& object) {
       run(image.plane<T>(i), draft.plane<std::uint8_t>(i), image.pixels(), by);
   });
   return draft.finish(image.domain);
+}
+
+// Reals that were integers of 8 or 16 bits are stretched as these: it is the same arithmetic on the same values.
+ObjectRef stretched_image(const ObjectRef& object) {
+  require_class(*object, Image::kind);
+  const auto& image = static_cast<const Image&>(*object);
+  const auto integers = integers_of(image);
+  return stretched(integers ? *integers : image);
 }
 
 template <class Make>

@@ -55,7 +55,7 @@ Plane filled(const Image& image, std::size_t channel, double color) {
     const std::size_t row = static_cast<std::size_t>(runs.rows[i]) * static_cast<std::size_t>(image.width);
     std::copy(from + row + runs.begins[i], from + row + runs.ends[i] + 1, to + row + runs.begins[i]);
   }
-  return std::make_shared<const Buffer<std::byte>>(std::move(plane));
+  return std::make_shared<const PixelPlane>(std::move(plane));
 }
 
 Image filled(const Image& image, const std::vector<double>& colors) {

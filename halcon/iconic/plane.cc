@@ -1,0 +1,45 @@
+#include "iconic/plane.h"
+
+#include <algorithm>
+
+#include "core/failure.h"
+
+namespace HalconCpp::detail {
+
+namespace {
+
+constexpr std::pair<PixelType, const char*> pixel_types[] = {
+    {PixelType::Byte, "byte"}, {PixelType::Int1, "int1"}, {PixelType::Int2, "int2"}, {PixelType::UInt2, "uint2"},
+    {PixelType::Int4, "int4"}, {PixelType::Int8, "int8"}, {PixelType::Real, "real"},
+};
+
+}  // namespace
+
+const char* pixel_type_name(PixelType type) noexcept {
+  for (const auto& [known, name] : pixel_types)
+    if (known == type) return name;
+  return "";
+}
+
+PixelType pixel_type_of(std::string_view name) {
+  for (const auto& [type, known] : pixel_types)
+    if (name == known) return type;
+  refuse(quoted(name) + " is no pixel type (byte, int1, int2, uint2, int4, int8, real)");
+}
+
+std::size_t pixel_size(PixelType type) noexcept {
+  return with_pixel_type(type, [](auto pixel) { return sizeof pixel; });
+}
+
+void PixelPlane::convert() const {
+  const std::size_t count = integers_->pixels_.size() / pixel_size(integer_type_);
+  Buffer<std::byte> pixels(count * sizeof(float));
+  with_pixel_type(integer_type_, [&](auto integer) {
+    const auto* from = reinterpret_cast<const decltype(integer)*>(integers_->data());
+    std::transform(from, from + count, reinterpret_cast<float*>(pixels.data()),
+                   [](auto value) { return static_cast<float>(value); });
+  });
+  pixels_ = std::move(pixels);
+}
+
+}  // namespace HalconCpp::detail

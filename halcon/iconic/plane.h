@@ -1,0 +1,77 @@
+// Pixel types, and the pixels of one channel.
+#ifndef HALCONCPP_ICONIC_PLANE_H
+#define HALCONCPP_ICONIC_PLANE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "core/buffer.h"
+
+namespace HalconCpp::detail {
+
+// byte: 8 bits unsigned; int1: 8 bits signed; int2, uint2: 16 bits; int4, int8: 32 and 64 bits signed; real: 32-bit
+// float.
+enum class PixelType : std::uint8_t { Byte, Int1, Int2, UInt2, Int4, Int8, Real };
+
+const char* pixel_type_name(PixelType type) noexcept;
+// Refuses an unknown name.
+PixelType pixel_type_of(std::string_view name);
+std::size_t pixel_size(PixelType type) noexcept;
+
+// width x height pixels, row by row, no padding, in native byte order. Made from integers, the pixels are reals that
+// are put down when somebody asks for them, once for all threads: most such planes are only stretched to bytes, and
+// that needs the integers alone.
+class PixelPlane {
+ public:
+  explicit PixelPlane(Buffer<std::byte> pixels) noexcept : pixels_(std::move(pixels)) {}
+  // Integers of 8 or 16 bits: as a real each keeps its value.
+  PixelPlane(std::shared_ptr<const PixelPlane> integers, PixelType type) noexcept
+      : integers_(std::move(integers)), integer_type_(type) {}
+
+  const std::byte* data() const {
+    if (integers_) std::call_once(converted_, [this] { convert(); });
+    return pixels_.data();
+  }
+  // What the plane was made from; null for a plane of its own.
+  const std::shared_ptr<const PixelPlane>& integers() const noexcept { return integers_; }
+  PixelType integer_type() const noexcept { return integer_type_; }
+
+ private:
+  void convert() const;
+
+  mutable Buffer<std::byte> pixels_;
+  mutable std::once_flag converted_;
+  std::shared_ptr<const PixelPlane> integers_;
+  PixelType integer_type_ = PixelType::Byte;
+};
+
+using Plane = std::shared_ptr<const PixelPlane>;
+
+// Calls `body` with a value of the C++ type that stores pixels of `type`.
+template <class Body>
+decltype(auto) with_pixel_type(PixelType type, Body&& body) {
+  switch (type) {
+    case PixelType::Int1:
+      return body(std::int8_t{});
+    case PixelType::Int2:
+      return body(std::int16_t{});
+    case PixelType::UInt2:
+      return body(std::uint16_t{});
+    case PixelType::Int4:
+      return body(std::int32_t{});
+    case PixelType::Int8:
+      return body(std::int64_t{});
+    case PixelType::Real:
+      return body(float{});
+    default:
+      return body(std::uint8_t{});
+  }
+}
+
+}  // namespace HalconCpp::detail
+
+#endif
