@@ -105,6 +105,13 @@ Node* build_whole_handle(Tree& tree, const HTuple& tuple, Text label, PathSegmen
   return nullptr;
 }
 
+// How HALCON names the type of the only element; empty when it does not tell, so that it is shown some other way.
+HalconCpp::HString only_type(const HTuple& tuple) try {
+  return tuple.TupleSemTypeElem()[0].S();
+} catch (const HalconCpp::HException&) {
+  return {};
+}
+
 // `type` is what all elements are, nothing when it is unknown.
 Node& build_value_node(Tree& tree, const HTuple& tuple, std::optional<ValueType> type, Text label,
                        PathSegment segment) {
@@ -130,8 +137,7 @@ Node& build_value_node(Tree& tree, const HTuple& tuple, std::optional<ValueType>
 // Most nodes of most trees: one question tells all about the tuple.
 Node* build_plain_value(Tree& tree, HTuple& tuple, Text label, PathSegment segment) {
   if (tuple.Length() != 1) return nullptr;
-  const HTuple types = tuple.TupleSemTypeElem();
-  const HalconCpp::HString type = types[0].S();
+  const HalconCpp::HString type = only_type(tuple);
   const std::string_view name = type.Text();
   const bool is_string = name == "string", is_integer = name == "integer";
   if (!is_string && !is_integer && name != "real") return nullptr;

@@ -90,7 +90,7 @@ class ElementTexts {
 
 ElementFlags element_flags(const HTuple& tuple) { return {tuple.TupleIsStringElem(), tuple.TupleIsIntElem()}; }
 
-std::optional<ValueType> common_plain_type(const HTuple& tuple) {
+std::optional<ValueType> common_plain_type(const HTuple& tuple) try {
   if (tuple.Length() < 2) return std::nullopt;
   const HTuple types = tuple.TupleSemType();
   const HString type = types[0].S();
@@ -99,6 +99,8 @@ std::optional<ValueType> common_plain_type(const HTuple& tuple) {
   if (name == "real") return ValueType::Real;
   if (name == "string") return ValueType::String;
   return std::nullopt;
+} catch (const HalconCpp::HException&) {
+  return std::nullopt;  // each element is asked instead
 }
 
 std::u16string_view plain_type_name(ValueType type) noexcept {

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "HalconHook.h"
+#include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
 #include "support/values.h"
@@ -139,6 +140,17 @@ TEST_F(DictTree, IntegersShowAllTheirDigits) {
   for (std::int64_t i = 0; i < integers.Length(); ++i)
     expected += (i == 0 ? "[" : ", ") + std::to_string(integers[i].L());
   EXPECT_EQ(reader.full(qv_node_child_at(open(new_dict({{"integers", integers}})), 0)), expected + "]");
+}
+
+TEST_F(DictTree, QuestionsThatOnlySaveTimeMayFail) {
+  const HTuple inner = new_dict({{"x", 1}});
+  const HTuple dict = new_dict({{"sub", inner}, {"two", tuple({inner, inner})}, {"numbers", tuple({1, 2})}});
+  const std::string good = outline(open(dict));
+  for (const auto& [question, times] : {std::pair("TupleSemTypeElem", 1), std::pair("TupleSemType", 9)}) {
+    const Failing failing(question, times);
+    EXPECT_EQ(outline(open(dict)), good) << question;
+    EXPECT_TRUE(failing.met) << question;
+  }
 }
 
 TEST_F(DictTree, KeysKeepTheirOrderAndText) {

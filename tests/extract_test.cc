@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "HalconHook.h"
+#include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
 #include "support/values.h"
@@ -71,22 +72,6 @@ TEST_F(Extract, LayoutsByChannelsAndDomain) {
     EXPECT_EQ(reader.error(), "");
   }
 }
-
-// Fails each call of one operator.
-class Failing : public HalconCpp::CallWatcher {
- public:
-  explicit Failing(std::string operation) : operation_(std::move(operation)) { HalconCpp::WatchCalls(this); }
-  ~Failing() override { HalconCpp::WatchCalls(nullptr); }
-  void called(const char* operation) override {
-    if (operation != operation_) return;
-    met = true;
-    HalconCpp::ThrowHException("made to fail");
-  }
-  bool met = false;
-
- private:
-  const std::string operation_;
-};
 
 TEST_F(Extract, FailuresHaveATextUntilThePixelStage) {
   const qv_node* node = open(with_domain(ramp(2, 1, 3, "uint2"), 0, 0, 0, 0));

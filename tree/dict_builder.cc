@@ -64,8 +64,7 @@ class OpenDict final : public OpenNode {
 
   // The key is not used any more when nodes are made.
   Begun begin_entry(const HTuple& key) {
-    static const HTuple data_type_query("key_data_type");
-    const HalconCpp::HString data_type = dict_.GetDictParam(data_type_query, key)[0].S();
+    const HalconCpp::HString data_type = dict_.GetDictParam(tree_.dict_queries().key_data_type, key)[0].S();
     const std::string_view name = data_type.Text();
     if (name == "object") return {&build_object_node(tree_, dict_.GetDictObject(key), label_, by_key), nullptr};
     if (name == "tuple") return begin_tuple(dict_.GetDictTuple(key));
@@ -96,8 +95,7 @@ class OpenDict final : public OpenNode {
 }  // namespace
 
 Begun begin_dict_node(Tree& tree, const HDict& dict, Text label, PathSegment segment) {
-  static const HTuple keys_query("keys");
-  HTuple keys = dict.GetDictParam(keys_query, HTuple());
+  HTuple keys = dict.GetDictParam(tree.dict_queries().keys, HTuple());
   Node& node = tree.make_node(NodeKind::Dict, label, segment);
   node.type_label = u"dict";
   node.value_summary = tree.count_text(keys.Length(), u"key", u"keys");

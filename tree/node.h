@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -130,6 +131,12 @@ class Tree {
   };
   const KnownKey& known_key(const HalconCpp::HString& string);
   Text ascii_text(std::string_view text);
+  // What every dictionary is asked.
+  struct DictQueries {
+    HalconCpp::HTuple keys{"keys"};
+    HalconCpp::HTuple key_data_type{"key_data_type"};
+  };
+  const DictQueries& dict_queries() { return dict_queries_ ? *dict_queries_ : dict_queries_.emplace(); }
   // A text, and the same between single quotes.
   struct QuotedText {
     Text plain, quoted;
@@ -155,6 +162,7 @@ class Tree {
   // The shared texts that came last, by hash, and the keys, by place.
   std::array<std::u16string_view, 256> shared_texts_;
   std::array<KnownKey, 128> known_keys_;
+  std::optional<DictQueries> dict_queries_;
   std::u16string scratch_;
 };
 
