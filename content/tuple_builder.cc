@@ -127,14 +127,12 @@ Node& build_value_node(Tree& tree, const HTuple& tuple, std::optional<ValueType>
 
 }  // namespace
 
-// Most nodes of most trees: one question tells all about the tuple.
+// Most nodes of most trees, so it asks for flags: they are numbers, and a type's name is a text to be compared.
 Node* build_plain_value(Tree& tree, HTuple& tuple, Text label, PathSegment segment) {
   if (tuple.Length() != 1) return nullptr;
-  const HTuple types = tuple.TupleSemTypeElem();
-  const HalconCpp::HString type = types[0].S();
-  const std::string_view name = type.Text();
-  const bool is_string = name == "string", is_integer = name == "integer";
-  if (!is_string && !is_integer && name != "real") return nullptr;
+  const bool is_string = tuple.TupleIsStringElem()[0].L() != 0;
+  const bool is_integer = !is_string && tuple.TupleIsIntElem()[0].L() != 0;
+  if (!is_string && !is_integer && tuple.TupleIsHandleElem()[0].L() != 0) return nullptr;
   Node& node = tree.make_node(NodeKind::Value, label, segment);
   node.values = tree.make_values(1);
   char number[longest_number];
