@@ -105,11 +105,15 @@ Node* build_whole_handle(Tree& tree, const HTuple& tuple, Text label, PathSegmen
   return nullptr;
 }
 
-// How HALCON names the type of the only element; empty when it does not tell, so that it is shown some other way.
-HalconCpp::HString only_type(const HTuple& tuple) try {
-  return tuple.TupleSemTypeElem()[0].S();
+// What the only element is; nothing when it is a handle, or when HALCON does not tell and it is shown some other way.
+// Most nodes of most trees, so it asks for flags: they are numbers, and a type's name is a text to be compared.
+std::optional<ValueType> only_plain_type(const HTuple& tuple) try {
+  if (tuple.TupleIsStringElem()[0].L() != 0) return ValueType::String;
+  if (tuple.TupleIsIntElem()[0].L() != 0) return ValueType::Integer;
+  if (tuple.TupleIsHandleElem()[0].L() != 0) return std::nullopt;
+  return ValueType::Real;
 } catch (const HalconCpp::HException&) {
-  return {};
+  return std::nullopt;
 }
 
 // `type` is what all elements are, nothing when it is unknown.
@@ -134,30 +138,28 @@ Node& build_value_node(Tree& tree, const HTuple& tuple, std::optional<ValueType>
 
 }  // namespace
 
-// Most nodes of most trees: one question tells all about the tuple.
 Node* build_plain_value(Tree& tree, HTuple& tuple, Text label, PathSegment segment) {
   if (tuple.Length() != 1) return nullptr;
-  const HalconCpp::HString type = only_type(tuple);
-  const std::string_view name = type.Text();
-  const bool is_string = name == "string", is_integer = name == "integer";
-  if (!is_string && !is_integer && name != "real") return nullptr;
+  const std::optional<ValueType> type = only_plain_type(tuple);
+  if (!type) return nullptr;
   Node& node = tree.make_node(NodeKind::Value, label, segment);
   node.values = tree.make_values(1);
   char number[longest_number];
   char* end = number;
-  if (is_string) {
+  if (*type == ValueType::String) {
     const Tree::QuotedText text = tree.quoted_text(tuple[0].S());
     node.values[0] = NodeValue::of_string(text.plain);
     node.value_summary = text.quoted;
-  } else if (is_integer) {
+  } else if (*type == ValueType::Integer) {
     node.values[0] = NodeValue::of_integer(tuple[0].L());
     end = write_integer(number, node.values[0].int_value());
   } else {
     node.values[0] = NodeValue::of_real(tuple[0].D());
     end = write_general(number, node.values[0].real_value());
   }
-  if (!is_string) node.value_summary = tree.ascii_text({number, static_cast<std::size_t>(end - number)});
-  node.type_label = is_string ? u"string" : is_integer ? u"integer" : u"real";
+  if (*type != ValueType::String)
+    node.value_summary = tree.ascii_text({number, static_cast<std::size_t>(end - number)});
+  node.type_label = plain_type_name(*type).data();
   node.value_count = 1;
   node.total_count = 1;
   node.held_tuple = std::move(tuple);

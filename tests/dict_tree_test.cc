@@ -146,7 +146,7 @@ TEST_F(DictTree, QuestionsThatOnlySaveTimeMayFail) {
   const HTuple inner = new_dict({{"x", 1}});
   const HTuple dict = new_dict({{"sub", inner}, {"two", tuple({inner, inner})}, {"numbers", tuple({1, 2})}});
   const std::string good = outline(open(dict));
-  for (const auto& [question, times] : {std::pair("TupleSemTypeElem", 1), std::pair("TupleSemType", 9)}) {
+  for (const auto& [question, times] : {std::pair("TupleIsIntElem", 1), std::pair("TupleSemType", 9)}) {
     const Failing failing(question, times);
     EXPECT_EQ(outline(open(dict)), good) << question;
     EXPECT_TRUE(failing.met) << question;

@@ -67,6 +67,38 @@ TEST_F(Json, ReadsEveryKindOfContent) {
   for (const auto& [text, tree] : rows) EXPECT_EQ(outcome(text), tree) << text;
 }
 
+// More different keys than are kept in mind, then keys that come again.
+TEST_F(Json, ReadsAnyNumberOfKeys) {
+  constexpr Hlong count = 150000;
+  std::string text = "{";
+  for (Hlong i = 0; i < count; ++i)
+    text += "\"key " + std::to_string(i) + "\":{\"n\":" + std::to_string(i) + ",\"m\":0},";
+  const HTuple dict = read(text + "\"key 7\":1,\"key 140000\":{\"new\":2,\"new\":3},\"key 149999\":4}");
+  const HDict entries(dict[0].H());
+  const HTuple keys = entries.GetDictParam("keys", HTuple());
+  ASSERT_EQ(keys.Length(), count);
+  for (Hlong i = 0; i < count; ++i) ASSERT_EQ(keys[i].S().Text(), "key " + std::to_string(i));
+  EXPECT_EQ(shown(entries.GetDictTuple("key 7")), "1");
+  EXPECT_EQ(shown(entries.GetDictTuple("key 140000")), "{'new':3}");
+  EXPECT_EQ(shown(entries.GetDictTuple("key 149999")), "4");
+  EXPECT_EQ(shown(entries.GetDictTuple("key 149998")), "{'n':149998,'m':0}");
+}
+
+TEST_F(Json, KeepsTextsOfEveryLengthBeyondTheirDocument) {
+  HTuple kept[2];
+  {
+    std::string text = "{\"few\":[\"" + std::string(255, 'b') + "\",\"c\"],\"all\":[\"\"";
+    for (std::size_t length = 1; length < 600; ++length) text += ",\"" + std::string(length, 'a') + "\"";
+    const HDict dict(read(text + "]}")[0].H());
+    kept[0] = dict.GetDictTuple("few");
+    kept[1] = dict.GetDictTuple("all");
+  }
+  kept[0].Append("more");
+  EXPECT_EQ(shown(kept[0]), "('" + std::string(255, 'b') + "','c','more')");
+  ASSERT_EQ(kept[1].Length(), 600);
+  for (Hlong i = 0; i < 600; ++i) EXPECT_EQ(kept[1][i].S().Text(), std::string(static_cast<std::size_t>(i), 'a'));
+}
+
 TEST_F(Json, TakesReadingOptions) {
   const std::string text = R"({"t":true,"f":[false,1],"n":null,"a":[[],[2]]})";
   const HTuple words = tuple({"json_value_true", "json_value_false", "json_value_null"});

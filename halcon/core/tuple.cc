@@ -300,10 +300,7 @@ template <class T>
 ArrayData* small_array(ArrayKind kind, std::span<const HTuple> values, T (*read)(const HTuple&) noexcept) {
   T elements[SmallArray<T>::most];
   for (std::size_t i = 0; i < values.size(); ++i) elements[i] = read(values[i]);
-  ArrayData* const array = SmallArray<T>::make(kind, {elements, values.size()});
-  if constexpr (std::is_pointer_v<T>)
-    for (std::size_t i = 0; i < values.size(); ++i) retain(elements[i]);
-  return array;
+  return SmallArray<T>::make(kind, {elements, values.size()});
 }
 
 }  // namespace
@@ -316,8 +313,11 @@ HTuple Access::elements(std::span<HTuple> values) {
   if (!mixed && values.size() <= SmallArray<Hlong>::most) {
     if (kind == TupleKind::Integer) return from_array(small_array<Hlong>(ArrayKind::Integers, values, integer));
     if (kind == TupleKind::Real) return from_array(small_array<double>(ArrayKind::Reals, values, real));
-    if (kind == TupleKind::String)
-      return from_array(small_array<const StringData*>(ArrayKind::Strings, values, string_data));
+    if (kind == TupleKind::String) {
+      HTuple made = from_array(small_array<const StringData*>(ArrayKind::Strings, values, string_data));
+      for (HTuple& value : values) value.kind_ = TupleKind::Empty;  // their references are the array's now
+      return made;
+    }
   }
   switch (mixed ? TupleKind::Array : kind) {
     case TupleKind::Integer:
@@ -490,6 +490,7 @@ namespace {
 
 HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
   const Hlong count = tuple.Length();
+  if (count == 1) return Hlong{Access::element_kind(tuple, 0) == wanted};
   if (count == 0) return {};
   const TupleKind kind = detail::common_kind(tuple);
   if (kind != TupleKind::Array) return Access::repeat(kind == wanted ? 1 : 0, count);

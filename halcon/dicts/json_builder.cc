@@ -1,17 +1,43 @@
 #include "dicts/json_builder.h"
 
 #include <algorithm>
+#include <bit>
+#include <numeric>
 
 #include "core/limits.h"
+#include "dicts/text_hash.h"
 
 namespace HalconCpp::detail {
 
 namespace {
 
-bool has_repeats(std::span<const StringData* const> keys) {
-  std::vector<const StringData*> sorted(keys.begin(), keys.end());
-  std::sort(sorted.begin(), sorted.end());
-  return std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end();
+// Whether two of the numbers are equal. Many of them are first dealt out into groups that fit in a cache.
+bool has_repeats(std::vector<std::uint64_t> numbers) {
+  constexpr std::size_t group_size = 512;
+  const std::size_t groups = std::bit_ceil(numbers.size() / group_size + 1);
+  std::vector<std::size_t> ends(groups + 1);
+  const auto group_of = [&](std::uint64_t number) { return number & (groups - 1); };
+  for (const std::uint64_t number : numbers) ++ends[group_of(number) + 1];
+  std::partial_sum(ends.begin(), ends.end(), ends.begin());
+  std::vector<std::uint64_t> sorted(numbers.size());
+  for (const std::uint64_t number : numbers) sorted[ends[group_of(number)]++] = number;
+  auto first = sorted.begin();
+  for (std::size_t group = 0; group < groups; ++group) {
+    const auto end = sorted.begin() + static_cast<std::ptrdiff_t>(ends[group]);
+    std::sort(first, end);
+    if (std::adjacent_find(first, end) != end) return true;
+    first = end;
+  }
+  return false;
+}
+
+// By their texts, or by their places where equal texts have one place. Different texts may pass for equal ones.
+bool may_have_repeats(std::span<const StringData* const> keys, bool by_place) {
+  std::vector<std::uint64_t> numbers(keys.size());
+  std::transform(keys.begin(), keys.end(), numbers.begin(), [&](const StringData* key) {
+    return by_place ? reinterpret_cast<std::uintptr_t>(key) / alignof(StringData) : hash_of(text_of(key));
+  });
+  return has_repeats(std::move(numbers));
 }
 
 std::vector<Entry> entries_of(std::span<HTuple> values) {
@@ -74,7 +100,7 @@ HTuple JsonBuilder::object_dict(const Level& level, std::span<HTuple> values) {
   const auto keys = std::span<const StringData* const>(keys_).subspan(level.first_key);
   if (keys.empty()) return dict;
   const HTuple* list = names_.known_list(keys);
-  if (!list && !(level.may_repeat_keys && has_repeats(keys))) list = &names_.new_list(keys);
+  if (!list && !(level.may_repeat_keys && may_have_repeats(keys, names_.keeps_all()))) list = &names_.new_list(keys);
   if (list) {
     data->table.adopt(*list, entries_of(values));
     return dict;

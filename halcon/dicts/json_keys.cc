@@ -25,27 +25,39 @@ const StringData* JsonKeys::key(std::string_view text, std::uint32_t object, boo
   previous_ = at;
   Known& known = known_[at];
   // A later number tells of an object inside this one, which has hidden whether this one used the key.
-  new_in_object = known.last_object < object;
+  new_in_object = at < kept_ && known.last_object < object;
+  if (known.last_object != 0) ++repeats_;
   known.last_object = object;
   return known.text;
 }
 
+// A table that is larger than a processor's cache costs more than all else that is done with a key. It pays when keys
+// come again; when most of them are new it stays as it is, and a new key takes another one's place.
+bool JsonKeys::may_keep_more() const noexcept {
+  constexpr std::size_t most_in_cache = std::size_t{1} << 16;
+  return keeps_all() && (known_.size() < most_in_cache || repeats_ >= known_.size());
+}
+
 std::uint32_t JsonKeys::find_or_add(std::string_view text) {
-  if (known_.size() * 2 >= slots_.size()) grow();
+  const bool keep = may_keep_more();
+  if (keep && known_.size() * 2 >= slots_.size()) grow();
   const auto hash = static_cast<std::uint32_t>(hash_of(text));
   const std::size_t mask = slots_.size() - 1;
   std::size_t at = hash & mask;
-  for (; slots_[at].number != 0; at = (at + 1) & mask)
+  for (; slots_[at].number != 0; at = (at + 1) & mask) {
     if (slots_[at].hash == hash && text_of(known_[slots_[at].number - 1].text) == text) return slots_[at].number - 1;
+    if (!keep) break;
+  }
   const auto position = static_cast<std::uint32_t>(known_.size());
+  if (position == UINT32_MAX) throw std::bad_alloc();
   known_.push_back({nullptr, 0, 0});  // has its place before there is a text that could be lost
+  if (keep) kept_ = known_.size();
   known_[position].text = texts_.make(text);
   slots_[at] = {hash, position + 1};
   return position;
 }
 
 void JsonKeys::grow() {
-  if (known_.size() >= UINT32_MAX / 4) throw std::bad_alloc();
   Buffer<Slot> larger(slots_.empty() ? 64 : slots_.size() * 2);
   std::memset(larger.data(), 0, larger.size() * sizeof(Slot));
   const std::size_t mask = larger.size() - 1;

@@ -1,4 +1,4 @@
-// The keys of one JSON document: each text is kept once, and so is each list of keys.
+// The keys of one JSON document: texts that come again are kept once, and so are lists of keys.
 #ifndef HALCONCPP_DICTS_JSON_KEYS_H
 #define HALCONCPP_DICTS_JSON_KEYS_H
 
@@ -19,9 +19,11 @@ class JsonKeys {
   JsonKeys& operator=(const JsonKeys&) = delete;
   ~JsonKeys();
 
-  // The one copy of a text, which lives as long as this object. `new_in_object` is set to false when object number
-  // `object` may have used the key before; objects are numbered upwards from 1 in the order in which they begin.
+  // A copy of a text, which lives as long as this object: the only one while `keeps_all`, afterwards most likely the
+  // one that it gave before. `new_in_object` is set to false when object number `object` may have used the key before;
+  // objects are numbered upwards from 1 in the order in which they begin.
   const StringData* key(std::string_view text, std::uint32_t object, bool& new_in_object);
+  bool keeps_all() const noexcept { return kept_ == known_.size(); }
 
   // Keys made by `key`, as a tuple; null when that list has not been remembered.
   const HTuple* known_list(std::span<const StringData* const> keys) const noexcept;
@@ -42,12 +44,15 @@ class JsonKeys {
     std::uint32_t number;  // 0: free, else 1 + position in known_
   };
   std::uint32_t find_or_add(std::string_view text);
+  bool may_keep_more() const noexcept;
   static std::size_t list_place(std::span<const StringData* const> keys) noexcept;
   void grow();
 
   StringBlocks& texts_;
-  Buffer<Known> known_;  // in the order in which they came
-  Buffer<Slot> slots_;   // a power of two, at most half of them in use
+  Buffer<Known> known_;   // in the order in which they came
+  Buffer<Slot> slots_;    // a power of two, at most half of them in use
+  std::size_t kept_ = 0;  // the first so many of known_ are all found again
+  std::size_t repeats_ = 0;
   std::uint32_t previous_ = 0;
   std::array<HTuple, 256> lists_;
   std::array<HTuple, 64> numbers_;
