@@ -93,6 +93,12 @@ struct Node {
   bool truncated = false;  // fewer values were kept than total_count
 };
 
+// What every dictionary is asked.
+struct DictQueries {
+  HalconCpp::HTuple keys{"keys"};
+  HalconCpp::HTuple key_data_type{"key_data_type"};
+};
+
 // Owns all nodes that were made in it and everything they refer to. A node that was made but never appended (its entry
 // failed) goes with the tree. Destroying a tree walks no levels and needs no stack, however deep it is.
 class Tree {
@@ -131,11 +137,6 @@ class Tree {
   };
   const KnownKey& known_key(const HalconCpp::HString& string);
   Text ascii_text(std::string_view text);
-  // What every dictionary is asked.
-  struct DictQueries {
-    HalconCpp::HTuple keys{"keys"};
-    HalconCpp::HTuple key_data_type{"key_data_type"};
-  };
   const DictQueries& dict_queries() { return dict_queries_ ? *dict_queries_ : dict_queries_.emplace(); }
   // A text, and the same between single quotes.
   struct QuotedText {

@@ -12,7 +12,7 @@ namespace HalconCpp::detail {
 namespace {
 
 // Whether two of the numbers are equal. Many of them are first dealt out into groups that fit in a cache.
-bool has_repeats(std::vector<std::uint64_t> numbers) {
+bool has_repeats(const std::vector<std::uint64_t>& numbers) {
   constexpr std::size_t group_size = 512;
   const std::size_t groups = std::bit_ceil(numbers.size() / group_size + 1);
   std::vector<std::size_t> ends(groups + 1);
@@ -37,7 +37,7 @@ bool may_have_repeats(std::span<const StringData* const> keys, bool by_place) {
   std::transform(keys.begin(), keys.end(), numbers.begin(), [&](const StringData* key) {
     return by_place ? reinterpret_cast<std::uintptr_t>(key) / alignof(StringData) : hash_of(text_of(key));
   });
-  return has_repeats(std::move(numbers));
+  return has_repeats(numbers);
 }
 
 std::vector<Entry> entries_of(std::span<HTuple> values) {
