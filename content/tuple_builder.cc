@@ -144,8 +144,8 @@ Node* build_plain_value(Tree& tree, HTuple& tuple, Text label, PathSegment segme
   if (!type) return nullptr;
   Node& node = tree.make_node(NodeKind::Value, label, segment);
   node.values = tree.make_values(1);
-  char number[longest_number];
-  char* end = number;
+  char16_t number[longest_number];
+  char16_t* end = number;
   if (*type == ValueType::String) {
     const Tree::QuotedText text = tree.quoted_text(tuple[0].S());
     node.values[0] = NodeValue::of_string(text.plain);
@@ -158,7 +158,7 @@ Node* build_plain_value(Tree& tree, HTuple& tuple, Text label, PathSegment segme
     end = write_general(number, node.values[0].real_value());
   }
   if (*type != ValueType::String)
-    node.value_summary = tree.ascii_text({number, static_cast<std::size_t>(end - number)});
+    node.value_summary = tree.text(std::u16string_view(number, static_cast<std::size_t>(end - number)));
   node.type_label = plain_type_name(*type).data();
   node.value_count = 1;
   node.total_count = 1;

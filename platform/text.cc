@@ -113,44 +113,37 @@ std::u16string from_halcon(const HalconCpp::HString& string) {
 
 namespace {
 
-// The numbers from 0 to 99 with two digits each.
-template <class Unit>
-constexpr auto digit_pairs = [] {
-  std::array<Unit, 200> digits{};
-  for (int i = 0; i < 200; ++i) digits[i] = static_cast<Unit>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+// The numbers from 0 to 9999 with four digits each, and room to read on behind the last one.
+constexpr auto four_digits = [] {
+  std::array<char16_t, 4 * 10000 + 4> digits{};
+  for (std::size_t i = 0, part = 1000; i < 4 * 10000; ++i, part = part == 1 ? 1000 : part / 10)
+    digits[i] = static_cast<char16_t>(u'0' + i / 4 / part % 10);
   return digits;
 }();
 
-int count_digits(std::uint64_t value) noexcept {
-  int more = 0;
-  for (; value >= 100000000; value /= 100000000) more += 8;
-  if (value < 10000) return more + (value < 100 ? (value < 10 ? 1 : 2) : (value < 1000 ? 3 : 4));
-  return more + (value < 1000000 ? (value < 100000 ? 5 : 6) : (value < 10000000 ? 7 : 8));
-}
+void copy_four(char16_t* at, const char16_t* digits) noexcept { std::memcpy(at, digits, 4 * sizeof(char16_t)); }
 
 }  // namespace
 
-// Shorter than the library's function, and in units that need no widening.
-template <class Unit>
-Unit* write_integer(Unit* at, std::int64_t value) noexcept {
+// Shorter than the library's function, and in units that need no widening. Writes up to three units too many, which
+// the next ones replace.
+char16_t* write_integer(char16_t* at, std::int64_t value) noexcept {
   auto left = static_cast<std::uint64_t>(value);
   if (value < 0) {
-    *at++ = '-';
+    *at++ = u'-';
     left = 0 - left;
   }
-  Unit* const end = at + count_digits(left);
-  Unit* place = end;
-  for (; left >= 100; left /= 100)
-    std::memcpy(place -= 2, digit_pairs<Unit>.data() + 2 * (left % 100), 2 * sizeof(Unit));
-  if (left >= 10)
-    std::memcpy(at, digit_pairs<Unit>.data() + 2 * left, 2 * sizeof(Unit));
-  else
-    *at = static_cast<Unit>('0' + left);
-  return end;
+  std::uint32_t groups[5];
+  int count = 0;
+  do groups[count++] = static_cast<std::uint32_t>(left % 10000);
+  while ((left /= 10000) != 0);
+  const std::uint32_t first = groups[--count];
+  const int units = 1 + (first >= 10) + (first >= 100) + (first >= 1000);
+  copy_four(at, four_digits.data() + 4 * first + 4 - units);
+  at += units;
+  for (; count > 0; at += 4) copy_four(at, four_digits.data() + 4 * groups[--count]);
+  return at;
 }
-
-template char* write_integer(char* at, std::int64_t value) noexcept;
-template char16_t* write_integer(char16_t* at, std::int64_t value) noexcept;
 
 namespace {
 
@@ -173,13 +166,12 @@ bool six_digits(double value, std::uint32_t& digits, int& power) noexcept {
 
 // %.6g of most numbers, several times as fast as the library's exact conversion, which has to be ready for all of them.
 // Null when this number is not one of them.
-template <class Unit>
-Unit* write_six_digits(Unit* at, double value) noexcept {
+char16_t* write_six_digits(char16_t* at, double value) noexcept {
   std::uint32_t digits;
   int power;
   if (!six_digits(std::fabs(value), digits, power)) return nullptr;
-  Unit shown[6];
-  for (int i = 5; i >= 0; --i, digits /= 10) shown[i] = static_cast<Unit>('0' + digits % 10);
+  char16_t shown[6];
+  for (int i = 5; i >= 0; --i, digits /= 10) shown[i] = static_cast<char16_t>(u'0' + digits % 10);
   int count = 6;
   while (count > 1 && shown[count - 1] == '0') --count;
   if (value < 0) *at++ = '-';
@@ -197,15 +189,11 @@ Unit* write_six_digits(Unit* at, double value) noexcept {
 
 }  // namespace
 
-template <class Unit>
-Unit* write_general(Unit* at, double value, int digits) noexcept {
-  if (Unit* const end = digits == 6 ? write_six_digits(at, value) : nullptr) return end;
+char16_t* write_general(char16_t* at, double value, int digits) noexcept {
+  if (char16_t* const end = digits == 6 ? write_six_digits(at, value) : nullptr) return end;
   char number[longest_number];
   return std::copy(number, std::to_chars(number, std::end(number), value, std::chars_format::general, digits).ptr, at);
 }
-
-template char* write_general(char* at, double value, int digits) noexcept;
-template char16_t* write_general(char16_t* at, double value, int digits) noexcept;
 
 void append_integer(std::u16string& text, std::int64_t value) {
   char16_t number[longest_number];

@@ -40,13 +40,11 @@ HalconCpp::HString to_halcon(const std::u16string& text);
 std::size_t utf8_to_utf16(std::string_view text, char16_t* out) noexcept;
 std::string utf16_to_utf8(std::u16string_view text);
 
-// Numbers in the forms below, at a place with room for the longest one; the result is their end. A unit is a char or a
-// char16_t, and there are up to 17 digits.
+// Numbers in the forms below, with up to 17 digits for reals, at a place with room for the longest one; the result is
+// their end.
 inline constexpr std::size_t longest_number = 24;
-template <class Unit>
-Unit* write_integer(Unit* at, std::int64_t value) noexcept;
-template <class Unit>
-Unit* write_general(Unit* at, double value, int digits = 6) noexcept;
+char16_t* write_integer(char16_t* at, std::int64_t value) noexcept;
+char16_t* write_general(char16_t* at, double value, int digits = 6) noexcept;
 
 // Decimal digits with a leading '-' for negative numbers.
 void append_integer(std::u16string& text, std::int64_t value);

@@ -142,12 +142,6 @@ Text Tree::shared_text(std::u16string_view text_to_share) {
   return known.data();
 }
 
-Text Tree::ascii_text(std::string_view text) {
-  char16_t* copy = arena_.allocate<char16_t>(text.size() + 1);
-  *std::copy(text.begin(), text.end(), copy) = u'\0';
-  return copy;
-}
-
 Tree::QuotedText Tree::quoted_text(const HalconCpp::HString& string) {
   const std::span<char16_t> plain = write_text(HalconText(string), 1);
   if (plain.empty()) return {empty_text, u"''"};

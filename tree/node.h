@@ -136,7 +136,6 @@ class Tree {
     Text label = empty_text;
   };
   const KnownKey& known_key(const HalconCpp::HString& string);
-  Text ascii_text(std::string_view text);
   const DictQueries& dict_queries() { return dict_queries_ ? *dict_queries_ : dict_queries_.emplace(); }
   // A text, and the same between single quotes.
   struct QuotedText {
