@@ -3,7 +3,6 @@
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory --no-builtin-rules
 JOBS := $(shell nproc)
-CORPUS ?= ../shared/corpus
 SOURCES = find . -path ./build -prune -o \( -name '*.h' -o -name '*.c' -o -name '*.cc' \) -print0
 export FILE
 
@@ -43,7 +42,7 @@ bench: ready-bench ## measure against what people would use instead (JSON=file: 
 	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(BENCH_OPTIONS)
 
 corpus: ready-release ready-asan ## compare with a folder of real files and known results (CORPUS=folder)
-	@[ -d "$(CORPUS)" ] || { echo "There is no folder '$(CORPUS)'; name one by CORPUS=folder"; false; }
+	@[ -d "$(CORPUS)" ] || { echo "Name a folder of real files: make corpus CORPUS=folder"; false; }
 	@build/release/tests/corpus/qv_corpus "$(CORPUS)"
 	@build/asan/tests/corpus/qv_corpus "$(CORPUS)"
 
@@ -57,7 +56,7 @@ test-windows: ready-windows ## run all tests of the Windows build under Wine
 
 package: packages-package ready-release ## make a Debian package and, where there is a Windows build, a zip of it
 	@cd build/release && cpack
-	@[ ! -e build/windows/bin/quovel_adapter_2411.dll ] || { cd build/windows && cpack; }
+	@[ ! -e build/windows/build.ninja ] || { cmake --build build/windows && cd build/windows && cpack; }
 	@tools/check-packages build/packages
 
 docs: packages-docs ## make pages from the host header, and check the manual page

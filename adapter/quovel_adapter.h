@@ -12,10 +12,10 @@
  * it is the empty text. Numbers inside texts are written with '.' in every locale.
  *
  * Ownership and lifetime. The host owns the Reader. Nodes and texts belong to the library and must not be freed:
- *   - a node, and every text read from a node: until the next qv_reader_parse_* call on its Reader that is given a
- * path, or until the Reader is destroyed;
+ *   - a node and its texts: until the next qv_reader_parse_* with a path on its Reader, or until it is destroyed;
  *   - the last-error text: until the next call on the same Reader that can fail;
  *   - the full value text: until the next qv_node_full_value_text on the same Reader, or until it is destroyed.
+ *
  * Buffers that qv_extract_* hands out belong to the host, outlive the Reader, and go back through qv_free_buffer.
  * Strings and arrays that the host passes in are copied before a call returns. In a path, half of a surrogate pair
  * becomes U+FFFD.
@@ -120,8 +120,7 @@ QV_STATIC_ASSERT(offsetof(qv_parse_option, string_value) == 8 && offsetof(qv_par
                  "host record");
 QV_STATIC_ASSERT(offsetof(qv_parse_option, real_value) == 24, "host record");
 
-/* ---- Reader
- * ---------------------------------------------------------------------------------------------------------- */
+/* ---- Reader ---- */
 
 /* Makes a Reader; null only when memory is exhausted. Sets HALCON's process-wide "clip_region" to "false". The host
  * ends the Reader with qv_reader_destroy. */
@@ -133,8 +132,7 @@ QV_API void qv_reader_destroy(qv_reader* reader);
 /* The text of the Reader's last failure; empty when the last call that can fail succeeded, and for a null Reader. */
 QV_API const qv_char* qv_reader_last_error(const qv_reader* reader);
 
-/* ---- Opening files
- * --------------------------------------------------------------------------------------------------- */
+/* ---- Opening files ---- */
 
 /* Each of these reads one file and makes its tree the Reader's tree; the previous tree ends, also when reading fails.
  * The result is the root, or null: then the Reader holds no tree and the last-error text tells why. */
@@ -157,8 +155,7 @@ QV_API const qv_node* qv_reader_parse_object_model_3d_file(qv_reader* reader, co
 /* A deep-learning model, by its keys. */
 QV_API const qv_node* qv_reader_parse_dl_model_file(qv_reader* reader, const qv_char* path);
 
-/* ---- Nodes
- * ----------------------------------------------------------------------------------------------------------- */
+/* ---- Nodes ---- */
 
 /* These read fields and cannot fail. A null node, or an index that is negative or not below the count, gives 0, the
  * empty text or null, except where another default is named. */
@@ -209,8 +206,7 @@ QV_API const qv_node* qv_node_child_at(const qv_node* node, int32_t index);
  * alone. */
 QV_API const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* node);
 
-/* ---- Pixels and geometry
- * --------------------------------------------------------------------------------------------- */
+/* ---- Pixels and geometry ---- */
 
 /* `node` is an object node of the Reader's tree, `index` the number of one of its objects. A node of another kind and
  * an index out of range fail with an empty last-error text. The results are 1 or 0. */
@@ -247,8 +243,7 @@ QV_API void qv_free_buffer(uint8_t* buffer);
 QV_API void qv_free_double_buffer(double* buffer);
 QV_API void qv_free_int_buffer(int32_t* buffer);
 
-/* ---- Writing
- * --------------------------------------------------------------------------------------------------------- */
+/* ---- Writing ---- */
 
 /* Writes all objects of an object node; 1 or 0. The path's extension, in any case, decides: "hobj" an object file,
  * "dxf" for contours and polygons, otherwise the image format of that name ("png", "tif", "jpg", "bmp", ...). A node of
@@ -265,8 +260,7 @@ QV_API int32_t qv_save_objects_as(qv_reader* reader, const qv_node* const* nodes
 QV_API int32_t qv_reader_convert_dict_file(qv_reader* reader, const qv_char* input_path, const qv_char* output_path,
                                            int32_t lenient);
 
-/* ---- Version
- * --------------------------------------------------------------------------------------------------------- */
+/* ---- Version ---- */
 
 /* The version of the HALCON that the library runs against, or "unknown". Asked once; the text lives until unloading. */
 QV_API const qv_char* qv_adapter_halcon_version(void);

@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "adapter/quovel_adapter.h"
 #include "content/value_text.h"

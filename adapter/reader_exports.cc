@@ -1,5 +1,4 @@
 // The Reader's life, and the parse exports.
-#include <algorithm>
 #include <vector>
 
 #include "HalconCpp.h"

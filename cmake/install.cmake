@@ -56,7 +56,8 @@ install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LI
 # Documents. Whoever hands out a build hands out the notices of what is compiled into it.
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/quovel-adapter-2411)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE NOTICES.md DESTINATION ${documents})
-install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING
+  PATTERN "*.md" PATTERN "*.png" PATTERN "*.1")
 if(WIN32)
   install(DIRECTORY $<TARGET_FILE_DIR:${package}>/notices DESTINATION ${documents} OPTIONAL)
 endif()

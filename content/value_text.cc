@@ -1,7 +1,9 @@
 #include "content/value_text.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <new>
 
 #include "platform/text.h"
 
@@ -41,7 +43,7 @@ class ElementTexts {
   template <class Write>
   void append_numbers(Write write) {
     for (Hlong first = 0; first < count_; first += block) {
-      if (first == block) reserve_for_all();
+      if (first == block) reserve_for_all(PTRDIFF_MAX / sizeof(char16_t) / 2);
       char16_t* at = text_.room(static_cast<std::size_t>(block) * (longest_number + 2));
       for (Hlong i = first; i < std::min(first + block, count_); ++i) {
         if (i > 0) {
@@ -55,7 +57,7 @@ class ElementTexts {
   }
   void append_by_flags(const ElementFlags& flags) {
     for (Hlong i = 0; i < count_; ++i) {
-      if (i == block) reserve_for_all();
+      if (i == block) reserve_for_all(std::size_t{1} << 24);
       if (i > 0) text_.append(u", ");
       if (flags.is_string[i].L() != 0) {
         append_quoted(tuple_[i].S());
@@ -75,10 +77,12 @@ class ElementTexts {
     text_.end_at(at);
   }
   // Growing a long text step by step copies it several times; the first block tells how long it is likely to be.
-  void reserve_for_all() {
+  // Strings may be much shorter after it, so that `most` bounds the guess, and a failed one does no harm.
+  void reserve_for_all(std::size_t most) try {
     const auto per_element = text_.size() / static_cast<std::size_t>(block) + 2;
     const auto left = static_cast<std::size_t>(count_ - block) + 2 * block;
-    if (left < PTRDIFF_MAX / 4 / per_element) text_.room(left * per_element);
+    text_.room(left < most / per_element ? left * per_element : most);
+  } catch (const std::bad_alloc&) {
   }
 
   const HTuple& tuple_;

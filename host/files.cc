@@ -78,8 +78,9 @@ void write_file(const std::string& path, const std::string& content) {
   const fs::file_status before = fs::symlink_status(target, error);
   const bool direct = fs::exists(before) && !fs::is_regular_file(before);
   const fs::path written = direct ? target : target.parent_path() / (std::to_string(std::random_device()()) + ".part");
-  errno = 0;
   std::ofstream file(written, std::ios::binary);
+  if (!direct && fs::exists(before)) fs::permissions(written, before.permissions(), error);
+  errno = 0;
   file.write(content.data(), static_cast<std::streamsize>(content.size()));
   file.close();
   error = {file ? 0 : errno, std::generic_category()};

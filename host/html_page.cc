@@ -48,6 +48,14 @@ std::string base64(std::string_view bytes) {
   return text.replace(text.size() - missing, missing, missing, '=');
 }
 
+// As many of the first bytes as are whole characters, at most `limit`.
+std::string whole_characters(std::string text, std::size_t limit) {
+  if (text.size() <= limit) return text;
+  while (limit > 0 && (text[limit] & 0xC0) == 0x80) --limit;
+  text.resize(limit);
+  return text;
+}
+
 // Keeps every `step`-th pixel of every `step`-th row, in place.
 void thin_out(Picture& picture, std::uint32_t step) {
   const std::size_t bytes = picture.format == QV_PIXELS_GRAY8 ? 1 : picture.format == QV_PIXELS_BGR24 ? 3 : 4;
@@ -94,14 +102,13 @@ class PageData {
   // As much of the text as there is room for, cut between two characters.
   std::string fitting(const qv_char* text, std::size_t limit, const char* cut_what) {
     std::string all = to_utf8(text);
-    std::size_t size = std::min({all.size(), limit, text_left_});
-    if (size < all.size()) {
-      while (size > 0 && (all[size] & 0xC0) == 0x80) --size;
-      all.resize(size);
+    const std::size_t size = all.size();
+    all = whole_characters(std::move(all), std::min(limit, text_left_));
+    text_left_ -= all.size();
+    if (all.size() < size) {
       all += "…";
       leave_out(cut_what);
     }
-    text_left_ -= size;
     return all;
   }
   void line_member(const char* name, const qv_char* text) {
@@ -131,7 +138,7 @@ class PageData {
     member("kind", kind_name(node));
     line_member("type", qv_node_type_label(node));
     line_member("summary", qv_node_value_summary(node));
-    if (parent >= 0) member("segment", place_segment(node).substr(0, most_line_text));
+    if (parent >= 0) member("segment", whole_characters(place_segment(node), most_line_text));
     key("child_count");
     writer_.Int64(qv_node_child_count(node));
     if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node);

@@ -53,7 +53,9 @@ const qv_node* open_file(Session& session, const Arguments& arguments, const std
 std::string value_text(const Session& session, const qv_node* root, const std::string& place) {
   const qv_node* node = find_node(root, place);
   if (qv_node_kind(node) != QV_NODE_VALUE) throw Failure("the node at '" + place + "' holds no values");
-  return to_utf8(qv_node_full_value_text(session.reader(), node)) + "\n";
+  const std::string text = to_utf8(qv_node_full_value_text(session.reader(), node));
+  if (text.empty()) throw Failure("memory ran out for the text of the node at '" + place + "'");
+  return text + "\n";
 }
 
 void save_nodes(const Session& session, const qv_node* root, const std::vector<std::string>& arguments) {

@@ -3,6 +3,7 @@
 #include "json_output.h"
 #include "place.h"
 #include "print_tree.h"
+#include "session.h"
 
 namespace host {
 
@@ -17,7 +18,7 @@ class JsonPrinter {
     out_.raw("{\"format\":");
     out_.integer(json_format);
     out_.raw(",\"file\":");
-    out_.string(file);
+    out_.string(to_utf8(units(to_utf16(file))));  // names may hold any bytes
     out_.raw(",");
   }
 

@@ -134,7 +134,8 @@ std::u16string to_utf16(std::string_view utf8) {
     }
     char32_t c = more == 0 ? first : first & (0x3Fu >> more);
     for (; more > 0 && i < utf8.size() && (utf8[i] & 0xC0) == 0x80; --more) c = c << 6 | (utf8[i++] & 0x3Fu);
-    append_utf16(text, more == 0 && c <= 0x10FFFF ? c : replacement);
+    const bool overlong = first >= 0xE0 && c < (first < 0xF0 ? 0x800u : 0x10000u), surrogate = c >> 11 == 0xD800 >> 11;
+    append_utf16(text, more == 0 && !overlong && !surrogate && c <= 0x10FFFF ? c : replacement);
   }
   return text;
 }

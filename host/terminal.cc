@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <system_error>
 
 #include "platform/console.h"
 
@@ -71,8 +72,12 @@ std::string printable(const std::string& text) {
 }
 
 Progress::Progress(const std::string& what, Clock::time_point begin) {
-  if (quovel::errors_are_on_terminal())
+  if (!quovel::errors_are_on_terminal()) return;
+  try {
     teller_ = std::thread([this, begin, text = one_line(printable(what))] { tell(text, begin); });
+  } catch (const std::system_error&) {
+    // No thread to be had: the work goes on untold.
+  }
 }
 
 Progress::~Progress() {

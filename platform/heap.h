@@ -1,4 +1,4 @@
-// The heap that the host's buffers come from.
+// The process heap: the host's buffers, the trees and long texts come from it.
 #ifndef QUOVEL_PLATFORM_HEAP_H
 #define QUOVEL_PLATFORM_HEAP_H
 

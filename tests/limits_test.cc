@@ -8,9 +8,11 @@
 
 #include <functional>
 
+#include "support/bytes.h"
 #include "support/files.h"
 #include "support/host.h"
 #include "support/objects.h"
+#include "support/values.h"
 
 namespace {
 
@@ -56,26 +58,17 @@ std::string repeated(const std::string& text, std::size_t bytes) {
   return all;
 }
 
-std::string big_endian(std::initializer_list<unsigned> values, int width) {
-  std::string bytes;
-  for (const unsigned value : values)
-    for (int i = width; i-- > 0;) bytes += static_cast<char>(value >> 8 * i);
-  return bytes;
-}
-
-std::string little_endian(std::initializer_list<unsigned> values, int width) {
-  std::string bytes;
-  for (const unsigned value : values)
-    for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> 8 * i);
-  return bytes;
+HTuple many_of(const HTuple& element, std::size_t count) {
+  HTuple all;
+  for (std::size_t i = 0; i < count; ++i) all.Append(element);
+  return all;
 }
 
 // A JPEG 2000 codestream of one component in which nothing is coded: tiles of one packet each.
 std::string blank_jp2(unsigned width, unsigned height, unsigned tile, unsigned tiles) {
-  std::string file = "\xff\x4f\xff\x51"s + big_endian({41, 0}, 2) +
-                     big_endian({width, height, 0, 0, tile, tile, 0, 0}, 4) +
+  std::string file = "\xff\x4f\xff\x51"s + be({41, 0}, 2) + be({width, height, 0, 0, tile, tile, 0, 0}, 4) +
                      "\0\1\7\1\1\xff\x52\0\x0c\0\0\0\1\0\0\4\4\0\1\xff\x5c\0\4\x40\x40"s;
-  for (unsigned i = 0; i < tiles; ++i) file += "\xff\x90\0\x0a"s + big_endian({i}, 2) + "\0\0\0\x0f\0\1\xff\x93\0"s;
+  for (unsigned i = 0; i < tiles; ++i) file += "\xff\x90\0\x0a"s + be({i}, 2) + "\0\0\0\x0f\0\1\xff\x93\0"s;
   return file + "\xff\xd9";
 }
 
@@ -129,10 +122,26 @@ TEST_F(Limits, OfDictionariesAndModels) {
            {"init.onnx", "\x2a\0"s}, {"input.onnx", "\x5a\0"s}, {"node.onnx", "\x0a\0"s}})
     expect_within(FileKind::DlModel, name, onnx(entry, some), 512, 16 * mib);
   const std::string points = "OFF\n3 " + std::to_string(some / 2) + " 0\n0 0 0\n0 1 0\n1 0 0\n";
-  expect_within(FileKind::Model3d, "faces.off", points + repeated("1 0\n", 2 * some), 32, 16 * mib);
-  expect_within(FileKind::Model3d, "corners.obj", "v 0 0 0\nf" + repeated(" 1", some), 32, 16 * mib);
+  expect_within(FileKind::Model3d, "faces.off", points + repeated("1 0\n", 2 * some), 48, 16 * mib);
+  expect_within(FileKind::Model3d, "corners.obj", "v 0 0 0\nf" + repeated(" 1", some), 48, 16 * mib);
+  const std::string thing = "property list uchar uchar vertex_indices\nend_header\n";
+  expect_within(FileKind::Model3d, "faces.ply",
+                "ply\nformat binary_little_endian 1.0\nelement vertex 1\nproperty uchar x\nproperty uchar y\n"
+                "property uchar z\nelement face 6000\n" +
+                    thing + "abc" + repeated("\xff" + std::string(255, '\0'), 6000 * 256),
+                48, 16 * mib);
   save_regions(folder / "many.hobj", sanitized ? 10 : 15);
   expect_within(FileKind::Object, "many.hobj", 96, 16 * mib);
+  const HTuple dict = new_dict({{"dicts", many_of(new_dict(), some / 10)}});
+  save_dict(dict, folder / "dicts.hdict");
+  expect_within(FileKind::Dict, "dicts.hdict", 96, 16 * mib);
+  HalconCpp::WriteDlModel(new_dl_model(dict), (folder / "dicts.hdl").c_str());
+  expect_within(FileKind::DlModel, "dicts.hdl", 96, 16 * mib);
+  const HTuple zeros = many_of(0.0, some / 24);
+  HTuple points3d;
+  HalconCpp::GenObjectModel3dFromPoints(zeros, zeros, zeros, &points3d);
+  HalconCpp::WriteObjectModel3d(points3d, (folder / "points.om3").c_str());
+  expect_within(FileKind::Model3d, "points.om3", 96, 16 * mib);
 }
 
 TEST_F(Limits, OfImages) {
@@ -141,14 +150,21 @@ TEST_F(Limits, OfImages) {
   expect_within(FileKind::Object, "blank.jp2", blank_jp2(4000, 4000, 4000, 1), 0, most);
   expect_within(FileKind::Object, "refused.jp2", blank_jp2(40000, 40000, 40000, 1), 0, mib);
   expect_within(FileKind::Object, "refused-tiles.jp2", blank_jp2(250, 250, 1, 62500), 0, most);
-  expect_within(FileKind::Object, "runs.bmp",
-                "BM" + little_endian({0, 0, 62, 40, 8000, 8000}, 4) + little_endian({1, 8}, 2) +
-                    little_endian({1, 0, 0, 0, 1, 0}, 4) + "aaa\0\0\0\0\0\0\1"s,
-                0, most);
-  expect_within(FileKind::Object, "screen.gif",
-                "GIF89a"s + little_endian({8000, 2600}, 2) +
-                    "\x91\0\0abcbbbcccddd,\0\0\0\0\3\0\3\0\0\2\6\x44\xa8\x11\xa1\x46\x14\0;"s,
-                0, most);
+  expect_within(
+      FileKind::Object, "runs.bmp",
+      "BM" + le({0, 0, 62, 40, 8000, 8000}, 4) + le({1, 8}, 2) + le({1, 0, 0, 0, 1, 0}, 4) + "aaa\0\0\0\0\0\0\1"s, 0,
+      most);
+  expect_within(
+      FileKind::Object, "screen.gif",
+      "GIF89a"s + le({8000, 2600}, 2) + "\x91\0\0abcbbbcccddd,\0\0\0\0\3\0\3\0\0\2\6\x44\xa8\x11\xa1\x46\x14\0;"s, 0,
+      most);
+  HObject even;
+  HalconCpp::GenImageConst(&even, "byte", 4000, 4000);
+  for (const char* format : {"png", "tiff", "jpg", "jp2"}) {
+    HalconCpp::WriteImage(even, format, 0, (folder / "even").c_str());
+    std::filesystem::rename(native(folder / "even"), native(folder / ("even."s + format)));
+    expect_within(FileKind::Object, "even."s + format, 0, most);
+  }
   expect_within(FileKind::Object, "digits.pbm", "P1 1000 1000 " + std::string(1000000, '1'), 8, mib);
   // A list costs what the files cost that it names, however often it names them.
   write(folder / "one.pgm", "P5 1000 1000 255\n" + std::string(1000000, 'x'));

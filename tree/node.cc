@@ -115,7 +115,10 @@ const Tree::KnownKey& Tree::known_key(const HalconCpp::HString& string) {
   const HalconText text(string);
   const auto place = reinterpret_cast<std::uintptr_t>(text.place());
   KnownKey& known = known_keys_[(place / 16 ^ place / 4096) % known_keys_.size()];
-  if (known.place != text.place()) known = {string, text.place(), HalconCpp::HTuple(string), shared_text(text)};
+  if (known.place != text.place()) {
+    known = {string, nullptr, HalconCpp::HTuple(string), shared_text(text)};
+    known.place = HalconText(known.string).place();  // of the copy that stays: it may have a text of its own
+  }
   return known;
 }
 

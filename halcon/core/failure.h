@@ -2,7 +2,6 @@
 #ifndef HALCONCPP_CORE_FAILURE_H
 #define HALCONCPP_CORE_FAILURE_H
 
-#include <exception>
 #include <new>
 #include <string>
 #include <string_view>

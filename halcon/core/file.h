@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <span>
 #include <string_view>
 
 #include "core/buffer.h"

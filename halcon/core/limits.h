@@ -25,6 +25,11 @@ inline constexpr std::uint64_t decoded_free = std::uint64_t{64} << 20;
 inline constexpr std::uint64_t decoded_per_byte = 2048;
 // What a library keeps to decode it (tables of tiles) may take `decoded_free` bytes or this many per byte of the file.
 inline constexpr std::uint64_t tables_per_byte = 64;
+// Scans of a progressive JPEG: each costs a pass over the whole picture, however short it is. Real files have about
+// ten.
+inline constexpr std::uint64_t jpeg_scans = 100;
+// ONNX messages within messages: graphs in graphs take three levels each. The parser goes down by recursion.
+inline constexpr int onnx_nesting = 100;
 // Rows of a matrix without columns: they take no room in a file, but do where they are shown.
 inline constexpr std::int64_t empty_rows = 16;
 // Points, and faces, of a 3D model: they are numbered by 32-bit integers.

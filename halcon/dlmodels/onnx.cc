@@ -15,14 +15,12 @@
 #include <vector>
 
 #include "core/failure.h"
+#include "core/limits.h"
 #include "dlmodels/dl_model.h"
 
 namespace HalconCpp::detail {
 
 namespace {
-
-// Messages within messages: graphs in graphs take three levels each. The parser goes down by recursion.
-constexpr int deepest_message = 100;
 
 // A handle whose entries are being filled in.
 template <class Data>
@@ -250,10 +248,10 @@ void parse(std::span<const std::byte> file, onnx::ModelProto& proto) {
   if (file.size() > INT_MAX) refuse("has more than 2 GiB, the limit of ONNX files");
   Stream stream = stream_of(file);
   stream.SetTotalBytesLimit(static_cast<int>(file.size()));
-  stream.SetRecursionLimit(deepest_message);
+  stream.SetRecursionLimit(limits::onnx_nesting);
   if (!proto.ParsePartialFromCodedStream(&stream) || !stream.ConsumedEntireMessage()) {
     if (!fields_fill(file)) refuse("is no ONNX model, or is cut off");
-    refuse("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(deepest_message) +
+    refuse("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
            " deep");
   }
   if (!proto.has_graph()) refuse("is no ONNX model, or is cut off: it holds no graph");

@@ -32,6 +32,8 @@ std::size_t pixel_size(PixelType type) noexcept {
 }
 
 void PixelPlane::convert() const {
+  const std::lock_guard lock(converting_);
+  if (converted_.load(std::memory_order_relaxed)) return;
   const std::size_t count = integers_->pixels_.size() / pixel_size(integer_type_);
   Buffer<std::byte> pixels(count * sizeof(float));
   with_pixel_type(integer_type_, [&](auto integer) {
@@ -40,6 +42,7 @@ void PixelPlane::convert() const {
                    [](auto value) { return static_cast<float>(value); });
   });
   pixels_ = std::move(pixels);
+  converted_.store(true, std::memory_order_release);
 }
 
 }  // namespace HalconCpp::detail

@@ -2,6 +2,7 @@
 #ifndef HALCONCPP_ICONIC_PLANE_H
 #define HALCONCPP_ICONIC_PLANE_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -33,7 +34,7 @@ class PixelPlane {
       : integers_(std::move(integers)), integer_type_(type) {}
 
   const std::byte* data() const {
-    if (integers_) std::call_once(converted_, [this] { convert(); });
+    if (integers_ && !converted_.load(std::memory_order_acquire)) convert();
     return pixels_.data();
   }
   // What the plane was made from; null for a plane of its own.
@@ -44,7 +45,9 @@ class PixelPlane {
   void convert() const;
 
   mutable Buffer<std::byte> pixels_;
-  mutable std::once_flag converted_;
+  // No std::call_once: some libraries keep its lock when memory runs out inside.
+  mutable std::mutex converting_;
+  mutable std::atomic<bool> converted_ = false;
   std::shared_ptr<const PixelPlane> integers_;
   PixelType integer_type_ = PixelType::Byte;
 };

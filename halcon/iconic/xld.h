@@ -3,7 +3,6 @@
 #define HALCONCPP_ICONIC_XLD_H
 
 #include <memory>
-#include <span>
 #include <vector>
 
 #include "iconic/object_data.h"

@@ -20,10 +20,10 @@ namespace {
 
 constexpr int quality = 90;
 
-// Each scan of a progressive file costs a pass over the whole image, however short it is. Real files have about ten.
+// Fewer than the limit where the picture is so large that each is costly.
 int most_scans(std::uint64_t samples, std::uint64_t file_bytes) {
   const std::uint64_t visits = std::max(std::uint64_t{1} << 33, file_bytes * limits::decoded_per_byte);
-  return static_cast<int>(std::clamp<std::uint64_t>(visits / samples, 20, 100));
+  return static_cast<int>(std::clamp<std::uint64_t>(visits / samples, 20, limits::jpeg_scans));
 }
 
 // The library reaches all of it through its first member.

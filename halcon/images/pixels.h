@@ -66,7 +66,7 @@ void join_three(const T* __restrict a, const T* __restrict b, const T* __restric
 
 // The way back: the pixels of all channels from pixel `at` on, interleaved.
 template <class T>
-void join_pixels(const Image& image, std::size_t at, std::size_t pixels, T* samples) noexcept {
+void join_pixels(const Image& image, std::size_t at, std::size_t pixels, T* samples) {
   const std::size_t channels = image.channels.size();
   const auto plane = [&](std::size_t c) { return image.plane<T>(c) + at; };
   if (channels == 3) return join_three(plane(0), plane(1), plane(2), pixels, samples);

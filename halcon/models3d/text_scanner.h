@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstddef>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "HalconCpp.h"

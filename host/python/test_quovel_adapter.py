@@ -119,10 +119,11 @@ class Data(unittest.TestCase):
 class Ends(unittest.TestCase):
     def test_failures_are_exceptions_with_the_librarys_text(self):
         with qv.open(SAMPLES / "parts.hdict") as reader, tempfile.TemporaryDirectory() as folder:
+            self.assertRaises(IndexError, reader.root["image"].image, 1)
             for call, text in (
                 (lambda: reader.save(reader.root["image"], folder + "/a.unknown"), "unknown"),
                 (lambda: reader.convert(SAMPLES / "parts.hdict", folder + "/a.json"), "."),
-                (lambda: reader.root["image"].image(1), "no such data"),
+                (lambda: reader.root["image"].runs(), "GetRegionRuns"),
                 (lambda: reader.root["title"].save(folder + "/a.hobj"), "no such data"),
                 (lambda: reader.open(folder + "/missing.json"), "missing.json"),
                 (lambda: reader.root, "no file is open"),

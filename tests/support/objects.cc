@@ -1,6 +1,7 @@
 #include "support/objects.h"
 
 #include <string>
+#include <vector>
 
 namespace test {
 

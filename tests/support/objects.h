@@ -2,9 +2,7 @@
 #ifndef QUOVEL_TESTS_SUPPORT_OBJECTS_H
 #define QUOVEL_TESTS_SUPPORT_OBJECTS_H
 
-#include <cstdint>
 #include <initializer_list>
-#include <vector>
 
 #include "HalconCreate.h"
 

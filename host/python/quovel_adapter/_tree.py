@@ -346,7 +346,11 @@ class Node(_Uncopied):
         self._reader.save(self, path)
 
     def _extract(self, extract: Any, index: int, *more: Any) -> Any:
-        return extract(self._reader._check, self._reader._alive(), self._pointer, checked_index(index), *more)
+        index = checked_index(index)
+        reader = self._reader._alive()
+        if self.kind == Kind.OBJECT and index >= self.object_count:
+            raise IndexError(f"the node has {self.object_count} objects, none at {index}")
+        return extract(self._reader._check, reader, self._pointer, index, *more)
 
     # ---- For people
 
