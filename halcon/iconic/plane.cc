@@ -37,7 +37,8 @@ void PixelPlane::convert() const {
   const std::size_t count = integers_->pixels_.size() / pixel_size(integer_type_);
   Buffer<std::byte> pixels(count * sizeof(float));
   with_pixel_type(integer_type_, [&](auto integer) {
-    const auto* from = reinterpret_cast<const decltype(integer)*>(integers_->data());
+    const auto* from =
+        reinterpret_cast<const decltype(integer)*>(integers_->pixels_.data());  // integers are always their own
     std::transform(from, from + count, reinterpret_cast<float*>(pixels.data()),
                    [](auto value) { return static_cast<float>(value); });
   });
