@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -18,14 +17,15 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int thread_count = 4;
 
-// Runs body(thread) on each thread; all begin at the same moment.
+// Runs body(thread) on each thread; all begin at the same moment. They spin: libstdc++'s std::barrier can sleep on
+// where there is no futex, as on Windows.
 template <class Body>
 void at_once(Body body) {
-  std::barrier start(thread_count);
+  std::atomic<int> ready{0};
   std::vector<std::thread> threads;
   for (int i = 0; i < thread_count; ++i)
-    threads.emplace_back([&start, &body, i] {
-      start.arrive_and_wait();
+    threads.emplace_back([&ready, &body, i] {
+      for (++ready; ready < thread_count;) std::this_thread::yield();
       body(i);
     });
   for (std::thread& thread : threads) thread.join();
