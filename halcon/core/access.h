@@ -59,6 +59,10 @@ struct Access {
   static HTuple element(const HTuple& tuple, Hlong index) noexcept;
   // What element i is; the same bounds.
   static TupleKind element_kind(const HTuple& tuple, Hlong index) noexcept;
+  // What all elements are; `Array` when they differ, `Empty` when there is none.
+  static TupleKind common_kind(const HTuple& tuple) noexcept;
+  // Its semantic type: "integer", "dict"; of a tuple of one.
+  static const char* type_name(const HTuple& element) noexcept;
 
   // Tuples, made.
   static HTuple text_tuple(std::string_view utf8) { return adopt_string(new_string(utf8)); }

@@ -94,14 +94,6 @@ const HTuple& mixed_element(const ArrayData& array, Hlong index) {
   return static_cast<const HTuple*>(array.elements)[array.kind == ArrayKind::Constant ? 0 : index];
 }
 
-// What all elements are; `Array` when they differ, `Empty` when there is none.
-TupleKind common_kind(const HTuple& tuple) {
-  const TupleKind kind = Access::kind(tuple);
-  if (kind != TupleKind::Array) return kind;
-  const ArrayData& array = Access::array(tuple);
-  return array.kind == ArrayKind::Mixed ? TupleKind::Array : Access::element_kind(tuple, 0);
-}
-
 // Adds the elements of `from`, all of them of the stored type, to an array of plain integers or reals.
 template <class T>
 void append_plain(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
@@ -191,19 +183,6 @@ struct ReleaseArray {
   void operator()(ArrayData* array) const noexcept { delete array; }
 };
 
-const char* type_name(const HTuple& element) {
-  switch (Access::kind(element)) {
-    case TupleKind::Integer:
-      return "integer";
-    case TupleKind::Real:
-      return "real";
-    case TupleKind::String:
-      return "string";
-    default:
-      return Access::handle_data(element) ? Access::handle_data(element)->semantic_type() : "handle";
-  }
-}
-
 }  // namespace
 
 TupleKind Access::element_kind(const HTuple& tuple, Hlong index) noexcept {
@@ -222,6 +201,13 @@ TupleKind Access::element_kind(const HTuple& tuple, Hlong index) noexcept {
     default:
       return mixed_element(array, index).kind_;
   }
+}
+
+TupleKind Access::common_kind(const HTuple& tuple) noexcept {
+  const TupleKind kind = Access::kind(tuple);
+  if (kind != TupleKind::Array) return kind;
+  const ArrayData& array = Access::array(tuple);
+  return array.kind == ArrayKind::Mixed ? TupleKind::Array : Access::element_kind(tuple, 0);
 }
 
 HTuple Access::element(const HTuple& tuple, Hlong index) noexcept {
@@ -414,7 +400,7 @@ HTuple& HTuple::Append(const HTuple& other) {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): `other` may be this tuple
     const HTuple more = other;
     const TupleKind kind =
-        detail::common_kind(*this) == detail::common_kind(more) ? detail::common_kind(more) : TupleKind::Array;
+        Access::common_kind(*this) == Access::common_kind(more) ? Access::common_kind(more) : TupleKind::Array;
     if (kind_ != TupleKind::Array || !detail::can_grow(*data_.array, kind)) {
       std::unique_ptr<detail::ArrayData, detail::ReleaseArray> array(detail::new_array(kind));
       detail::grow(*array, *this);
@@ -436,7 +422,7 @@ void HTupleElement::refuse(const char* operation) const {
     detail::raise(operation, "element " + std::to_string(index_) + " of a tuple of " +
                                  std::to_string(tuple_->Length()) + " does not exist");
   detail::raise(operation, "element " + std::to_string(index_) + " is of type " +
-                               detail::type_name(Access::element(*tuple_, index_)));
+                               Access::type_name(Access::element(*tuple_, index_)));
 }
 
 Hlong HTupleElement::rare_integer() const {
@@ -483,89 +469,5 @@ HHandle HTupleElement::H() const {
   }
   refuse("HTupleElement::H");
 }
-
-// Flags and types, one answer per element.
-
-namespace {
-
-HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
-  const Hlong count = tuple.Length();
-  if (count == 1) return Hlong{Access::element_kind(tuple, 0) == wanted};
-  if (count == 0) return {};
-  const TupleKind kind = detail::common_kind(tuple);
-  if (kind != TupleKind::Array) return Access::repeat(kind == wanted ? 1 : 0, count);
-  detail::Buffer<Hlong> flags(static_cast<std::size_t>(count));
-  for (Hlong i = 0; i < count; ++i) flags[static_cast<std::size_t>(i)] = Access::element_kind(tuple, i) == wanted;
-  return Access::integers(std::move(flags));
-}
-
-// The names that make up nearly all answers are made once.
-struct TypeNames {
-  HTuple integer = Access::lasting_text("integer");
-  HTuple real = Access::lasting_text("real");
-  HTuple string = Access::lasting_text("string");
-  HTuple dict = Access::lasting_text("dict");
-};
-
-HTuple type_tuple(const HTuple& tuple, Hlong index) {
-  static const TypeNames names;
-  switch (Access::element_kind(tuple, index)) {
-    case TupleKind::Integer:
-      return names.integer;
-    case TupleKind::Real:
-      return names.real;
-    case TupleKind::String:
-      return names.string;
-    default:
-      break;
-  }
-  const std::string_view name = detail::type_name(Access::element(tuple, index));
-  return Access::text(names.dict) == name ? names.dict : Access::text_tuple(name);
-}
-
-HTuple type_tuples(const HTuple& tuple) {
-  const Hlong count = tuple.Length();
-  if (count == 1) return type_tuple(tuple, 0);
-  const TupleKind kind = detail::common_kind(tuple);
-  if (kind == TupleKind::Empty) return {};
-  if (kind != TupleKind::Array && kind != TupleKind::Handle) return Access::repeat(type_tuple(tuple, 0), count);
-  std::vector<HTuple> types;
-  types.reserve(static_cast<std::size_t>(count));
-  for (Hlong i = 0; i < count; ++i) types.push_back(type_tuple(tuple, i));
-  return Access::elements(std::move(types));
-}
-
-HTuple common_type(const HTuple& tuple) {
-  if (tuple.Length() == 0) return Access::text_tuple("any");
-  HTuple first = type_tuple(tuple, 0);
-  if (detail::common_kind(tuple) != TupleKind::Array && detail::common_kind(tuple) != TupleKind::Handle) return first;
-  for (Hlong i = 1; i < tuple.Length(); ++i)
-    if (detail::type_name(Access::element(tuple, i)) != Access::text(first)) return Access::text_tuple("mixed");
-  return first;
-}
-
-}  // namespace
-
-HTuple HTuple::TupleIsHandleElem() const {
-  return detail::operate("TupleIsHandleElem", [&] { return kind_flags(*this, TupleKind::Handle); });
-}
-HTuple HTuple::TupleIsStringElem() const {
-  return detail::operate("TupleIsStringElem", [&] { return kind_flags(*this, TupleKind::String); });
-}
-HTuple HTuple::TupleIsIntElem() const {
-  return detail::operate("TupleIsIntElem", [&] { return kind_flags(*this, TupleKind::Integer); });
-}
-HTuple HTuple::TupleSemType() const {
-  return detail::operate("TupleSemType", [&] { return common_type(*this); });
-}
-HTuple HTuple::TupleSemTypeElem() const {
-  return detail::operate("TupleSemTypeElem", [&] { return type_tuples(*this); });
-}
-
-void TupleIsHandleElem(const HTuple& t, HTuple* flags) { *flags = t.TupleIsHandleElem(); }
-void TupleIsStringElem(const HTuple& t, HTuple* flags) { *flags = t.TupleIsStringElem(); }
-void TupleIsIntElem(const HTuple& t, HTuple* flags) { *flags = t.TupleIsIntElem(); }
-void TupleSemType(const HTuple& t, HTuple* name) { *name = t.TupleSemType(); }
-void TupleSemTypeElem(const HTuple& t, HTuple* names) { *names = t.TupleSemTypeElem(); }
 
 }  // namespace HalconCpp
