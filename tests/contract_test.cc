@@ -139,9 +139,4 @@ TEST_F(Contract, BuffersOutliveTheReader) {
   qv_free_int_buffer(reinterpret_cast<int32_t*>(own));  // any of the three takes any buffer
 }
 
-TEST_F(Contract, TheVersionIsMadeOnce) {
-  EXPECT_EQ(qv_adapter_halcon_version(), qv_adapter_halcon_version());
-  EXPECT_TRUE(narrow(qv_adapter_halcon_version()).starts_with("24.11"));
-}
-
 }  // namespace

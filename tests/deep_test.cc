@@ -3,26 +3,13 @@
 
 #include "support/files.h"
 #include "support/host.h"
-#include "support/objects.h"
 #include "support/small_stack.h"
+#include "support/values.h"
 #include "tree/builders.h"
 
 namespace {
 
 using namespace test;
-
-// Dictionaries in dictionaries; every other one stands in a tuple of two.
-HTuple nested_dicts(int depth) {
-  HTuple inner;
-  HalconCpp::CreateDict(&inner);
-  for (int i = 1; i < depth; ++i) {
-    HTuple outer;
-    HalconCpp::CreateDict(&outer);
-    HalconCpp::SetDictTuple(outer, "in", i % 2 ? inner : tuple({inner, 1}));
-    inner = outer;
-  }
-  return inner;
-}
 
 TEST(Deep, TheBuilderNeedsNoStackPerLevel) {
   on_small_stack([] {

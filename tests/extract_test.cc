@@ -3,7 +3,6 @@
 
 #include <sstream>
 
-#include "HalconHook.h"
 #include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
@@ -141,30 +140,14 @@ TEST_F(Extract, NoPointsAndRunsAreBlocksOfTheirOwn) {
   for (int32_t* block : blocks) qv_free_int_buffer(block);
 }
 
-// What HALCON could answer and no file of ours brings about.
-class OddAnswers : public HalconCpp::CallWatcher {
- public:
-  explicit OddAnswers(const char* operation) : operation_(operation) { HalconCpp::WatchCalls(this); }
-  ~OddAnswers() override { HalconCpp::WatchCalls(nullptr); }
-  void answered(const char* operation, void*& pointer) override {
-    if (std::string_view(operation) == operation_) pointer = nullptr;
-  }
-  void answered(const char* operation, HTuple& answer) override {
-    if (std::string_view(operation) == operation_) answer = HTuple();
-  }
-
- private:
-  std::string_view operation_;
-};
-
 TEST_F(Extract, OddAnswersAreNoPixels) {
   const qv_node* gray = open(ramp(2, 2));
   {
-    const OddAnswers null_pixels("GetImagePointer1Rect");
+    const Answering null_pixels("GetImagePointer1Rect");
     EXPECT_EQ(extract(reader, gray), "");
     EXPECT_EQ(reader.error(), "");
   }
-  const OddAnswers no_area("AreaCenter");  // no area at all: the domain counts as whole
+  const Answering no_area("AreaCenter");  // no area at all: the domain counts as whole
   EXPECT_EQ(extract(reader, gray), "2x2/2 format 0: 0 1 2 3");
 }
 

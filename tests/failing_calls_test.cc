@@ -2,8 +2,6 @@
 // and the Reader must work afterwards.
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
 
 #include "HalconHook.h"
@@ -30,56 +28,16 @@ class Saboteur : public HalconCpp::CallWatcher {
   int first_, last_;
 };
 
-class FailingCalls : public ::testing::Test {
- protected:
-  // Runs each scenario with each of its calls failing, one at a time, then with all calls from each on.
-  void sweep(const std::vector<Scenario>& all) {
-    for (const Scenario& scenario : all) sweep(scenario);
-    std::printf("%d calls failed in turn\n", total_);
-  }
+int with_failing_calls(int first, int last, const std::function<void()>& run) {
+  const Saboteur saboteur(first, last);
+  run();
+  return saboteur.count;
+}
 
-  Scenarios scenarios;
-
- private:
-  void sweep(const Scenario& scenario) {
-    SCOPED_TRACE(scenario.name);
-    const Reader reader;
-    const Outcome good = scenario.run(reader);  // also makes the one-time values
-    ASSERT_FALSE(good.failed) << good.error;
-    int calls;
-    {
-      const Saboteur counter(0, 0);
-      scenario.run(reader);
-      calls = counter.count;
-    }
-    ASSERT_GT(calls, 0);
-    Scenario hopeless = scenario;  // with all calls failing, the message cannot be had either, nor a part of the result
-    hopeless.may_lack_text = hopeless.silent = true;
-    for (int k = 1; k <= calls; ++k) {
-      SCOPED_TRACE("call " + std::to_string(k) + " of " + std::to_string(calls));
-      check(scenario, good, sabotaged(scenario, reader, k, k));
-      check(hopeless, good, sabotaged(scenario, reader, k, INT_MAX));
-      const Outcome again = scenario.run(reader);
-      ASSERT_FALSE(again.failed) << again.error;
-      ASSERT_EQ(again.shown, good.shown);
-    }
-    total_ += calls;
-  }
-  static Outcome sabotaged(const Scenario& scenario, const Reader& reader, int first, int last) {
-    const Saboteur saboteur(first, last);
-    return scenario.run(reader);
-  }
-  static void check(const Scenario& scenario, const Outcome& good, const Outcome& outcome) {
-    EXPECT_TRUE(is_allowed(scenario, good, outcome, failure_text)) << outcome.error << "\n" << outcome.shown;
-  }
-
-  int total_ = 0;
-};
-
-TEST_F(FailingCalls, WhileOpening) { sweep(scenarios.opening()); }
-TEST_F(FailingCalls, WhileExtracting) { sweep(scenarios.extracting()); }
-TEST_F(FailingCalls, WhileWriting) { sweep(scenarios.writing()); }
-TEST_F(FailingCalls, WhileAskingForTexts) { sweep(scenarios.asking()); }
+TEST(FailingCalls, WhileOpening) { sweep(Scenarios().opening(), with_failing_calls, failure_text); }
+TEST(FailingCalls, WhileExtracting) { sweep(Scenarios().extracting(), with_failing_calls, failure_text); }
+TEST(FailingCalls, WhileWriting) { sweep(Scenarios().writing(), with_failing_calls, failure_text); }
+TEST(FailingCalls, WhileAskingForTexts) { sweep(Scenarios().asking(), with_failing_calls, failure_text); }
 
 // The version is asked for once in a process: each failing call has a process of its own.
 TEST(FailingVersion, IsUnknownForGood) {

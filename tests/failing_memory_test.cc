@@ -10,7 +10,6 @@
 #include <link.h>
 
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -131,7 +130,7 @@ constexpr const char* failure_text = "out of memory";
 
 // Runs `body` with the allocations from `first` to `last` failing; how many there were.
 template <class Body>
-int with_failing(int first, int last, Body body) {
+int with_failing(int first, int last, const Body& body) {
   first_failing = first;
   last_failing = last;
   allocations = 0;
@@ -146,43 +145,15 @@ class FailingMemory : public ::testing::Test {
   FailingMemory() { list_modules(); }
   ~FailingMemory() override { module_count = 0; }
 
-  void sweep(const std::vector<Scenario>& all) {
-    for (Scenario scenario : all) {
+  void sweep(std::vector<Scenario> all) {
+    for (Scenario& scenario : all) {
       scenario.may_lack_text = true;
       scenario.marks.insert(scenario.marks.end(), {failure_text, "<unreadable key>", "<error>"});
-      sweep(scenario);
     }
-    std::printf("%d allocations failed in turn\n", total_);
+    test::sweep(all, with_failing<std::function<void()>>, failure_text);
   }
 
   Scenarios scenarios;
-
- private:
-  void sweep(const Scenario& scenario) {
-    SCOPED_TRACE(scenario.name);
-    const Reader reader;
-    const Outcome good = scenario.run(reader);  // also makes the one-time values
-    ASSERT_FALSE(good.failed) << good.error;
-    Outcome outcome;
-    const auto run = [&] { outcome = scenario.run(reader); };
-    const int count = with_failing(0, 0, run);
-    ASSERT_GT(count, 0);
-    for (int k = 1; k <= count; ++k) {
-      SCOPED_TRACE("allocation " + std::to_string(k) + " of " + std::to_string(count));
-      for (const int last : {k, INT_MAX}) {
-        with_failing(k, last, run);
-        Scenario tolerant = scenario;
-        tolerant.silent = tolerant.silent || last != k;
-        EXPECT_TRUE(is_allowed(tolerant, good, outcome, failure_text)) << outcome.error << "\n" << outcome.shown;
-      }
-      run();
-      ASSERT_FALSE(outcome.failed) << outcome.error;
-      ASSERT_EQ(outcome.shown, good.shown);
-    }
-    total_ += count;
-  }
-
-  int total_ = 0;
 };
 
 TEST_F(FailingMemory, WhileOpening) { sweep(scenarios.opening()); }

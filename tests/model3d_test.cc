@@ -13,12 +13,6 @@ using namespace HalconCpp;
 using namespace test;
 using ::testing::AllOf, ::testing::HasSubstr, ::testing::StartsWith;
 
-HTuple get(const HTuple& model, const HTuple& name) {
-  HTuple values;
-  GetObjectModel3dParams(model, name, &values);
-  return values;
-}
-
 // "1 0.5 true"
 std::string text(const HTuple& values) {
   std::string text;
@@ -99,10 +93,10 @@ TEST_F(Model3d, EveryFormatKeepsPointsAndFaces) {
     for (const std::string& file : {std::string(name), std::string("by content")}) {
       SCOPED_TRACE(name + (" as " + file));
       const HTuple model = open(file, content);
-      EXPECT_EQ(text(get(model, "point_coord_x")), "0 2 2 0");
-      EXPECT_EQ(text(get(model, "point_coord_y")), "0 0 1 1");
-      EXPECT_EQ(text(get(model, "triangles")), "0 1 2 0 2 3");
-      EXPECT_EQ(text(get(model, "bounding_box1")), "0 0 0 2 1 0");
+      EXPECT_EQ(text(model3d_param(model, "point_coord_x")), "0 2 2 0");
+      EXPECT_EQ(text(model3d_param(model, "point_coord_y")), "0 0 1 1");
+      EXPECT_EQ(text(model3d_param(model, "triangles")), "0 1 2 0 2 3");
+      EXPECT_EQ(text(model3d_param(model, "bounding_box1")), "0 0 0 2 1 0");
     }
 }
 
@@ -143,7 +137,7 @@ TEST_F(Model3d, DetailsOfFormats) {
   };
   for (const auto& [name, content, parameter, value] : cases) {
     SCOPED_TRACE(name);
-    EXPECT_EQ(text(get(open(name, content), parameter)), value);
+    EXPECT_EQ(text(model3d_param(open(name, content), parameter)), value);
   }
 }
 
@@ -187,15 +181,15 @@ TEST_F(Model3d, ModelsTellTheirExtent) {
   GenSphereObjectModel3d(1, 2, 3, 0.5, &sphere);
   GenObjectModel3dFromPoints(HTuple(), HTuple(), HTuple(), &nothing);
   HTuple names = tuple({"num_points", "has_primitive_data", "primitive_type"});
-  EXPECT_EQ(text(get(nothing, names)), "0 false none");
-  EXPECT_THROW(get(nothing, "center"), HException);
+  EXPECT_EQ(text(model3d_param(nothing, names)), "0 false none");
+  EXPECT_THROW(model3d_param(nothing, "center"), HException);
   names.Append(tuple({"center", "diameter_axis_aligned_bounding_box", "bounding_box1"}));
-  EXPECT_EQ(text(get(points, names)), "2 false none 0 0.5 2 4.12311 -1 -1 1 1 2 3");
-  EXPECT_EQ(text(get(sphere, names)), "0 true sphere 1 2 3 1.73205 0.5 1.5 2.5 1.5 2.5 3.5");
+  EXPECT_EQ(text(model3d_param(points, names)), "2 false none 0 0.5 2 4.12311 -1 -1 1 1 2 3");
+  EXPECT_EQ(text(model3d_param(sphere, names)), "0 true sphere 1 2 3 1.73205 0.5 1.5 2.5 1.5 2.5 3.5");
   EXPECT_THROW(GenObjectModel3dFromPoints(1, 2, HTuple(), &points), HException);
   EXPECT_THROW(GenObjectModel3dFromPoints(1, "a", 3, &points), HException);
   EXPECT_THROW(GenSphereObjectModel3d(1, 2, 3, 0, &sphere), HException);
-  EXPECT_THROW(get(HTuple(1), "num_points"), HException);
+  EXPECT_THROW(model3d_param(HTuple(1), "num_points"), HException);
 }
 
 }  // namespace

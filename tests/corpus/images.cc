@@ -45,16 +45,6 @@ std::string checksum(const Picture& picture) {
   return text;
 }
 
-std::string text_of(const std::vector<double>& values) {
-  std::string text;
-  for (const double value : values) {
-    char number[32];
-    std::snprintf(number, sizeof number, "%.9g", value);
-    text += (text.empty() ? "" : ",") + std::string(number);
-  }
-  return text;
-}
-
 bool contains(const std::string& text, std::string_view part) {
   const auto same = [](char a, char b) { return std::tolower(a) == b; };
   return std::search(text.begin(), text.end(), part.begin(), part.end(), same) != text.end();

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 
 #include "sections.h"
@@ -13,12 +12,6 @@ namespace {
 
 using HalconCpp::HTuple;
 
-HTuple get(const HTuple& model, const char* name) {
-  HTuple values;
-  GetObjectModel3dParams(model, name, &values);
-  return values;
-}
-
 // Of an STL the table counts corners; how many different ones there are stands in its note.
 std::string expected_points(const Row& row) {
   const std::string note = row.at("note"), unique = "unique corner positions ";
@@ -27,33 +20,28 @@ std::string expected_points(const Row& row) {
   return std::to_string(std::atol(note.c_str() + at + unique.size()));
 }
 
-bool near(const std::vector<std::string>& expected, const HTuple& found) {
+bool near(const std::vector<std::string>& expected, const std::vector<double>& found) {
   for (std::size_t i = 0; i < expected.size(); ++i) {
     const double value = std::stod(expected[i]);
-    if (!(std::abs(value - found[static_cast<HalconCpp::Hlong>(i)].D()) <= 1e-6 * std::max(1.0, std::abs(value))))
-      return false;
+    if (!(std::abs(value - found.at(i)) <= 1e-6 * std::max(1.0, std::abs(value)))) return false;
   }
   return true;
 }
 
-std::string text_of(const HTuple& reals) {
-  std::string text;
-  for (HalconCpp::Hlong i = 0; i < reals.Length(); ++i) {
-    char number[32];
-    std::snprintf(number, sizeof number, "%.9g", reals[i].D());
-    text += (i > 0 ? "," : "") + std::string(number);
-  }
-  return text;
+std::vector<double> reals(const HTuple& tuple) {
+  std::vector<double> all;
+  for (HalconCpp::Hlong i = 0; i < tuple.Length(); ++i) all.push_back(tuple[i].D());
+  return all;
 }
 
 void check(const Row& row, const HTuple& model, Report& report) {
   const std::string counts = expected_points(row) + " points, " + row.at("faces") + " faces";
-  const std::string found = std::to_string(get(model, "num_points")[0].L()) + " points, " +
-                            std::to_string(get(model, "num_faces")[0].L()) + " faces";
+  const std::string found = std::to_string(test::model3d_param(model, "num_points")[0].L()) + " points, " +
+                            std::to_string(test::model3d_param(model, "num_faces")[0].L()) + " faces";
   if (counts != found) return report.disagree(row.at("path"), counts, found);
   if (row.at("bbox_min").empty()) return report.by_design("the table has no bounding box");
   const std::string box = row.at("bbox_min") + "," + row.at("bbox_max");
-  const HTuple found_box = get(model, "bounding_box1");
+  const std::vector<double> found_box = reals(test::model3d_param(model, "bounding_box1"));
   if (!near(split(box, ','), found_box)) return report.disagree(row.at("path"), box, text_of(found_box));
   report.agree();
 }
@@ -61,13 +49,8 @@ void check(const Row& row, const HTuple& model, Report& report) {
 }  // namespace
 
 void check_models3d(const std::filesystem::path& corpus, Report& report) {
-  for (const Row& row : read_table(corpus / "models3d" / "expected.tsv")) {
-    try {
-      check(row, test::read_model3d((corpus / row.at("path")).string()), report);
-    } catch (const HalconCpp::HException& failure) {
-      report.disagree(row.at("path"), "a model", failure.ErrorMessage().Text());
-    }
-  }
+  check_rows(corpus, "models3d/expected.tsv", report,
+             [&](const Row& row, const std::string& file) { check(row, test::read_model3d(file), report); });
 }
 
 }  // namespace corpus

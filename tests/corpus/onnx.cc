@@ -79,13 +79,8 @@ void check(const Row& row, const HTuple& model, Report& report) {
 }  // namespace
 
 void check_onnx(const std::filesystem::path& corpus, Report& report) {
-  for (const Row& row : read_table(corpus / "onnx" / "expected.tsv")) {
-    try {
-      check(row, test::read_dl_model((corpus / row.at("path")).string()), report);
-    } catch (const HalconCpp::HException& failure) {
-      report.disagree(row.at("path"), "a model", failure.ErrorMessage().Text());
-    }
-  }
+  check_rows(corpus, "onnx/expected.tsv", report,
+             [&](const Row& row, const std::string& file) { check(row, test::read_dl_model(file), report); });
 }
 
 }  // namespace corpus

@@ -1,5 +1,6 @@
 #include "table.h"
 
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -11,6 +12,16 @@ std::vector<std::string> split(const std::string& text, char separator) {
   std::istringstream stream(text);
   for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
   return parts;
+}
+
+std::string text_of(const std::vector<double>& values) {
+  std::string text;
+  for (const double value : values) {
+    char number[32];
+    std::snprintf(number, sizeof number, "%.9g", value);
+    text += (text.empty() ? "" : ",") + std::string(number);
+  }
+  return text;
 }
 
 std::vector<Row> read_table(const std::filesystem::path& file) {

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "sections.h"
+#include "support/values.h"
+
 namespace corpus {
 
 // By column name; a cell that the line does not reach is empty.
@@ -16,6 +19,17 @@ using Row = std::map<std::string, std::string>;
 std::vector<Row> read_table(const std::filesystem::path& file);
 
 std::vector<std::string> split(const std::string& text, char separator);
+// "1,0.5"
+std::string text_of(const std::vector<double>& values);
+
+// Calls check(row, file) for every row of a table; a model that the class interface refuses disagrees.
+template <class Check>
+void check_rows(const std::filesystem::path& corpus, const char* table, Report& report, const Check& check) {
+  for (const Row& row : read_table(corpus / table)) {
+    const std::string refusal = test::failure([&] { check(row, (corpus / row.at("path")).string()); });
+    if (!refusal.empty()) report.disagree(row.at("path"), "a model", refusal);
+  }
+}
 
 }  // namespace corpus
 

@@ -1,4 +1,4 @@
-// Makes the calls of one operator fail.
+// Makes the calls of one operator fail, or answer what no file brings about.
 #ifndef QUOVEL_TESTS_SUPPORT_FAILING_H
 #define QUOVEL_TESTS_SUPPORT_FAILING_H
 
@@ -9,15 +9,16 @@
 
 namespace test {
 
-// As long as it lives, the operator fails the first `times` times.
+// As long as it lives, the operator fails `times` times, from its call `first` (counted from 1) on.
 class Failing : public HalconCpp::CallWatcher {
  public:
-  explicit Failing(std::string operation, int times = 1 << 30) : operation_(std::move(operation)), left_(times) {
+  explicit Failing(std::string operation, int times = 1 << 30, int first = 1)
+      : operation_(std::move(operation)), before_(first - 1), left_(times) {
     HalconCpp::WatchCalls(this);
   }
   ~Failing() override { HalconCpp::WatchCalls(nullptr); }
   void called(const char* operation) override {
-    if (operation != operation_ || left_-- <= 0) return;
+    if (operation != operation_ || before_-- > 0 || left_-- <= 0) return;
     met = true;
     HalconCpp::ThrowHException("made to fail");
   }
@@ -25,7 +26,27 @@ class Failing : public HalconCpp::CallWatcher {
 
  private:
   const std::string operation_;
-  int left_;
+  int before_, left_;
+};
+
+// As long as it lives, the operator answers this, and null where a pointer is asked for.
+class Answering : public HalconCpp::CallWatcher {
+ public:
+  explicit Answering(std::string operation, HalconCpp::HTuple answer = {})
+      : operation_(std::move(operation)), answer_(std::move(answer)) {
+    HalconCpp::WatchCalls(this);
+  }
+  ~Answering() override { HalconCpp::WatchCalls(nullptr); }
+  void answered(const char* operation, HalconCpp::HTuple& answer) override {
+    if (operation == operation_) answer = answer_;
+  }
+  void answered(const char* operation, void*& pointer) override {
+    if (operation == operation_) pointer = nullptr;
+  }
+
+ private:
+  const std::string operation_;
+  const HalconCpp::HTuple answer_;
 };
 
 }  // namespace test

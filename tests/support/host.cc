@@ -2,16 +2,11 @@
 
 #include <sstream>
 
+#include "support/files.h"
+
 namespace test {
 
 namespace {
-
-void append_utf8(std::string& out, char32_t c) {
-  const int more = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-  constexpr char32_t marks[] = {0, 0xC0, 0xE0, 0xF0};
-  out += static_cast<char>(marks[more] | c >> 6 * more);
-  for (int i = more; i-- > 0;) out += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
-}
 
 void dump_values(std::ostringstream& out, const qv_node* node) {
   for (int32_t i = 0; i < qv_node_value_count(node); ++i)
@@ -33,31 +28,11 @@ void dump_node(std::ostringstream& out, const qv_node* node, int depth) {
 
 }  // namespace
 
-std::u16string wide(std::string_view utf8) {
-  std::u16string out;
-  for (std::size_t i = 0; i < utf8.size();) {
-    const auto first = static_cast<unsigned char>(utf8[i++]);
-    int more = first < 0x80 ? 0 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : 3;
-    char32_t c = more == 0 ? first : first & (0x3Fu >> more);
-    for (; more > 0 && i < utf8.size(); --more) c = c << 6 | (static_cast<unsigned char>(utf8[i++]) & 0x3Fu);
-    if (c >= 0x10000) {
-      out += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-      c = 0xDC00 + (c & 0x3FF);
-    }
-    out += static_cast<char16_t>(c);
-  }
-  return out;
-}
+std::u16string wide(std::string_view utf8) { return native(utf8).u16string(); }
 
 std::string narrow(const qv_char* text) {
-  std::string out;
-  for (; *text; ++text) {
-    char32_t c = static_cast<char16_t>(*text);
-    if (c >= 0xD800 && c < 0xDC00 && text[1])
-      c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char16_t>(*++text) - 0xDC00u);
-    append_utf8(out, c);
-  }
-  return out;
+  const std::u8string utf8 = std::filesystem::path(reinterpret_cast<const char16_t*>(text)).u8string();
+  return {utf8.begin(), utf8.end()};
 }
 
 std::vector<std::string> details(const qv_node* node) {

@@ -19,23 +19,21 @@ static HTuple reals(std::initializer_list<double> values) {
   return all;
 }
 
+HObject composed(const std::vector<HObject>& planes) {
+  HObject image = planes[0], longer;
+  for (std::size_t i = 1; i < planes.size(); ++i, image = longer) AppendChannel(image, planes[i], &longer);
+  return image;
+}
+
 HObject ramp(int width, int height, int channels, const char* type) {
-  HObject image;
-  for (int channel = 0; channel < channels; ++channel) {
-    std::vector<std::uint8_t> values(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    for (std::size_t i = 0; i < values.size(); ++i)
-      values[i] = static_cast<std::uint8_t>(10 * channel + static_cast<int>(i));
-    HObject plane, longer;
-    GenImage1(&plane, "byte", width, height, values.data());
-    if (channel == 0) {
-      image = plane;
-    } else {
-      AppendChannel(image, plane, &longer);
-      image = longer;
-    }
+  std::vector<HObject> planes(static_cast<std::size_t>(channels));
+  std::vector<std::uint8_t> values(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  for (std::size_t channel = 0; channel < planes.size(); ++channel) {
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<std::uint8_t>(10 * channel + i);
+    GenImage1(&planes[channel], "byte", width, height, values.data());
   }
   HObject converted;
-  ConvertImageType(image, &converted, type);
+  ConvertImageType(composed(planes), &converted, type);
   return converted;
 }
 

@@ -3,6 +3,7 @@
 #define QUOVEL_TESTS_SUPPORT_OBJECTS_H
 
 #include <initializer_list>
+#include <vector>
 
 #include "HalconCreate.h"
 
@@ -14,6 +15,8 @@ using HalconCpp::HTuple;
 HTuple tuple(std::initializer_list<HTuple> elements);
 // An image of the pixel type whose channel c holds the ramp 10 * c, 10 * c + 1, ... (wrapping in 8 bits).
 HObject ramp(int width, int height, int channels = 1, const char* type = "byte");
+// The planes of one size and type as the channels of an image.
+HObject composed(const std::vector<HObject>& planes);
 HObject with_domain(const HObject& image, int row1, int column1, int row2, int column2);
 HObject rectangle(int row1, int column1, int row2, int column2);
 HObject contour(std::initializer_list<double> rows, std::initializer_list<double> cols);

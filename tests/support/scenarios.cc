@@ -1,10 +1,14 @@
 #include "support/scenarios.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
-#include "support/objects.h"
+#include "support/values.h"
 
 namespace test {
 
@@ -12,28 +16,24 @@ namespace {
 
 constexpr const char* contained = "made to fail";
 
-HTuple new_dict() {
-  HTuple dict;
-  HalconCpp::CreateDict(&dict);
-  return dict;
+HTuple sample_points() {
+  HTuple points;
+  HalconCpp::GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 1.0}), tuple({0.0, 1.0}), &points);
+  return points;
 }
 
 HTuple sample_dict() {
-  const HTuple inner = new_dict();
-  HTuple dict = new_dict();
-  HTuple matrix, sphere, points;
-  HalconCpp::CreateMatrix(2, 2, 1.5, &matrix);
+  HTuple sphere;
   HalconCpp::GenSphereObjectModel3d(0, 0, 0, 1, &sphere);
-  HalconCpp::GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 1.0}), tuple({0.0, 1.0}), &points);
-  HalconCpp::SetDictTuple(inner, 1, 2.5);
-  HalconCpp::SetDictTuple(dict, "dict", inner);
-  HalconCpp::SetDictTuple(dict, "array", tuple({inner, matrix, 1, "x", 0.5}));
-  HalconCpp::SetDictTuple(dict, "matrix", matrix);
-  HalconCpp::SetDictTuple(dict, "points", points);
-  HalconCpp::SetDictTuple(dict, "sphere", sphere);
-  HalconCpp::SetDictTuple(dict, "mixed", tuple({1, "s", 1.5}));
-  HalconCpp::SetDictTuple(dict, "texts", tuple({"a", "b"}));
-  HalconCpp::SetDictTuple(dict, "none", HTuple());
+  const HTuple inner = new_dict({{1, 2.5}}), matrix = new_matrix(2, 2, 1.5);
+  const HTuple dict = new_dict({{"dict", inner},
+                                {"array", tuple({inner, matrix, 1, "x", 0.5})},
+                                {"matrix", matrix},
+                                {"points", sample_points()},
+                                {"sphere", sphere},
+                                {"mixed", tuple({1, "s", 1.5})},
+                                {"texts", tuple({"a", "b"})},
+                                {"none", HTuple()}});
   HalconCpp::SetDictObject(concat({ramp(2, 2), rectangle(0, 0, 1, 1)}), dict, "objects");
   return dict;
 }
@@ -59,17 +59,11 @@ int32_t count_channels(const Reader& reader, const qv_node* node) {
   return qv_node_image_channel_count(reader, node, 0) + 1;
 }
 
-int32_t extract_contour(const Reader& reader, const qv_node* node) {
+template <auto Extract>
+int32_t extract_points(const Reader& reader, const qv_node* node) {
   double *rows = nullptr, *cols = nullptr;
   uint32_t count = 0;
-  const int32_t result = qv_extract_contour_points(reader, node, 0, &rows, &cols, &count);
-  return freed(result, {rows, cols}, qv_free_double_buffer);
-}
-
-int32_t extract_polygon(const Reader& reader, const qv_node* node) {
-  double *rows = nullptr, *cols = nullptr;
-  uint32_t count = 0;
-  const int32_t result = qv_extract_polygon_points(reader, node, 0, &rows, &cols, &count);
+  const int32_t result = Extract(reader, node, 0, &rows, &cols, &count);
   return freed(result, {rows, cols}, qv_free_double_buffer);
 }
 
@@ -108,11 +102,8 @@ Scenarios::Scenarios() {
   write(folder / "s/many.seq", many);
   save_dict(sample_dict(), folder / "d.hdict");
   write(folder / "d.json", R"({"a": [1, {"b": null}], "c": "x"})");
-  HTuple model, points;
-  HalconCpp::CreateDlModel(sample_dict(), &model);
-  HalconCpp::WriteDlModel(model, (folder / "m.hdl").c_str());
-  HalconCpp::GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 1.0}), tuple({0.0, 1.0}), &points);
-  HalconCpp::WriteObjectModel3d(points, (folder / "p.om3").c_str());
+  HalconCpp::WriteDlModel(new_dl_model(sample_dict()), (folder / "m.hdl").c_str());
+  HalconCpp::WriteObjectModel3d(sample_points(), (folder / "p.om3").c_str());
   write(folder / "t.off", "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n");
   write(folder / "t.ply",
         "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
@@ -179,8 +170,8 @@ std::vector<Scenario> Scenarios::extracting() {
       all.back().may_lack_text = call == extract_image;  // which stage has a text: see the tests of extraction
     }
   all.push_back(on_node("all.hobj", 2, extract_runs));
-  all.push_back(on_node("all.hobj", 3, extract_contour));
-  all.push_back(on_node("all.hobj", 4, extract_polygon));
+  all.push_back(on_node("all.hobj", 3, extract_points<qv_extract_contour_points>));
+  all.push_back(on_node("all.hobj", 4, extract_points<qv_extract_polygon_points>));
   all.push_back(on_node("all.hobj", 5, extract_parallels));
   return all;
 }
@@ -236,6 +227,37 @@ bool is_allowed(const Scenario& scenario, const Outcome& good, const Outcome& ou
   return std::any_of(scenario.marks.begin(), scenario.marks.end(), [&](const std::string& mark) {
     return outcome.shown.find(mark == contained ? failure_text : mark) != std::string::npos;
   });
+}
+
+static void sweep(const Scenario& scenario, const FailSteps& fail, const std::string& failure_text, int& total) {
+  SCOPED_TRACE(scenario.name);
+  const Reader reader;
+  const Outcome good = scenario.run(reader);  // also makes the one-time values
+  ASSERT_FALSE(good.failed) << good.error;
+  Outcome outcome;
+  const auto run = [&] { outcome = scenario.run(reader); };
+  const int count = fail(0, 0, run);
+  ASSERT_GT(count, 0);
+  Scenario hopeless = scenario;  // with all steps failing, the message cannot be had either, nor a part of the result
+  hopeless.may_lack_text = hopeless.silent = true;
+  for (int k = 1; k <= count; ++k) {
+    SCOPED_TRACE("step " + std::to_string(k) + " of " + std::to_string(count));
+    for (const int last : {k, INT_MAX}) {
+      fail(k, last, run);
+      EXPECT_TRUE(is_allowed(last == k ? scenario : hopeless, good, outcome, failure_text)) << outcome.error << "\n"
+                                                                                            << outcome.shown;
+    }
+    run();
+    ASSERT_FALSE(outcome.failed) << outcome.error;
+    ASSERT_EQ(outcome.shown, good.shown);
+  }
+  total += count;
+}
+
+void sweep(const std::vector<Scenario>& all, const FailSteps& fail, const std::string& failure_text) {
+  int total = 0;
+  for (const Scenario& scenario : all) sweep(scenario, fail, failure_text, total);
+  std::printf("%d steps failed in turn\n", total);
 }
 
 }  // namespace test

@@ -56,6 +56,13 @@ class Scenarios {
 // failure.
 bool is_allowed(const Scenario& scenario, const Outcome& good, const Outcome& outcome, const std::string& failure_text);
 
+// Runs `run` with its steps from `first` to `last` failing (counted from 1; none when both are 0), and says how many
+// steps there were.
+using FailSteps = std::function<int(int first, int last, const std::function<void()>& run)>;
+// Expects an allowed outcome of each scenario with each of its steps failing, one at a time, then with all steps from
+// each on, and a scenario that works afterwards.
+void sweep(const std::vector<Scenario>& all, const FailSteps& fail, const std::string& failure_text);
+
 }  // namespace test
 
 #endif

@@ -15,6 +15,12 @@ HTuple new_dict(std::initializer_list<std::pair<HTuple, HTuple>> entries) {
   return dict;
 }
 
+HTuple nested_dicts(int depth) {
+  HTuple dict = new_dict();
+  for (int i = 1; i < depth; ++i) dict = new_dict({{"in", i % 2 ? dict : tuple({dict, 1})}});
+  return dict;
+}
+
 HTuple new_matrix(const HTuple& rows, const HTuple& columns, const HTuple& values) {
   HTuple matrix;
   CreateMatrix(rows, columns, values, &matrix);
@@ -37,6 +43,12 @@ HTuple read_model3d(const std::string& path) {
   HTuple model, status;
   ReadObjectModel3d(path.c_str(), "m", HTuple(), HTuple(), &model, &status);
   return model;
+}
+
+HTuple model3d_param(const HTuple& model, const HTuple& names) {
+  HTuple values;
+  GetObjectModel3dParams(model, names, &values);
+  return values;
 }
 
 HTuple read_dl_model(const std::string& path) {
@@ -155,12 +167,6 @@ Plane plane(const HObject& image, Hlong channel) {
   result.first = HImage(only).GetImagePointer1(&type, &result.width, &result.height);
   result.type = type.Text();
   return result;
-}
-
-HObject composed(const std::vector<HObject>& planes) {
-  HObject image = planes[0], longer;
-  for (std::size_t i = 1; i < planes.size(); ++i, image = longer) AppendChannel(image, planes[i], &longer);
-  return image;
 }
 
 std::string pixels(const HObject& image) {

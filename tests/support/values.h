@@ -25,10 +25,13 @@ std::string failure(Call&& call) {
 }
 
 HTuple new_dict(std::initializer_list<std::pair<HTuple, HTuple>> entries = {});
+// Dictionaries in dictionaries, each under the key "in"; every other one stands first in a tuple of two.
+HTuple nested_dicts(int depth);
 HTuple new_matrix(const HTuple& rows, const HTuple& columns, const HTuple& values);
 HTuple new_dl_model(const HTuple& dict);
 HTuple read_dict(const std::string& path);
 HTuple read_model3d(const std::string& path);
+HTuple model3d_param(const HTuple& model, const HTuple& names);
 HTuple read_dl_model(const std::string& path);
 HObject read_objects(const std::string& path);
 HObject read_image(const HTuple& path);
@@ -44,8 +47,6 @@ struct Plane {
   std::vector<double> reals() const;
 };
 Plane plane(const HObject& image, Hlong channel = 1);
-// The planes of one size and type as the channels of an image.
-HObject composed(const std::vector<HObject>& planes);
 // One row, unless a width is given.
 template <class T>
 HObject image_of(const char* type, const std::vector<T>& pixels, Hlong width = 0) {
