@@ -3,56 +3,14 @@
 #include <initializer_list>
 #include <string>
 
-#include "HalconCreate.h"
+#include "support/bytes.h"
 #include "support/files.h"
-#include "support/objects.h"
+#include "support/values.h"
 
 namespace {
 
 using namespace test;
 using namespace std::string_literals;
-
-std::string numbers(std::initializer_list<unsigned> values, int width, bool big_endian) {
-  std::string bytes;
-  for (const unsigned value : values)
-    for (int i = 0; i < width; ++i) bytes += static_cast<char>(value >> 8 * (big_endian ? width - 1 - i : i));
-  return bytes;
-}
-
-HTuple dict(std::initializer_list<std::pair<HTuple, HTuple>> entries) {
-  HTuple made;
-  HalconCpp::CreateDict(&made);
-  for (const auto& [key, value] : entries) HalconCpp::SetDictTuple(made, key, value);
-  return made;
-}
-
-HTuple sample_dict() {
-  HTuple matrix, sphere;
-  HalconCpp::CreateMatrix(2, 2, 1.5, &matrix);
-  HalconCpp::GenSphereObjectModel3d(0, 0, 0, 1, &sphere);
-  const HTuple inner = dict({{1, 2.5}, {"s", "t"}, {0.5, HTuple()}});
-  HTuple all = dict({{"d", inner},
-                     {"a", tuple({dict({}), matrix, 1, "x", 0.5})},
-                     {"m", matrix},
-                     {"o", sphere},
-                     {"i", tuple({1, 1 << 20, -3})},
-                     {"r", tuple({0.5, 1.5})},
-                     {"t", tuple({"a", "b"})}});
-  HalconCpp::SetDictObject(concat({ramp(2, 2), rectangle(0, 0, 1, 1)}), all, "objects");
-  return all;
-}
-
-HTuple points() {
-  HTuple model;
-  HalconCpp::GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 2.0}), tuple({0.5, 1.0}), &model);
-  return model;
-}
-
-HTuple model_of(const HTuple& dict) {
-  HTuple model;
-  HalconCpp::CreateDlModel(dict, &model);
-  return model;
-}
 
 HObject all_objects() {
   return concat({with_domain(ramp(4, 3, 3), 0, 0, 1, 1), ramp(2, 2, 1, "real"), rectangle(0, 0, 2, 2),
@@ -63,8 +21,8 @@ void make_containers(const std::string& folder) {
   save(all_objects(), folder + "/all.hobj");
   save(empty_object(), folder + "/none.hobj");
   save_dict(sample_dict(), folder + "/dict.hdict");
-  HalconCpp::WriteObjectModel3d(points(), (folder + "/points.om3").c_str());
-  HalconCpp::WriteDlModel(model_of(sample_dict()), (folder + "/model.hdl").c_str());
+  HalconCpp::WriteObjectModel3d(sample_points(), (folder + "/points.om3").c_str());
+  HalconCpp::WriteDlModel(new_dl_model(sample_dict()), (folder + "/model.hdl").c_str());
 }
 
 void make_pictures(const std::string& folder) {
@@ -80,9 +38,6 @@ void make_pictures(const std::string& folder) {
   for (const Picture& picture : pictures)
     HalconCpp::WriteImage(ramp(9, 5, picture.channels, picture.type), picture.format, 0,
                           (folder + "/" + picture.name).c_str());
-  const auto le = [](std::initializer_list<unsigned> values, int width) { return numbers(values, width, false); };
-  const auto be = [](std::initializer_list<unsigned> values) { return numbers(values, 4, true); };
-  const std::string zeros(64, '\0');
   write(folder + "/runs.bmp",
         "BM" + le({0, 0, 58, 40, 4, 2}, 4) + le({1, 8}, 2) + le({1, 0, 0, 0, 1, 0}, 4) + "abcd\4\0\0\0\4\0\0\1"s);
   write(folder + "/image.gif", "GIF89a"s + le({3, 3}, 2) + "\x91\1\0"s + "aaabbbcccddd" +
@@ -125,7 +80,7 @@ void make_texts(const std::string& folder) {
   put("models",
       "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\nendloop\nendfacet\nendsolid "
       "a\n\2");
-  put("models", std::string(80, 'h') + numbers({1}, 4, false) + std::string(50, '\0') + "\2");
+  put("models", std::string(80, 'h') + le({1}) + std::string(50, '\0') + "\2");
   put("models", "COFF\n3 1 0\n0 0 0 1 0 0 1\n1 0 0 9 9 9\n0 1 0\n3 0 1 2 5\n\3");
   const auto field = [](int number, const std::string& bytes) {
     return std::string{static_cast<char>(number << 3 | 2), static_cast<char>(bytes.size())} + bytes;
@@ -156,8 +111,8 @@ int main(int argc, char** argv) try {
   save(all_objects(), files + "hobj");
   save_dict(sample_dict(), files + "hdict");
   write(files + "json", R"({"a": [1, 2, "x"], "b": {"c": null}})");
-  HalconCpp::WriteObjectModel3d(points(), (files + "om3").c_str());
-  HalconCpp::WriteDlModel(model_of(dict({{"type", "t"}})), (files + "hdl").c_str());
+  HalconCpp::WriteObjectModel3d(sample_points(), (files + "om3").c_str());
+  HalconCpp::WriteDlModel(new_dl_model(new_dict({{"type", "t"}})), (files + "hdl").c_str());
   HalconCpp::WriteImage(ramp(3, 2, 3), "png", 0, (files + "png").c_str());
   return 0;
 } catch (const HalconCpp::HException& failure) {

@@ -16,28 +16,6 @@ namespace {
 
 constexpr const char* contained = "made to fail";
 
-HTuple sample_points() {
-  HTuple points;
-  HalconCpp::GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 1.0}), tuple({0.0, 1.0}), &points);
-  return points;
-}
-
-HTuple sample_dict() {
-  HTuple sphere;
-  HalconCpp::GenSphereObjectModel3d(0, 0, 0, 1, &sphere);
-  const HTuple inner = new_dict({{1, 2.5}}), matrix = new_matrix(2, 2, 1.5);
-  HTuple dict = new_dict({{"dict", inner},
-                          {"array", tuple({inner, matrix, 1, "x", 0.5})},
-                          {"matrix", matrix},
-                          {"points", sample_points()},
-                          {"sphere", sphere},
-                          {"mixed", tuple({1, "s", 1.5})},
-                          {"texts", tuple({"a", "b"})},
-                          {"none", HTuple()}});
-  HalconCpp::SetDictObject(concat({ramp(2, 2), rectangle(0, 0, 1, 1)}), dict, "objects");
-  return dict;
-}
-
 // A buffer of a call that failed would be a promise broken.
 template <class T>
 int32_t freed(int32_t result, std::initializer_list<T*> buffers, void (*give_back)(T*)) {

@@ -33,6 +33,30 @@ HTuple new_dl_model(const HTuple& dict) {
   return model;
 }
 
+HTuple sample_points() {
+  HTuple points;
+  GenObjectModel3dFromPoints(tuple({0.0, 1.0}), tuple({0.0, 1.0}), tuple({0.0, 1.0}), &points);
+  return points;
+}
+
+HTuple sample_dict() {
+  HTuple sphere;
+  GenSphereObjectModel3d(0, 0, 0, 1, &sphere);
+  const HTuple inner = new_dict({{1, 2.5}, {"s", "t"}, {0.5, HTuple()}}), matrix = new_matrix(2, 2, 1.5);
+  HTuple dict = new_dict({{"dict", inner},
+                          {"array", tuple({inner, matrix, 1, "x", 0.5})},
+                          {"matrix", matrix},
+                          {"points", sample_points()},
+                          {"sphere", sphere},
+                          {"mixed", tuple({1, "s", 1.5})},
+                          {"integers", tuple({1, 1 << 20, -3})},
+                          {"reals", tuple({0.5, 1.5})},
+                          {"texts", tuple({"a", "b"})},
+                          {"none", HTuple()}});
+  SetDictObject(concat({ramp(2, 2), rectangle(0, 0, 1, 1)}), dict, "objects");
+  return dict;
+}
+
 HTuple read_dict(const std::string& path) {
   HDict dict;
   dict.ReadDict(path.c_str(), HTuple(), HTuple());

@@ -29,6 +29,9 @@ HTuple new_dict(std::initializer_list<std::pair<HTuple, HTuple>> entries = {});
 HTuple nested_dicts(int depth);
 HTuple new_matrix(const HTuple& rows, const HTuple& columns, const HTuple& values);
 HTuple new_dl_model(const HTuple& dict);
+// Two points, and a dictionary with every kind of value, iconic objects under "objects".
+HTuple sample_points();
+HTuple sample_dict();
 HTuple read_dict(const std::string& path);
 HTuple read_model3d(const std::string& path);
 HTuple model3d_param(const HTuple& model, const HTuple& names);
