@@ -61,7 +61,7 @@ struct Access {
   static TupleKind element_kind(const HTuple& tuple, Hlong index) noexcept;
   // What all elements are; `Array` when they differ, `Empty` when there is none.
   static TupleKind common_kind(const HTuple& tuple) noexcept;
-  // Its semantic type: "integer", "dict"; of a tuple of one.
+  // The semantic type of a tuple of one: "integer", "dict", "matrix".
   static const char* type_name(const HTuple& element) noexcept;
 
   // Tuples, made.

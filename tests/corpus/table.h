@@ -1,4 +1,4 @@
-// A table of tab-separated values whose first line names the columns.
+// A table of tab-separated values whose first line names the columns, and what the sections do with its rows and cells.
 #ifndef QUOVEL_TESTS_CORPUS_TABLE_H
 #define QUOVEL_TESTS_CORPUS_TABLE_H
 
