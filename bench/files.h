@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "quovel_adapter.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 
 namespace bench {
 

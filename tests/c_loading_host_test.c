@@ -3,7 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "quovel_adapter.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 
 #ifdef _WIN32
 #include <windows.h>

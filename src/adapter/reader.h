@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "adapter/quovel_adapter.h"
 #include "content/value_text.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "tree/node.h"
 
 namespace quovel {

@@ -11,7 +11,7 @@ install(TARGETS ${package} EXPORT ${package}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES adapter/quovel_adapter.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/${package}/quovel_adapter.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${package})
 
 # The built-in class interface goes into a folder of its own, where it cannot stand in for an installed HALCON.
 set(private_folder ${CMAKE_INSTALL_LIBDIR}/${package})
@@ -26,7 +26,7 @@ file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR
 set_target_properties(qv_inspect PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
 install(TARGETS qv_inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(NOT WIN32)
-  install(FILES host/completion.bash RENAME qv_inspect
+  install(FILES host/inspect/completion.bash RENAME qv_inspect
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES docs/qv_inspect.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 else()
@@ -42,7 +42,7 @@ install(DIRECTORY host/python/quovel_adapter DESTINATION ${QUOVEL_PYTHON_FOLDER}
 
 # How a project finds it: find_package(quovel_adapter_2411), or pkg-config.
 install(EXPORT ${package} NAMESPACE ${package}:: DESTINATION ${package_folder} FILE ${package}-targets.cmake)
-configure_package_config_file(cmake/config.cmake.in ${PROJECT_BINARY_DIR}/cmake/${package}-config.cmake
+configure_package_config_file(tools/cmake/config.cmake.in ${PROJECT_BINARY_DIR}/cmake/${package}-config.cmake
   INSTALL_DESTINATION ${package_folder})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/cmake/${package}-config-version.cmake
   COMPATIBILITY SameMajorVersion)
@@ -50,13 +50,13 @@ install(FILES ${PROJECT_BINARY_DIR}/cmake/${package}-config.cmake
               ${PROJECT_BINARY_DIR}/cmake/${package}-config-version.cmake DESTINATION ${package_folder})
 file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" to_prefix ${to_prefix})
-configure_file(cmake/pkgconfig.pc.in ${package}.pc @ONLY)
+configure_file(tools/cmake/pkgconfig.pc.in ${package}.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # Documents. Whoever hands out a build hands out the notices of what is compiled into it.
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/quovel-adapter-2411)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE NOTICES.md DESTINATION ${documents})
-install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN examples EXCLUDE
   PATTERN "*.md" PATTERN "*.png" PATTERN "*.1")
 if(WIN32)
   install(DIRECTORY $<TARGET_FILE_DIR:${package}>/notices DESTINATION ${documents} OPTIONAL)

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "quovel_adapter.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 
 namespace host {
 

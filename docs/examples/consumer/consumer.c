@@ -1,5 +1,5 @@
 /* The least program that uses an installed library: prints the version of HALCON that it runs against. */
-#include <quovel_adapter.h>
+#include <quovel_adapter_2411/quovel_adapter.h>
 #include <stdio.h>
 
 int main(void) {

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "quovel_adapter.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 
 namespace host {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "quovel_adapter.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 
 namespace host {
 

@@ -23,7 +23,7 @@ endforeach()
 
 # build/windows/bin is ready to hand out: what the programs and libraries there do not bring themselves is laid beside them.
 set(handed_out ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
-configure_file(adapter/quovel_adapter.h ${handed_out}/quovel_adapter.h COPYONLY)
+configure_file(include/quovel_adapter_2411/quovel_adapter.h ${handed_out}/quovel_adapter_2411/quovel_adapter.h COPYONLY)
 configure_file(LICENSE ${handed_out}/notices/LICENSE COPYONLY)
 configure_file(NOTICES.md ${handed_out}/notices/NOTICES.md COPYONLY)
 foreach(package gcc-mingw-w64-x86-64-posix-runtime libcli11-dev libz-mingw-w64-dev mingw-w64-x86-64-dev rapidjson-dev)
