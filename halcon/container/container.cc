@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "container/parts.h"
+#include "core/arguments.h"
 #include "core/failure.h"
-#include "iconic/arguments.h"
 #include "iconic/object_data.h"
 
 namespace HalconCpp {

@@ -6,7 +6,6 @@
 #include "iconic/image.h"
 #include "iconic/region.h"
 #include "iconic/xld.h"
-#include "images/codec.h"
 
 namespace HalconCpp::detail::container {
 

@@ -1,7 +1,7 @@
 // Settings of the library and what it tells about itself.
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
-#include "iconic/arguments.h"
 
 namespace HalconCpp {
 

@@ -2,11 +2,11 @@
 #include <algorithm>
 
 #include "container/container.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
 #include "dicts/entry_queries.h"
 #include "dicts/json.h"
-#include "iconic/arguments.h"
 
 namespace HalconCpp {
 

@@ -3,8 +3,8 @@
 #include <charconv>
 #include <typeinfo>
 
+#include "core/arguments.h"
 #include "core/failure.h"
-#include "iconic/arguments.h"
 
 namespace HalconCpp::detail {
 

@@ -5,10 +5,10 @@
 #include <typeinfo>
 
 #include "HalconCreate.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/limits.h"
 #include "dicts/entry_queries.h"
-#include "iconic/arguments.h"
 
 namespace HalconCpp {
 

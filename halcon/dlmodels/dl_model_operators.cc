@@ -1,11 +1,11 @@
 #include "HalconCreate.h"
 #include "container/container.h"
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
 #include "dicts/entry_queries.h"
 #include "dlmodels/dl_model.h"
-#include "iconic/arguments.h"
 
 namespace HalconCpp {
 

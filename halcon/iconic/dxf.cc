@@ -3,9 +3,9 @@
 #include <cmath>
 #include <string>
 
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
-#include "iconic/arguments.h"
 #include "iconic/xld.h"
 
 namespace HalconCpp {

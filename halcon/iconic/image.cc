@@ -5,7 +5,6 @@
 
 #include "core/failure.h"
 #include "core/limits.h"
-#include "images/codec.h"
 
 namespace HalconCpp::detail {
 

@@ -35,6 +35,11 @@ using ImageRef = std::shared_ptr<const Image>;
 // An image of the same planes with that domain; runs that cover the whole frame become null.
 ImageRef with_domain(const Image& image, RunsRef domain);
 
+// Rejects a size beyond the limits of core/limits.h, or one that a file of `file_bytes` bytes cannot decompress to.
+// Call it before anything is allocated.
+void check_image_size(std::uint64_t width, std::uint64_t height, std::uint64_t channels, PixelType type,
+                      std::uint64_t file_bytes);
+
 // An image under construction: planes of the final size, not yet filled. Its size has passed `check_image_size`.
 class ImageDraft {
  public:

@@ -4,8 +4,8 @@
 
 #include "HalconCpp.h"
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
-#include "iconic/arguments.h"
 #include "iconic/image.h"
 #include "iconic/interleave.h"
 

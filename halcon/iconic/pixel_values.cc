@@ -7,9 +7,9 @@
 
 #include "HalconCpp.h"
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/vector_units.h"
-#include "iconic/arguments.h"
 #include "iconic/image.h"
 
 namespace HalconCpp {

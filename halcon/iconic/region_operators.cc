@@ -8,12 +8,11 @@
 
 #include "HalconCreate.h"
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/limits.h"
-#include "iconic/arguments.h"
 #include "iconic/image.h"
 #include "iconic/region.h"
-#include "images/codec.h"
 
 namespace HalconCpp {
 

@@ -6,8 +6,8 @@
 
 #include "HalconCreate.h"
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
-#include "iconic/arguments.h"
 #include "iconic/xld.h"
 
 namespace HalconCpp {

@@ -36,11 +36,6 @@ struct ImageWriter {
 std::span<const ImageReader> image_readers();
 std::span<const ImageWriter> image_writers();
 
-// Refuses a size that this provider does not hold or that a file of `file_bytes` bytes cannot unfold to
-// (core/limits.h). Call it before anything is allocated.
-void check_image_size(std::uint64_t width, std::uint64_t height, std::uint64_t channels, PixelType type,
-                      std::uint64_t file_bytes);
-
 inline bool starts_with(Bytes file, std::string_view magic) noexcept {
   return file.size() >= magic.size() && std::memcmp(file.data(), magic.data(), magic.size()) == 0;
 }

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
 #include "core/limits.h"
-#include "iconic/arguments.h"
 #include "images/codec.h"
 
 namespace HalconCpp {

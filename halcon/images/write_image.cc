@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
-#include "iconic/arguments.h"
 #include "images/codec.h"
 
 namespace HalconCpp {

@@ -4,10 +4,10 @@
 #include "HalconCreate.h"
 #include "container/container.h"
 #include "core/access.h"
+#include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
 #include "dicts/entry_queries.h"
-#include "iconic/arguments.h"
 #include "models3d/mesh_file.h"
 #include "models3d/model3d.h"
 

@@ -1,4 +1,4 @@
-#include "iconic/arguments.h"
+#include "core/arguments.h"
 
 #include <cmath>
 #include <limits>

@@ -1,6 +1,6 @@
 // Reading the control parameters of an operator; refusals name the parameter.
-#ifndef HALCONCPP_ICONIC_ARGUMENTS_H
-#define HALCONCPP_ICONIC_ARGUMENTS_H
+#ifndef HALCONCPP_CORE_ARGUMENTS_H
+#define HALCONCPP_CORE_ARGUMENTS_H
 
 #include <cstdint>
 #include <string_view>
