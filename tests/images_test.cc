@@ -1,6 +1,10 @@
 // Image files of the built-in class interface: what PNG, JPEG and PNM files hold, what is written, what is refused.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
 #include "support/bytes.h"
 #include "support/files.h"
 #include "support/values.h"
@@ -123,6 +127,27 @@ TEST(Images, BadFilesAreRefusedWithTheReason) {
     EXPECT_THAT(found, HasSubstr("ReadImage: '" + folder / name + "': "));
     EXPECT_THAT(found, HasSubstr(left_out(found) ? "" : reason)) << name;
   }
+}
+
+TEST(Images, OneFileUnderSeveralNamesIsReadOnce) {
+  const TempDir folder;
+  const std::string name = folder / "a.pgm", link = folder / "link", other = folder / "other";
+  write(name, "P5 1 1 255\nx");
+  write(other, "P5 1 1 255\nx");
+  std::filesystem::create_hard_link(name, link);
+  HTuple files;
+  for (const std::string& each : {name, folder / "./a.pgm", link, name, other}) files.Append(each.c_str());
+  const HObject images = read_image(files);
+  std::vector<void*> pixels;
+  for (int i = 1; i <= 5; ++i) {
+    HObject one;
+    SelectObj(images, &one, i);
+    HalconCpp::HString type;
+    Hlong width, height;
+    pixels.push_back(HalconCpp::HImage(one).GetImagePointer1(&type, &width, &height));
+  }
+  EXPECT_EQ(std::count(pixels.begin(), pixels.end(), pixels[0]), 4);
+  EXPECT_NE(pixels[4], pixels[0]);
 }
 
 TEST(Images, ManyFilesKeepTheirOrderAndFailInIt) {

@@ -16,6 +16,9 @@ inline constexpr std::int64_t image_side = 1 << 20;
 inline constexpr std::size_t image_channels = 4096;
 // All planes of one image together.
 inline constexpr std::uint64_t image_bytes = std::uint64_t{16} << 30;
+// Images of one file: pages, frames. Real stacks have some thousands; each image costs some hundred bytes beside its
+// pixels, which limits::decoded_per_byte does not see.
+inline constexpr std::uint64_t file_images = 65536;
 // A compressed image of n bytes may unfold to `decoded_free` bytes or `decoded_per_byte` * n bytes, whichever is more.
 #if defined(FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)  // large pictures would take up the time of a fuzzer
 inline constexpr std::uint64_t decoded_free = std::uint64_t{1} << 20;

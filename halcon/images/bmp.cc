@@ -236,7 +236,7 @@ ImageRef read_embedded(const Fields& fields, const Header& header) {
     if (reader.name != wanted) continue;
     if (!reader.recognizes(inner)) break;
     if (!reader.read) refuse("holds a " + std::string(wanted) + " file: " + reader.missing);
-    return reader.read(inner);
+    return reader.read(inner).front();
   }
   refuse("should hold a " + std::string(wanted) + " file, but does not");
 }

@@ -4,9 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <cstring>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "core/buffer.h"
 #include "iconic/image.h"
@@ -15,14 +16,32 @@ namespace HalconCpp::detail {
 
 using Bytes = std::span<const std::byte>;
 
-// A format: `recognizes` looks at the first bytes only and is cheap; `read` decodes the first image of a whole file in
-// memory and refuses what it cannot. A null `read` stands for a library that this build does without; `missing` says
-// which.
+// The images of one file in the file's order: pages, frames. At least one.
+using Images = std::vector<ImageRef>;
+
+// A format: `recognizes` looks at the first bytes only and is cheap; `read` decodes all images of a whole file in
+// memory and rejects what it cannot read. A format that can hold several images charges an ImageBudget for each before
+// it allocates anything for it. A null `read` stands for a library that this build does without; `missing` says which.
 struct ImageReader {
   const char* name;
   bool (*recognizes)(Bytes file);
-  ImageRef (*read)(Bytes file);
+  Images (*read)(Bytes file);
   const char* missing;
+};
+
+// What the images of one file may cost together: their number is at most limits::file_images, and their planes follow
+// the same rule as those of a single image (check_image_size). Without it a small file could name one picture many
+// times.
+class ImageBudget {
+ public:
+  explicit ImageBudget(std::uint64_t file_bytes) noexcept : file_bytes_(file_bytes) {}
+  // One more image; rejects it when it, or all so far together, break a limit.
+  void charge(std::uint64_t width, std::uint64_t height, std::uint64_t channels, PixelType type);
+
+ private:
+  std::uint64_t file_bytes_;
+  std::uint64_t images_ = 0;
+  std::uint64_t bytes_ = 0;  // of their planes
 };
 
 // `format` is the name that WriteImage takes. `write` returns the whole file; pixels outside the domain have been

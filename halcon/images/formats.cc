@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/failure.h"
+#include "core/limits.h"
 #include "images/raster.h"
 
 namespace HalconCpp::detail {
@@ -56,6 +57,12 @@ bool is_pcx(Bytes file) {
          byte_at(file, 65) >= 1 && byte_at(file, 65) <= 4;
 }
 
+// The reader of a format whose files hold one image each.
+template <ImageRef (*read)(Bytes)>
+Images one(Bytes file) {
+  return {read(file)};
+}
+
 // The codec function, or null when this build does without its library.
 #define HALCONCPP_CODEC(library, function)              \
   ([] {                                                 \
@@ -67,17 +74,17 @@ bool is_pcx(Bytes file) {
 
 // The formats that are sure by their first bytes come first, those with short signatures last.
 constexpr ImageReader readers[] = {
-    {"PNG", is_png, HALCONCPP_CODEC(PNG, read_png), "built without libpng"},
-    {"JPEG", is_jpeg, HALCONCPP_CODEC(JPEG, read_jpeg), "built without libjpeg"},
-    {"TIFF", is_tiff, HALCONCPP_CODEC(TIFF, read_tiff), "built without libtiff"},
-    {"JPEG 2000", is_jp2, HALCONCPP_CODEC(JP2, read_jp2), "built without OpenJPEG"},
-    {"JPEG XR", is_jxr, HALCONCPP_CODEC(JPEGXR, read_jxr), "build it with -DHALCON_JPEGXR=ON"},
-    {"GIF", is_gif, read_gif, nullptr},
-    {"Sun raster", is_ras, read_ras, nullptr},
-    {"PNM", is_pnm, read_pnm, nullptr},
-    {"XWD", is_xwd, read_xwd, nullptr},
-    {"PCX", is_pcx, read_pcx, nullptr},
-    {"BMP", is_bmp, read_bmp, nullptr},
+    {"PNG", is_png, HALCONCPP_CODEC(PNG, one<read_png>), "built without libpng"},
+    {"JPEG", is_jpeg, HALCONCPP_CODEC(JPEG, one<read_jpeg>), "built without libjpeg"},
+    {"TIFF", is_tiff, HALCONCPP_CODEC(TIFF, one<read_tiff>), "built without libtiff"},
+    {"JPEG 2000", is_jp2, HALCONCPP_CODEC(JP2, one<read_jp2>), "built without OpenJPEG"},
+    {"JPEG XR", is_jxr, HALCONCPP_CODEC(JPEGXR, one<read_jxr>), "build it with -DHALCON_JPEGXR=ON"},
+    {"GIF", is_gif, one<read_gif>, nullptr},
+    {"Sun raster", is_ras, one<read_ras>, nullptr},
+    {"PNM", is_pnm, one<read_pnm>, nullptr},
+    {"XWD", is_xwd, one<read_xwd>, nullptr},
+    {"PCX", is_pcx, one<read_pcx>, nullptr},
+    {"BMP", is_bmp, one<read_bmp>, nullptr},
 };
 
 constexpr ImageWriter writers[] = {
@@ -95,6 +102,17 @@ constexpr ImageWriter writers[] = {
 #undef HALCONCPP_CODEC
 
 }  // namespace
+
+void ImageBudget::charge(std::uint64_t width, std::uint64_t height, std::uint64_t channels, PixelType type) {
+  check_image_size(width, height, channels, type, file_bytes_);
+  if (++images_ > limits::file_images) refuse("holds more than " + std::to_string(limits::file_images) + " images");
+  bytes_ += width * height * channels * pixel_size(type);  // each at most limits::image_bytes: fits
+  if (bytes_ > limits::image_bytes)
+    refuse("its images take more than " + std::to_string(limits::image_bytes) + " bytes together");
+  if (bytes_ > limits::decoded_free && bytes_ / limits::decoded_per_byte > file_bytes_)
+    refuse("its first " + std::to_string(images_) + " images take " + std::to_string(bytes_) +
+           " bytes, more than a file of " + std::to_string(file_bytes_) + " bytes can hold");
+}
 
 std::span<const ImageReader> image_readers() { return readers; }
 std::span<const ImageWriter> image_writers() { return writers; }

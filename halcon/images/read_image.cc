@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdint>
 #include <exception>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -15,6 +16,7 @@
 #include "core/file.h"
 #include "core/limits.h"
 #include "images/codec.h"
+#include "images/file_identity.h"
 
 namespace HalconCpp {
 
@@ -30,7 +32,7 @@ namespace {
   refuse("is no image file of a known format");
 }
 
-ImageRef read_image(std::string_view path) {
+Images read_images(std::string_view path) {
   const Buffer<std::byte> content = read_file(path);
   const Bytes file = content;
   for (const ImageReader& reader : image_readers()) {
@@ -41,19 +43,24 @@ ImageRef read_image(std::string_view path) {
   refuse_unknown(path, file);
 }
 
-// The files of one call in several threads, all of which have ended when it returns. Each takes the next file that
-// nobody has; after a failure no new one is begun. So all files before a failed one have been read, and the failure
-// that leaves is the one that reading in order meets. A name that comes again gives the same image, so that a short
-// list cannot fill the memory.
+// The files of one call, read in several threads, all of which have ended when `read` returns. Each thread takes the
+// next file that is left; after a failure no new one is started. So all files before a failed one have been read, and
+// the failure that is reported is the one that reading in order meets. A file that comes again, under any name, is read
+// once and gives the same images: a short list cannot fill the memory.
 class ImageFiles {
  public:
   explicit ImageFiles(const HTuple& files) {
-    std::unordered_map<std::string, std::size_t> known;
+    std::unordered_map<std::string, std::size_t> by_name;
+    std::map<FileIdentity, std::size_t> by_identity;
     for (Hlong i = 0; i < files.Length(); ++i) {
-      const auto [place, is_new] =
-          known.try_emplace(std::string(text_argument(Access::element(files, i), "a file name")), names_.size());
-      if (is_new) names_.push_back(place->first);
-      order_.push_back(place->second);
+      const auto [name, is_new] =
+          by_name.try_emplace(std::string(text_argument(Access::element(files, i), "a file name")), names_.size());
+      if (is_new) {
+        if (const auto identity = file_identity(name->first))
+          name->second = by_identity.try_emplace(*identity, names_.size()).first->second;
+        if (name->second == names_.size()) names_.push_back(name->first);
+      }
+      order_.push_back(name->second);
     }
     images_.resize(names_.size());
   }
@@ -64,18 +71,18 @@ class ImageFiles {
     work();
     for (std::thread& helper : helpers) helper.join();
     if (failure_) std::rethrow_exception(failure_);
+    check_repeats();
     std::vector<ObjectRef> all;
-    all.reserve(order_.size());
-    for (const std::size_t at : order_) all.push_back(images_[at]);
+    for (const std::size_t at : order_) all.insert(all.end(), images_[at].begin(), images_[at].end());
     return all;
   }
 
  private:
-  // Few files are read as fast by one thread. Without a thread to be had there is still this one.
+  // A few files are read as fast by one thread. When no thread can be started, this one reads them all.
   void start(std::vector<std::thread>& helpers) {
-    constexpr std::size_t files_per_thread = 4, most_threads = 16;
+    constexpr std::size_t files_per_thread = 4, max_threads = 16;
     const std::size_t wanted =
-        std::min({std::size_t{std::thread::hardware_concurrency()}, names_.size() / files_per_thread, most_threads});
+        std::min({std::size_t{std::thread::hardware_concurrency()}, names_.size() / files_per_thread, max_threads});
     helpers.reserve(wanted);
     try {
       while (helpers.size() + 1 < wanted)
@@ -93,18 +100,30 @@ class ImageFiles {
       const std::size_t at = next_++;
       if (at >= names_.size()) return;
       try {
-        in_file(names_[at], [&] { keep(at, read_image(names_[at])); });
+        in_file(names_[at], [&] { keep(at, read_images(names_[at])); });
       } catch (...) {
         keep_first(at, std::current_exception());
       }
     }
   }
 
-  void keep(std::size_t at, const ImageRef& image) {
-    const std::uint64_t size = image->pixels() * pixel_size(image->type) * image->channels.size();
-    if ((bytes_ += size) > limits::image_bytes)
+  void keep(std::size_t at, Images images) {
+    for (const ImageRef& image : images) bytes_ += image->pixels() * pixel_size(image->type) * image->channels.size();
+    if (bytes_ > limits::image_bytes)
       refuse("the images of one call take more than " + std::to_string(limits::image_bytes) + " bytes");
-    images_[at] = image;
+    images_[at] = std::move(images);
+  }
+
+  // A repeated file costs no pixels again, but one object per image.
+  void check_repeats() const {
+    std::vector<bool> seen(names_.size());
+    std::uint64_t repeated = 0;
+    for (const std::size_t at : order_) {
+      if (seen[at]) repeated += images_[at].size() - 1;
+      seen[at] = true;
+    }
+    if (repeated > limits::file_images)
+      refuse("files that are named again add more than " + std::to_string(limits::file_images) + " images");
   }
 
   void keep_first(std::size_t at, std::exception_ptr failure) noexcept {
@@ -116,9 +135,9 @@ class ImageFiles {
     failed_ = true;
   }
 
-  std::vector<std::string> names_;  // each once
-  std::vector<std::size_t> order_;  // which of them each element of the call is
-  std::vector<ObjectRef> images_;   // of the names
+  std::vector<std::string> names_;  // of the different files
+  std::vector<std::size_t> order_;  // for each element of the call its place in names_
+  std::vector<Images> images_;      // of names_
   std::atomic<std::uint64_t> bytes_{0};
   std::atomic<std::size_t> next_{0};
   std::atomic<bool> failed_{false};

@@ -23,8 +23,10 @@ struct Picture {
   std::vector<std::vector<double>> channels;
 };
 
+// The first image of a file.
 Picture read(const std::filesystem::path& file) {
-  const HObject image = test::read_image(file.string().c_str());
+  HObject image;
+  SelectObj(test::read_image(file.string().c_str()), &image, 1);
   Picture picture;
   for (Hlong i = 1; i <= HImage(image).CountChannels()[0].L(); ++i) {
     const test::Plane plane = test::plane(image, i);
