@@ -9,6 +9,7 @@
 namespace {
 
 using namespace test;
+using namespace std::string_literals;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -28,22 +29,56 @@ std::string colors(std::initializer_list<int> rgb, bool for_bmp = false) {
   return text;
 }
 
-// A screen of 3 x 3 with four colours and the background colour 1; `codes` are the sub-blocks of 2-bit pixels.
-std::string gif(const std::string& palette, const std::string& extension, std::initializer_list<std::int64_t> frame,
-                int flags, const std::string& codes) {
-  return "GIF89a" + le({3, 3}, 2) + bytes({0x81, 1, 0}) + palette + extension + "," + le(frame, 2) + bytes({flags, 2}) +
-         codes + bytes({0, 0x3B});
+// A screen of `width` x 3 with four colors and the background color 1, then the frames.
+std::string gif_of(const std::string& palette, const std::string& frames, int width = 3) {
+  return "GIF89a" + le({width, 3}, 2) + bytes({0x81, 1, 0}) + palette + frames + ";";
 }
 
-// Codes of three bits, each pixel after a code that clears, so that nothing is learnt; then the end code.
+// `place` is left, top, width and height; `codes` are the sub-blocks of 2-bit pixels.
+std::string frame(std::initializer_list<std::int64_t> place, const std::string& codes, int flags = 0) {
+  return "," + le(place, 2) + bytes({flags, 2}) + codes + bytes({0});
+}
+
+// A Graphic Control Extension.
+std::string control(int disposal, int transparent = -1) {
+  return bytes({0x21, 0xF9, 4, disposal << 2 | (transparent >= 0), 0, 0, transparent & 255, 0});
+}
+
+std::string gif(const std::string& palette, const std::string& extension, std::initializer_list<std::int64_t> place,
+                int flags, const std::string& codes) {
+  return gif_of(palette, extension + frame(place, codes, flags));
+}
+
+// The codes as sub-blocks, each as wide as a decoder with that code size expects it.
+std::string lzw(unsigned size, const std::vector<unsigned>& codes) {
+  std::string data;
+  unsigned next = 0, width = 0, bits = 0;
+  const auto clear = [&] { next = (1U << size) + 1, width = size + 1; };
+  clear();
+  for (const unsigned code : codes) {
+    for (unsigned bit = 0; bit < width; ++bit, ++bits) {
+      if (bits % 8 == 0) data += '\0';
+      data.back() = static_cast<char>(data.back() | (code >> bit & 1) << bits % 8);
+    }
+    if (code == 1U << size)
+      clear();
+    else if (++next == 1U << width && width < 12)
+      ++width;
+  }
+  std::string blocks;
+  for (std::size_t at = 0; at < data.size(); at += 255) {
+    const std::string block = data.substr(at, 255);
+    blocks += static_cast<char>(block.size()) + block;
+  }
+  return blocks;
+}
+
+// Code size 2, each pixel after a Clear code, so that nothing is learned; then the end code.
 std::string clear_codes(std::initializer_list<unsigned> pixels) {
   std::vector<unsigned> codes;
   for (const unsigned pixel : pixels) codes.insert(codes.end(), {4, pixel});
   codes.push_back(5);
-  std::string packed(codes.size() * 3 / 8 + 1, '\0');
-  for (std::size_t bit = 0; bit < codes.size() * 3; ++bit)
-    packed[bit / 8] = static_cast<char>(packed[bit / 8] | (codes[bit / 3] >> bit % 3 & 1) << bit % 8);
-  return static_cast<char>(packed.size()) + packed;
+  return lzw(2, codes);
 }
 
 std::string pcx(int width, int height, int bits, int planes, int plane_bytes, const std::string& palette,
@@ -68,7 +103,6 @@ std::string xwd(unsigned width, unsigned height, unsigned order, unsigned unit, 
 
 const std::string rgbk = colors({0xFF0000, 0x00FF00, 0x0000FF, 0x000000});
 const std::string grays = colors({0x000000, 0x404040, 0x808080, 0xFFFFFF});
-const std::string transparent_2 = bytes({0x21, 0xF9, 4, 1, 0, 0, 2, 0});
 
 struct Sample {
   const char* name;
@@ -99,8 +133,10 @@ std::vector<Sample> samples() {
        "3x3 byte | 255 0 0 0 0 255 0 0 0 | 0 255 0 0 255 0 0 0 0 | 0 0 255 255 0 0 0 0 0"},
       {"GIF inside, learning", gif(grays, "", {1, 0, 2, 3}, 0, bytes({3, 0x9C, 0xAF, 0})),
        "3x3 byte | 64 255 255 64 255 255 64 255 255"},
-      {"GIF transparent, beyond", gif(rgbk, transparent_2, {2, 1, 2, 1}, 0, clear_codes({2, 0})),
+      {"GIF transparent, beyond", gif(rgbk, control(0, 2), {2, 1, 2, 1}, 0, clear_codes({2, 0})),
        "3x3 byte | 0 0 0 0 0 0 0 0 0 | 255 255 255 255 255 0 255 255 255 | 0 0 0 0 0 255 0 0 0 | 0 0 0 0 0 0 0 0 0"},
+      {"GIF of width 0", gif(grays, "", {0, 0, 0, 3}, 0, clear_codes({0, 1, 2, 3, 2, 1, 0, 1, 2})),
+       "3x3 byte | 0 64 128 255 128 64 0 64 128"},
       {"PCX mono", pcx(9, 1, 1, 1, 2, "", bytes({0x55, 0x80})), "9x1 byte | 0 255 0 255 0 255 0 255 255"},
       {"PCX planes of bits", pcx(3, 1, 1, 2, 2, rgbk, bytes({0xC1, 0xC0, 0, 0x60, 0})),
        "3x1 byte | 0 0 0 | 255 0 0 | 0 0 255"},
@@ -131,6 +167,97 @@ TEST(PlainImages, OpenAsStored) {
     EXPECT_EQ(opened_as(folder / "picture", sample.file), sample.pixels) << sample.name;
 }
 
+// giflib reads code sizes up to 8 only.
+TEST(PlainImages, GifCodeSizesUpTo11OpenAlike) {
+  const TempDir folder;
+  const auto opened_with = [&](unsigned size) {
+    const unsigned first = (1U << size) + 2;
+    std::vector<unsigned> codes{1U << size, 2, first, 1, first + 1, first};
+    for (unsigned i = 0; i < 1600; ++i) codes.push_back(i % 7 == 0 ? first + i : i % 4);
+    const std::string picture = "," + le({0, 0, 500, 3}, 2) + bytes({0, static_cast<int>(size)}) + lzw(size, codes);
+    return opened_as(folder / "picture", gif_of(grays, picture + bytes({0}), 500));
+  };
+  const std::string eight = opened_with(8);
+  EXPECT_THAT(eight, StartsWith("500x3 byte | 128 128 128 64 128 128 64 128 128"));
+  for (const unsigned size : {9u, 10u, 11u}) EXPECT_EQ(opened_with(size), eight) << size;
+}
+
+// The pixels of each image of a file.
+std::vector<std::string> frames_of(const std::string& path) {
+  const HObject images = read_image(path.c_str());
+  HTuple count;
+  CountObj(images, &count);
+  std::vector<std::string> all;
+  for (Hlong i = 1; i <= count[0].L(); ++i) {
+    HObject one;
+    SelectObj(images, &one, i);
+    all.push_back(pixels(one));
+  }
+  return all;
+}
+
+// Each frame paints the middle column or a pixel of it; "at" says what the next one is painted on.
+TEST(PlainImages, GifFramesAreTheScreenAsAViewerShowsIt) {
+  const std::string whole = frame({0, 0, 3, 3}, clear_codes({0, 0, 0, 0, 0, 0, 0, 0, 0})),
+                    pixel = frame({1, 1, 1, 1}, clear_codes({3})), column = frame({1, 0, 1, 3}, clear_codes({2, 3, 2})),
+                    empty = frame({1, 1, 0, 0}, clear_codes({2, 2, 2, 2, 2, 2, 2, 2, 2}));
+  const std::tuple<const char*, std::string, std::vector<std::string>> rows[] = {
+      {"kept",
+       whole + pixel + frame({0, 0, 1, 1}, clear_codes({2})),
+       {"0 0 0 0 0 0 0 0 0", "0 0 0 0 255 0 0 0 0", "128 0 0 0 255 0 0 0 0"}},
+      {"to the background",
+       whole + control(2) + pixel + frame({0, 0, 1, 1}, clear_codes({2})),
+       {"0 0 0 0 0 0 0 0 0", "0 0 0 0 255 0 0 0 0", "128 0 0 0 64 0 0 0 0"}},
+      {"to the previous",
+       whole + control(3) + pixel + frame({0, 0, 1, 1}, clear_codes({2})),
+       {"0 0 0 0 0 0 0 0 0", "0 0 0 0 255 0 0 0 0", "128 0 0 0 0 0 0 0 0"}},
+      {"to the background, then to the previous",
+       control(2) + whole + control(3) + pixel + pixel,
+       {"0 0 0 0 0 0 0 0 0", "64 64 64 64 255 64 64 64 64", "64 64 64 64 255 64 64 64 64"}},
+      {"transparent", whole + control(0, 2) + column, {"0 0 0 0 0 0 0 0 0", "0 0 0 0 255 0 0 0 0"}},
+      {"of no size", whole + control(0, 2) + empty, {"0 0 0 0 0 0 0 0 0", "0 0 0 0 0 0 0 0 0"}},
+      {"without a trailer", whole + pixel, {"0 0 0 0 0 0 0 0 0", "0 0 0 0 255 0 0 0 0"}},
+  };
+  const TempDir folder;
+  for (const auto& [name, frames, expected] : rows) {
+    std::string file = gif_of(grays, frames);
+    if (name == "without a trailer"s) file.pop_back();
+    write(folder / "a.gif", file);
+    std::vector<std::string> screens;
+    for (const std::string& each : expected) screens.push_back("3x3 byte | " + each);
+    EXPECT_EQ(frames_of(folder / "a.gif"), screens) << name;
+  }
+}
+
+// Alpha from the first frame on, for all: what is transparent below shows through.
+TEST(PlainImages, GifFramesShareTheirChannels) {
+  const TempDir folder;
+  const std::string first = control(1, 2) + frame({0, 0, 3, 3}, clear_codes({2, 2, 2, 2, 2, 2, 2, 2, 1}));
+  write(folder / "a.gif", gif_of(rgbk, first + control(1, 0) + frame({0, 0, 2, 1}, clear_codes({0, 3}))));
+  const std::vector<std::string> all = frames_of(folder / "a.gif");
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_THAT(all[0], testing::EndsWith("| 0 0 0 0 0 0 0 0 255"));
+  EXPECT_EQ(all[1],
+            "3x3 byte | 0 0 0 0 0 0 0 0 0 | 0 0 0 0 0 0 0 0 255 | 255 0 255 255 255 255 255 255 0 | 0 255 0 0 0 0 0 0 "
+            "255");
+}
+
+TEST(PlainImages, FramesTogetherAreBounded) {
+  const TempDir folder;
+  std::string frames;
+  for (int i = 0; i < 65537; ++i) frames += frame({0, 0, 1, 1}, clear_codes({1}));
+  EXPECT_THAT(opened_as(folder / "many", gif_of(grays, frames)), HasSubstr("more than 65536 images"));
+  // 30,000 screens of 65,535 x 3 from 600 KB: 6 GB.
+  frames.resize(frames.size() / 65537 * 30000);
+  EXPECT_THAT(opened_as(folder / "large", gif_of(grays, frames, 65535)), HasSubstr("more than a file of"));
+  // The same file again and again: 300 times 300 frames.
+  frames.resize(frames.size() / 100);
+  write(folder / "some", gif_of(grays, frames));
+  HTuple names;
+  for (int i = 0; i < 300; ++i) names.Append((folder / "some").c_str());
+  EXPECT_THAT(failure([&] { read_image(names); }), HasSubstr("named again add more than 65536 images"));
+}
+
 TEST(PlainImages, CutAnywhereAreWholeOrRefused) {
   const TempDir folder;
   for (const Sample& sample : samples()) {
@@ -154,7 +281,7 @@ TEST(PlainImages, RefuseWhatTheyCannotHold) {
       {bmp(1, 1, 7, 0, "", "", zeros(8)), "7 bits per pixel"},
       {bmp(2, 1, 8, 1, "", grays, bytes({9, 1, 0, 1})), "leave the picture"},
       {bmp(1, 1, 0, 5, "", "", "no PNG here"), "should hold a PNG file"},
-      {gif(rgbk, "", {0, 0, 65535, 65535}, 0, clear_codes({0})), "more than a file of"},
+      {gif(rgbk, "", {0, 0, 65535, 65535}, 0, clear_codes({0})), "picture ends too early"},
       {gif(rgbk, "", {0, 0, 3, 3}, 0, clear_codes({0})), "picture ends too early"},
       {pcx(2, 1, 8, 1, 1, "", "12"), "shorter than its width"},
       {ras(0x7FFFFFFF, 0x7FFFFFFF, 24, 1, "", ""), "larger than the 1048576"},

@@ -79,7 +79,7 @@ constexpr ImageReader readers[] = {
     {"TIFF", is_tiff, HALCONCPP_CODEC(TIFF, one<read_tiff>), "built without libtiff"},
     {"JPEG 2000", is_jp2, HALCONCPP_CODEC(JP2, one<read_jp2>), "built without OpenJPEG"},
     {"JPEG XR", is_jxr, HALCONCPP_CODEC(JPEGXR, one<read_jxr>), "build it with -DHALCON_JPEGXR=ON"},
-    {"GIF", is_gif, one<read_gif>, nullptr},
+    {"GIF", is_gif, HALCONCPP_CODEC(GIF, read_gif), "built without giflib"},
     {"Sun raster", is_ras, one<read_ras>, nullptr},
     {"PNM", is_pnm, one<read_pnm>, nullptr},
     {"XWD", is_xwd, one<read_xwd>, nullptr},

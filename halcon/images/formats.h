@@ -13,7 +13,7 @@ ImageRef read_tiff(Bytes file);
 ImageRef read_jp2(Bytes file);  // JP2 files and bare codestreams
 ImageRef read_jxr(Bytes file);
 ImageRef read_bmp(Bytes file);
-ImageRef read_gif(Bytes file);
+Images read_gif(Bytes file);
 ImageRef read_pcx(Bytes file);
 ImageRef read_ras(Bytes file);  // Sun raster
 ImageRef read_xwd(Bytes file);

@@ -1,219 +1,274 @@
-// GIF: the first picture, on the background of the logical screen.
+// GIF after "Graphics Interchange Format, Version 89a" (CompuServe, 1990), read with giflib. A file is a sequence of
+// pictures on one logical screen; each image that is returned is the screen as a viewer shows it, with all pictures so
+// far, each disposed of as its Graphic Control Extension says.
+//
+// giflib gets one record after another: its own function for whole files (DGifSlurp) allocates what each picture
+// declares before anything could check it.
+#include <gif_lib.h>
+
 #include <algorithm>
+#include <array>
+#include <new>
 #include <string>
+#include <vector>
 
 #include "core/failure.h"
+#include "core/limits.h"
 #include "images/formats.h"
+#include "images/gif_codes.h"
+#include "images/memory_file.h"
 #include "images/raster.h"
 
 namespace HalconCpp::detail {
 
 namespace {
 
-struct Frame {
-  std::uint32_t left, top, width, height;
-  bool interlaced;
-};
+constexpr int none = NO_TRANSPARENT_COLOR;
+// Offsets of the two 16-bit sizes: from the start of the file (Logical Screen Descriptor) and from the start of an
+// Image Descriptor behind its separator.
+constexpr std::size_t screen_size_at = 6, picture_size_at = 4, descriptor_bytes = 9;
 
-struct Gif {
-  std::uint32_t width = 0, height = 0;  // of the logical screen
-  std::array<std::uint8_t, 3> background{};
+int read_source(GifFileType* gif, GifByteType* to, int bytes) {
+  return static_cast<int>(static_cast<MemorySource*>(gif->UserData)->read(to, static_cast<std::size_t>(bytes)));
+}
+
+[[noreturn]] void fail(int error) {
+  if (error == D_GIF_ERR_NOT_ENOUGH_MEM) throw std::bad_alloc();
+  if (error == D_GIF_ERR_READ_FAILED) refuse("the file ends too early");
+  if (error == D_GIF_ERR_EOF_TOO_SOON) refuse("a picture ends too early: the file is damaged");
+  const char* text = GifErrorString(error);  // null where giflib sets no code
+  refuse(text ? text : "giflib cannot decode it: the file is damaged");
+}
+
+Palette palette_of(const ColorMapObject& map) {
   Palette palette;
-  Frame frame{};
-  std::size_t codes_at = 0;  // the code size and the sub-blocks of codes
-};
-
-constexpr unsigned extension_mark = 0x21, frame_mark = 0x2C, end_mark = 0x3B;
-constexpr unsigned graphic_control = 0xF9, plain_text = 0x01;
-
-// Both descriptors keep the size of their colour table in the low bits of their flags.
-bool has_table(unsigned flags) { return flags & 0x80; }
-std::size_t table_colors(unsigned flags) { return std::size_t{2} << (flags & 7); }
-
-Palette read_palette(const Fields& fields, std::size_t at, std::size_t colors) {
-  const std::uint8_t* rgb = octets(fields.part(at, 3 * colors));
-  Palette palette;
-  for (std::size_t i = 0; i < colors; ++i) palette.set(i, rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]);
+  for (int i = 0; i < map.ColorCount; ++i)
+    palette.set(static_cast<std::size_t>(i), map.Colors[i].Red, map.Colors[i].Green, map.Colors[i].Blue);
   return palette;
 }
 
-// Where the sub-blocks that start at `at` end.
-std::size_t skip_blocks(const Fields& fields, std::size_t at) {
-  while (const std::uint32_t size = fields.u8(at)) at += 1 + size;
-  return at + 1;
-}
+// A picture inside the screen. Its sizes may exceed those of the screen.
+struct Frame {
+  std::size_t left, top, width, height;
+  bool interlaced;
+  Palette palette;
+  int transparent;  // index of the Transparent Color, or `none`
+  int disposal;     // Disposal Method
+};
 
-// The index that is transparent in the next picture, or -1.
-int transparent_index(const Fields& fields, std::size_t at) {
-  if (fields.u8(at) < 4 || !(fields.u8(at + 1) & 1)) return -1;
-  return static_cast<int>(fields.u8(at + 4));
-}
-
-// Passes the extensions up to the first picture and reads its descriptor.
-void read_frame(const Fields& fields, std::size_t at, bool global_table, Gif& gif) {
-  int transparent = -1;
-  for (unsigned mark; (mark = fields.u8(at)) != frame_mark;) {
-    if (mark == end_mark) refuse("holds no picture");
-    if (mark != extension_mark) refuse("a block of the unknown kind " + std::to_string(mark) + ": the file is damaged");
-    const unsigned label = fields.u8(at + 1);
-    if (label == graphic_control) transparent = transparent_index(fields, at + 2);
-    if (label == plain_text) transparent = -1;  // what a graphic control describes is the next picture or text
-    at = skip_blocks(fields, at + 2);
-  }
-  gif.frame = {fields.u16(at + 1), fields.u16(at + 3), fields.u16(at + 5), fields.u16(at + 7), false};
-  const unsigned flags = fields.u8(at + 9);
-  gif.frame.interlaced = flags & 0x40;
-  gif.codes_at = at + 10;
-  if (has_table(flags)) {
-    gif.palette = read_palette(fields, gif.codes_at, table_colors(flags));
-    gif.codes_at += 3 * table_colors(flags);
-  } else if (!global_table) {
-    refuse("holds no colours for its first picture");
-  }
-  if (transparent >= 0) gif.palette.set_transparent(static_cast<std::size_t>(transparent));
-}
-
-Gif read_structure(const Fields& fields) {
-  Gif gif;
-  gif.width = fields.u16(6);
-  gif.height = fields.u16(8);
-  const unsigned flags = fields.u8(10);
-  std::size_t at = 13;
-  if (has_table(flags)) {
-    gif.palette = read_palette(fields, at, table_colors(flags));
-    at += 3 * table_colors(flags);
-    for (std::size_t c = 0; c < 3; ++c) gif.background[c] = gif.palette.value(c, fields.u8(11));
-  }
-  read_frame(fields, at, has_table(flags), gif);
-  return gif;
-}
-
-// The sub-blocks at `at` in one piece, as far as the file reaches.
-Buffer<std::uint8_t> join_blocks(Bytes file, std::size_t at) {
-  Buffer<std::uint8_t> joined;
-  joined.reserve(file.size() - std::min(at, file.size()));
-  while (at < file.size() && file[at] != std::byte{0}) {
-    const std::size_t size = std::min(static_cast<std::size_t>(file[at]), file.size() - at - 1);
-    joined.append(octets(file.subspan(at + 1)), size);
-    at += 1 + size;
-  }
-  return joined;
-}
-
-// The variable-length codes of GIF. What a code stands for was written before: it is kept as a place in the output.
-class Unpacker {
+// The records of a file in their order.
+class GifReader {
  public:
-  Unpacker(Bytes file, std::size_t at, unsigned bits)
-      : codes_(join_blocks(file, at)), clear_(1U << bits), bits_(bits) {}
+  explicit GifReader(Bytes file) {
+    content_.append(file.data(), file.size());
+    source_.content = content_;
+    int error = 0;
+    gif_ = DGifOpen(&source_, read_source, &error);
+    if (!gif_) fail(error);
+  }
+  ~GifReader() { DGifCloseFile(gif_, nullptr); }
+  GifReader(const GifReader&) = delete;
+  GifReader& operator=(const GifReader&) = delete;
 
-  Buffer<std::uint8_t> unpack(std::size_t pixels) {
-    output_ = Buffer<std::uint8_t>(pixels);
-    forget();
-    while (written_ < pixels) {
-      const unsigned code = next_code();
-      if (code == clear_)
-        forget();
-      else if (code == clear_ + 1)
-        refuse("its first picture ends too early");
-      else
-        write(code);
+  const GifFileType& screen() const noexcept { return *gif_; }
+
+  // The next picture, up to its codes; false at the end of the file. The trailer may be missing.
+  bool next(Frame& frame) {
+    GraphicsControlBlock control{};
+    control.TransparentColor = none;
+    for (GifRecordType type; !(has_frames_ && source_.position >= source_.content.size());) {
+      check(DGifGetRecordType(gif_, &type));
+      if (type == TERMINATE_RECORD_TYPE) break;
+      if (type == EXTENSION_RECORD_TYPE) {
+        read_extension(control);
+      } else if (type == IMAGE_DESC_RECORD_TYPE) {
+        frame = read_descriptor(control);
+        return has_frames_ = true;
+      }
     }
-    return std::move(output_);
+    if (!has_frames_) refuse("holds no picture");
+    return false;
+  }
+
+  void skip_codes() {
+    GifByteType* block;
+    do check(DGifGetCodeNext(gif_, &block));
+    while (block);
+  }
+
+  void read_line(std::vector<GifPixelType>& line) {
+    check(DGifGetLine(gif_, line.data(), static_cast<int>(line.size())));
   }
 
  private:
-  static constexpr unsigned most_codes = 4096;
-  struct Place {
-    std::size_t start, size;
-  };
-
-  void forget() {
-    next_ = clear_ + 2;
-    width_ = bits_ + 1;
-    last_.size = 0;
+  void check(int result) {
+    if (result != GIF_OK) fail(gif_->Error);
   }
 
-  unsigned next_code() {
-    while (pending_bits_ < width_) {
-      if (at_ == codes_.size()) refuse("the file ends too early");
-      pending_ |= std::uint32_t{codes_[at_++]} << pending_bits_;
-      pending_bits_ += 8;
+  // A Plain Text Extension is drawn by no viewer of today; it uses up the control that precedes it.
+  void read_extension(GraphicsControlBlock& control) {
+    int label;
+    GifByteType* block;  // its size, then its bytes
+    check(DGifGetExtension(gif_, &label, &block));
+    if (label == PLAINTEXT_EXT_FUNC_CODE) {
+      control = {};
+      control.TransparentColor = none;
     }
-    const unsigned code = pending_ & ((1U << width_) - 1);
-    pending_ >>= width_;
-    pending_bits_ -= width_;
-    return code;
+    if (label == GRAPHICS_EXT_FUNC_CODE && block && block[0] >= 4) DGifExtensionToGCB(4, block + 1, &control);
+    while (block) check(DGifGetExtensionNext(gif_, &block));
   }
 
-  // A new code is the last string and the pixel after it, which is the first one of this string.
-  void write(unsigned code) {
-    const bool learns = last_.size > 0 && next_ < most_codes;
-    if (learns) places_[next_++] = {last_.start, last_.size + 1};
-    if (code >= next_) refuse("a code that stands for nothing: the file is damaged");
-    std::uint8_t* to = output_.data() + written_;
-    last_ = {written_, 1};
-    if (code < clear_) {
-      if (code > 255) refuse("a colour beyond its palette: the file is damaged");
-      *to = static_cast<std::uint8_t>(code);
-    } else {
-      // Forward byte by byte: the string of a code just learnt overlaps its own copy.
-      const std::uint8_t* from = output_.data() + places_[code].start;
-      last_.size = std::min(places_[code].size, output_.size() - written_);
-      for (std::size_t i = 0; i < last_.size; ++i) to[i] = from[i];
-    }
-    written_ += last_.size;
-    if (next_ == 1U << width_ && width_ < 12) ++width_;
+  Frame read_descriptor(const GraphicsControlBlock& control) {
+    prepare_picture();
+    check(DGifGetImageDesc(gif_));
+    const GifImageDesc& image = gif_->Image;
+    const ColorMapObject* map = image.ColorMap ? image.ColorMap : gif_->SColorMap;
+    if (!map) refuse("holds no colors for a picture");
+    const auto size = [](GifWord value) { return static_cast<std::size_t>(value); };
+    return {size(image.Left), size(image.Top),  size(image.Width),        size(image.Height),
+            image.Interlace,  palette_of(*map), control.TransparentColor, control.DisposalMode};
   }
 
-  Buffer<std::uint8_t> codes_, output_;
-  unsigned clear_, bits_, next_ = 0, width_ = 0;
-  std::size_t at_ = 0, written_ = 0;
-  std::uint32_t pending_ = 0;
-  unsigned pending_bits_ = 0;
-  Place last_{};
-  std::array<Place, most_codes> places_;
+  // Changes what giflib does not read; its next call reads the descriptor. A picture of width or height 0 takes the
+  // size of the screen, as in web browsers.
+  void prepare_picture() {
+    const std::span<std::byte> rest(content_.data() + source_.position, content_.size() - source_.position);
+    if (rest.size() < descriptor_bytes) return;
+    std::byte* const size = rest.data() + picture_size_at;
+    const auto is_zero = [size](int at) { return size[at] == std::byte{0} && size[at + 1] == std::byte{0}; };
+    if (is_zero(0) || is_zero(2)) std::memcpy(size, content_.data() + screen_size_at, 4);
+    const auto packed = static_cast<unsigned>(rest[descriptor_bytes - 1]);  // flag and size of the Local Color Table
+    const std::size_t table = packed & 0x80 ? std::size_t{3} << ((packed & 7) + 1) : 0;
+    narrow_codes(rest.subspan(std::min(descriptor_bytes + table, rest.size())));
+  }
+
+  Buffer<std::byte> content_;  // a copy, for prepare_picture
+  MemorySource source_;
+  GifFileType* gif_ = nullptr;
+  bool has_frames_ = false;
 };
 
-// Calls `put` with the rows of the picture in the order in which the file holds them.
-template <class Put>
-void each_row(const Frame& frame, Put&& put) {
-  static constexpr struct { std::uint32_t first, step; } whole[] = {{0, 1}}, woven[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
-  std::size_t stored = 0;
-  for (const auto& pass : frame.interlaced ? std::span(woven, 4) : std::span(whole, 1))
-    for (std::uint32_t y = pass.first; y < frame.height; y += pass.step) put(stored++, y);
+// What all images of a file have in common.
+struct Screen {
+  std::size_t width, height;
+  std::size_t channels;
+  std::array<std::uint8_t, 3> background{};  // Background Color; black without a Global Color Table
+  std::size_t frames = 0;
+};
+
+// Goes through the file without decoding, since the number of channels depends on all pictures: color when any of them
+// has color. There is alpha when the first picture has a Transparent Color; otherwise an empty screen is of the
+// Background Color, as GIF89a says, and Transparent Colors of later pictures mean what is below them.
+Screen survey(Bytes file) {
+  GifReader gif(file);
+  const auto size = [](GifWord value) { return static_cast<std::size_t>(value); };
+  Screen screen{size(gif.screen().SWidth), size(gif.screen().SHeight), 0};
+  bool gray = true, transparent = false;
+  if (gif.screen().SColorMap) {
+    const Palette colors = palette_of(*gif.screen().SColorMap);
+    const auto index = static_cast<std::size_t>(gif.screen().SBackGroundColor);
+    for (std::size_t c = 0; c < 3; ++c) screen.background[c] = colors.value(c, index);
+    gray = screen.background[0] == screen.background[1] && screen.background[1] == screen.background[2];
+  }
+  for (Frame frame; gif.next(frame); gif.skip_codes()) {
+    if (screen.frames == 0) {
+      transparent = frame.transparent != none;
+      if (screen.width == 0 || screen.height == 0) {  // some writers leave the screen's size out
+        screen.width = frame.left + frame.width;
+        screen.height = frame.top + frame.height;
+      }
+    }
+    gray = gray && frame.palette.channels() == 1;
+    if (++screen.frames > limits::file_images) break;
+  }
+  screen.channels = transparent ? 4 : gray ? 1 : 3;
+  return screen;
 }
 
-// Lays the picture on the background; what reaches beyond the screen is cut off.
-ImageRef compose(const Gif& gif, const Buffer<std::uint8_t>& indices, std::size_t channels) {
-  const Frame& frame = gif.frame;
-  const std::size_t width = gif.width;
-  ImageDraft draft(PixelType::Byte, static_cast<std::int32_t>(gif.width), static_cast<std::int32_t>(gif.height),
-                   channels);
-  const bool covers = frame.left == 0 && frame.top == 0 && frame.width >= gif.width && frame.height >= gif.height;
-  for (std::size_t c = 0; !covers && c < channels; ++c)
-    std::memset(draft.plane<std::uint8_t>(c), c < 3 ? gif.background[c] : 0, width * gif.height);
-  const std::uint32_t visible = frame.left < gif.width ? std::min(frame.width, gif.width - frame.left) : 0;
-  each_row(frame, [&](std::size_t stored, std::uint32_t y) {
-    if (frame.top + y < gif.height)
-      gif.palette.put(indices.data() + stored * frame.width, visible, draft, (frame.top + y) * width + frame.left);
-  });
-  return draft.finish();
+// Calls `put` with the rows of a picture in the order in which the file holds them.
+template <class Put>
+void each_row(const Frame& frame, Put&& put) {
+  static constexpr struct { std::size_t first, step; } whole[] = {{0, 1}}, passes[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
+  for (const auto& pass : frame.interlaced ? std::span(passes, 4) : std::span(whole, 1))
+    for (std::size_t y = pass.first; y < frame.height; y += pass.step) put(y);
 }
+
+// Draws one picture after the other.
+class Canvas {
+ public:
+  explicit Canvas(const Screen& screen) : screen_(screen) {}
+
+  // The screen with the next picture, whose lines come from `gif`.
+  ImageRef draw(GifReader& gif, const Frame& frame) {
+    ImageDraft draft(PixelType::Byte, static_cast<std::int32_t>(screen_.width),
+                     static_cast<std::int32_t>(screen_.height), screen_.channels);
+    start(draft);
+    const std::size_t visible = frame.left < screen_.width ? std::min(frame.width, screen_.width - frame.left) : 0;
+    std::vector<GifPixelType> line(frame.width);
+    each_row(frame, [&](std::size_t y) {
+      gif.read_line(line);
+      if (frame.top + y < screen_.height)
+        put(frame, line.data(), visible, draft, (frame.top + y) * screen_.width + frame.left);
+    });
+    ImageRef image = draft.finish();
+    if (frame.disposal != DISPOSE_PREVIOUS) {
+      below_ = image;
+      cleared_ = frame.disposal == DISPOSE_BACKGROUND ? Area{frame.left, frame.top, frame.width, frame.height} : Area{};
+    }
+    return image;
+  }
+
+ private:
+  struct Area {
+    std::size_t left = 0, top = 0, width = 0, height = 0;
+  };
+
+  // What the last picture left, disposed of.
+  void start(ImageDraft& draft) const {
+    for (std::size_t c = 0; below_ && c < screen_.channels; ++c)
+      std::memcpy(draft.plane<std::uint8_t>(c), below_->plane<std::uint8_t>(c), draft.plane_bytes());
+    clear(draft, below_ ? cleared_ : Area{0, 0, screen_.width, screen_.height});
+  }
+
+  // To the background color, which is transparent where there is alpha.
+  void clear(ImageDraft& draft, const Area& area) const {
+    const std::size_t right = std::min(area.left + area.width, screen_.width),
+                      bottom = std::min(area.top + area.height, screen_.height);
+    for (std::size_t y = area.top; area.left < right && y < bottom; ++y)
+      for (std::size_t c = 0; c < screen_.channels; ++c)
+        std::memset(draft.plane<std::uint8_t>(c) + y * screen_.width + area.left, c < 3 ? screen_.background[c] : 0,
+                    right - area.left);
+  }
+
+  // Transparent pixels leave what is below. On an empty screen they keep their own color, under alpha 0.
+  void put(const Frame& frame, const GifPixelType* line, std::size_t pixels, ImageDraft& draft, std::size_t at) const {
+    const bool stored = !below_ && screen_.channels == 4;
+    for (std::size_t c = 0; c < screen_.channels; ++c) {
+      std::uint8_t* const plane = draft.plane<std::uint8_t>(c) + at;
+      for (std::size_t i = 0; i < pixels; ++i) {
+        const bool shows = line[i] != frame.transparent;
+        if (shows || (stored && c < 3)) plane[i] = frame.palette.value(c, line[i]);
+      }
+    }
+  }
+
+  Screen screen_;
+  ImageRef below_;  // null: the empty screen
+  Area cleared_;    // of below_, before the next picture is drawn
+};
 
 }  // namespace
 
-ImageRef read_gif(Bytes file) {
-  const Fields fields(file, std::endian::little);
-  const Gif gif = read_structure(fields);
-  const bool gray_background = gif.background[0] == gif.background[1] && gif.background[1] == gif.background[2];
-  const std::size_t channels =
-      gray_background ? gif.palette.channels() : std::max<std::size_t>(3, gif.palette.channels());
-  check_image_size(gif.width, gif.height, channels, PixelType::Byte, file.size());
-  check_image_size(gif.frame.width, gif.frame.height, 1, PixelType::Byte, file.size());
-  const unsigned bits = fields.u8(gif.codes_at);
-  if (bits < 1 || bits > 11) refuse("codes of " + std::to_string(bits) + " bits are not known");
-  return compose(gif, Unpacker(file, gif.codes_at + 1, bits).unpack(std::size_t{gif.frame.width} * gif.frame.height),
-                 channels);
+Images read_gif(Bytes file) {
+  const Screen screen = survey(file);
+  ImageBudget budget(file.size());
+  for (std::size_t i = 0; i < screen.frames; ++i)
+    budget.charge(screen.width, screen.height, screen.channels, PixelType::Byte);
+  Images images;
+  Canvas canvas(screen);
+  GifReader gif(file);
+  for (Frame frame; images.size() < screen.frames && gif.next(frame);) images.push_back(canvas.draw(gif, frame));
+  return images;
 }
 
 }  // namespace HalconCpp::detail

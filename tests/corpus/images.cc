@@ -19,15 +19,19 @@ using namespace HalconCpp;
 
 struct Picture {
   std::string type;
-  Hlong width = 0, height = 0;
+  Hlong width = 0, height = 0, images = 0;
   std::vector<std::vector<double>> channels;
 };
 
-// The first image of a file.
+// The first image of a file, and how many there are.
 Picture read(const std::filesystem::path& file) {
+  const HObject images = test::read_image(file.string().c_str());
+  HTuple count;
+  CountObj(images, &count);
   HObject image;
-  SelectObj(test::read_image(file.string().c_str()), &image, 1);
+  SelectObj(images, &image, 1);
   Picture picture;
+  picture.images = count[0].L();
   for (Hlong i = 1; i <= HImage(image).CountChannels()[0].L(); ++i) {
     const test::Plane plane = test::plane(image, i);
     picture.type = plane.type, picture.width = plane.width, picture.height = plane.height;
@@ -89,6 +93,8 @@ class Expectation {
     const std::string size = cell("width") + " x " + cell("height"),
                       found_size = std::to_string(found.width) + " x " + std::to_string(found.height);
     if (size != found_size) return differ(size, found_size);
+    if (is("gif") && cell("frames") != std::to_string(found.images))
+      return differ(cell("frames") + " frames", std::to_string(found.images));
     const std::size_t wanted = is_cmyk() ? channels() - 1 : channels();
     if (found.channels.size() != wanted)
       return differ(std::to_string(wanted) + " channels", std::to_string(found.channels.size()));
