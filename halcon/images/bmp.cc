@@ -1,6 +1,11 @@
-// BMP: the Windows and OS/2 headers, palettes, bit fields, run lengths, and an embedded PNG or JPEG file.
+// BMP after "Bitmap Storage" (Windows GDI: BITMAPFILEHEADER, then BITMAPCOREHEADER, BITMAPINFOHEADER or a later one)
+// and the OS/2 2.x header of 64 bytes. Little-endian fields: bfOffBits, biSize, biWidth, biHeight (negative: top row
+// first), biBitCount, biCompression, biClrUsed; masks, a palette of blue, green, red, and the rows, bottom row first.
+#include <algorithm>
 #include <string>
+#include <vector>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "images/formats.h"
 #include "images/pixels.h"
@@ -10,228 +15,188 @@ namespace HalconCpp::detail {
 
 namespace {
 
-enum Compression : std::uint32_t { plain = 0, rle8 = 1, rle4 = 2, bit_fields = 3, jpeg = 4, png = 5, alpha_fields = 6 };
+constexpr std::uint32_t file_header = 14, core_header = 12, info_header = 40, os2_header = 64, v4_header = 108,
+                        v5_header = 124;
 
-constexpr std::uint32_t file_header = 14, os2_header = 12, info_header = 40, v4_header = 108, v5_header = 124;
+// biCompression. In an OS/2 header 3 stands for Huffman codes, which are not read, and 4 for run lengths of 24 bits.
+enum Compression : std::uint32_t {
+  rgb = 0,
+  rle8 = 1,
+  rle4 = 2,
+  bit_fields = 3,
+  jpeg = 4,
+  png = 5,
+  alpha_fields = 6,
+  rle24 = 0x18
+};
+
+constexpr struct {
+  Compression compression;
+  unsigned bits;
+} layouts[] = {{rgb, 1},         {rgb, 2},         {rgb, 4},           {rgb, 8},          {rgb, 16},
+               {rgb, 24},        {rgb, 32},        {rle8, 8},          {rle4, 4},         {rle24, 24},
+               {bit_fields, 16}, {bit_fields, 32}, {alpha_fields, 16}, {alpha_fields, 32}};
 
 struct Header {
-  std::uint32_t size;  // of the header that follows the file header
-  std::uint32_t width;
-  std::uint32_t height;
-  bool top_down;
-  unsigned bits;  // of a pixel
-  std::uint32_t compression;
-  std::uint32_t colors;  // what the header says; 0: as many as the bits allow
-  std::uint32_t pixels_at;
+  std::uint32_t size = 0;  // of the header behind the file header
+  std::uint32_t compression = rgb;
+  std::uint32_t colors = 0;  // biClrUsed; 0: as many as the bits allow
+  std::uint32_t pixels_at = 0;
 
   bool has_masks() const { return compression == bit_fields || compression == alpha_fields; }
-  // A row is filled up to 32 bits.
-  std::size_t row_bytes() const { return (std::size_t{width} * bits + 31) / 32 * 4; }
-  // Where the palette starts: masks that are no part of the header stand before it.
+  bool has_run_lengths() const { return compression == rle8 || compression == rle4 || compression == rle24; }
+  // Masks that are no part of the header stand between it and the palette.
   std::uint32_t palette_at() const {
     const bool masks_follow = size == info_header && has_masks();
     return file_header + size + (masks_follow ? (compression == bit_fields ? 12U : 16U) : 0U);
   }
 };
 
-void check_compression(const Header& header) {
-  const unsigned bits = header.bits;
-  const bool os2_only = header.size == 64 && header.compression > rle4;  // Huffman codes, run lengths of 24 bits
-  const bool known = !os2_only && [&] {
-    switch (header.compression) {
-      case plain:
-        return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-      case rle8:
-        return bits == 8;
-      case rle4:
-        return bits == 4;
-      case bit_fields:
-      case alpha_fields:
-        return bits == 16 || bits == 32;
-      default:
-        return header.compression == jpeg || header.compression == png;
-    }
-  }();
-  if (!known)
-    refuse("a BMP file of " + std::to_string(bits) + " bits per pixel with compression " +
-           std::to_string(header.compression) + " is not read");
-}
-
-void read_size(const Fields& fields, Header& header) {
+void read_size(const Fields& fields, Raster& raster) {
   const auto width = static_cast<std::int32_t>(fields.u32(18)), height = static_cast<std::int32_t>(fields.u32(22));
   if (width <= 0 || height == 0)
     refuse("an image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels holds nothing");
-  header.width = static_cast<std::uint32_t>(width);
-  header.top_down = height < 0;
-  header.height = header.top_down ? 0U - static_cast<std::uint32_t>(height) : static_cast<std::uint32_t>(height);
+  raster.width = static_cast<std::uint32_t>(width);
+  raster.bottom_up = height > 0;
+  raster.height = height > 0 ? static_cast<std::uint32_t>(height) : 0U - static_cast<std::uint32_t>(height);
 }
 
-Header read_header(const Fields& fields) {
-  Header header{};
+Header read_header(const Fields& fields, Raster& raster) {
+  Header header;
   header.pixels_at = fields.u32(10);
   header.size = fields.u32(14);
-  if (header.size == os2_header) {
-    header.width = fields.u16(18);
-    header.height = fields.u16(20);
-    header.bits = fields.u16(24);
+  if (header.size == core_header) {
+    raster.width = fields.u16(18);
+    raster.height = fields.u16(20);
+    raster.bottom_up = true;
+    raster.bits = fields.u16(24);
   } else if (header.size >= 16 && header.size <= v5_header) {
-    read_size(fields, header);
-    header.bits = fields.u16(28);
-    // A short header ends before these.
+    read_size(fields, raster);
+    raster.bits = fields.u16(28);
+    // An OS/2 header may end before these.
     if (header.size >= 20) header.compression = fields.u32(30);
     if (header.size >= 36) header.colors = fields.u32(46);
   } else {
     refuse("a BMP header of " + std::to_string(header.size) + " bytes is not known");
   }
-  check_compression(header);
   if (header.pixels_at < header.palette_at()) refuse("its pixels start inside its header");
   return header;
 }
 
-Palette read_palette(const Fields& fields, const Header& header) {
-  const std::uint32_t entry = header.size == os2_header ? 3 : 4;
-  const std::uint32_t room = (header.pixels_at - header.palette_at()) / entry, most = 1U << header.bits;
-  const std::uint32_t claimed = header.colors == 0 || header.colors > most ? most : header.colors;
+// Replaces what biCompression means in OS/2 files, and rejects what is not read.
+void check_compression(Header& header, unsigned bits) {
+  const bool os2 = header.size == os2_header && header.compression > rle4;
+  const std::uint32_t stored = header.compression;
+  if (os2 && stored == 4) header.compression = rle24;
+  const bool known = std::any_of(std::begin(layouts), std::end(layouts), [&](auto layout) {
+    return layout.compression == header.compression && layout.bits == bits;
+  });
+  const bool embedded = stored == jpeg || stored == png;
+  if ((os2 && header.compression != rle24) || !(known || embedded))
+    refuse("a BMP file of " + std::to_string(bits) + " bits per pixel with compression " + std::to_string(stored) +
+           (os2 ? " (OS/2)" : "") + " is not read");
+}
+
+Palette read_palette(const Fields& fields, const Header& header, unsigned bits) {
+  const std::uint32_t entry = header.size == core_header ? 3 : 4;
+  const std::uint32_t room = (header.pixels_at - header.palette_at()) / entry, max = 1U << bits;
+  const std::uint32_t claimed = header.colors == 0 || header.colors > max ? max : header.colors;
   const std::uint32_t count = std::min(claimed, room);
-  const std::uint8_t* bgr = octets(fields.part(header.palette_at(), std::uint64_t{count} * entry));
-  Palette palette;
-  for (std::uint32_t i = 0; i < count; ++i, bgr += entry) palette.set(i, bgr[2], bgr[1], bgr[0]);
-  return palette;
+  return Palette(octets(fields.part(header.palette_at(), std::uint64_t{count} * entry)), count, entry, {2, 1, 0});
 }
 
-// The run lengths of BMP, unfolded to one index per pixel in the order of the file's rows. Runs may fill a row up as if
-// it were plain, so that `stride` indices make a row.
-class RunLengths {
- public:
-  RunLengths(Bytes data, const Header& header)
-      : data_(data),
-        width_(header.width),
-        height_(header.height),
-        stride_(header.row_bytes() * 8 / header.bits),
-        wide_(header.compression == rle8) {}
-
-  std::size_t stride() const { return stride_; }
-
-  Buffer<std::uint8_t> unfold() {
-    indices_ = Buffer<std::uint8_t>(stride_ * height_);
-    std::memset(indices_.data(), 0, indices_.size());  // pixels may be left out
-    while (!complete()) {
-      const unsigned count = next(), value = next();
-      if (count > 0)
-        put(count, [&](unsigned i) { return wide_ ? value : i % 2 ? value & 15 : value >> 4; });
-      else if (!escape(value))
-        break;
-    }
-    return std::move(indices_);
-  }
-
- private:
-  // The end mark may be missing once all is there.
-  bool complete() const { return at_ == data_.size() && (y_ >= height_ || (y_ + 1 == height_ && x_ >= width_)); }
-
-  unsigned next() {
-    if (at_ == data_.size()) refuse("the file ends too early");
-    return static_cast<std::uint8_t>(data_[at_++]);
-  }
-
-  // False at the end of the picture.
-  bool escape(unsigned code) {
-    if (code == 1) return false;
-    if (code == 0) {
-      x_ = 0;
-      ++y_;
-    } else if (code == 2) {
-      x_ += next();
-      y_ += next();
-    } else {
-      literal(code);
-    }
-    return true;
-  }
-
-  // Pixels one by one, filled up to whole pairs of bytes.
-  void literal(unsigned count) {
-    unsigned pair = 0;
-    put(count, [&](unsigned i) {
-      if (wide_) return next();
-      if (i % 2 == 0) pair = next();
-      return i % 2 ? pair & 15 : pair >> 4;
-    });
-    if ((wide_ ? count : (count + 1) / 2) % 2) next();
-  }
-
-  template <class Index>
-  void put(unsigned count, Index&& index) {
-    if (y_ >= height_ || x_ > stride_ || count > stride_ - x_) refuse("its run lengths leave the picture");
-    std::uint8_t* to = indices_.data() + y_ * stride_ + x_;
-    for (unsigned i = 0; i < count; ++i) to[i] = static_cast<std::uint8_t>(index(i));
-    x_ += count;
-  }
-
-  Bytes data_;
-  std::size_t width_, height_, stride_, x_ = 0, y_ = 0;
-  bool wide_;  // an index is 8 bits, not 4
-  std::size_t at_ = 0;
-  Buffer<std::uint8_t> indices_;
-};
-
-ImageDraft draft_of(const Header& header, std::size_t channels, Bytes file) {
-  check_image_size(header.width, header.height, channels, PixelType::Byte, file.size());
-  return {PixelType::Byte, static_cast<std::int32_t>(header.width), static_cast<std::int32_t>(header.height), channels};
-}
-
-// Calls `put` with each row of the file and the pixel of the image where it goes.
-template <class Put>
-void each_row(const Header& header, const std::uint8_t* rows, std::size_t stride, Put&& put) {
-  for (std::size_t y = 0; y < header.height; ++y)
-    put(rows + y * stride, (header.top_down ? y : header.height - 1 - y) * header.width);
-}
-
-ImageRef read_indexed(const Fields& fields, const Header& header, Bytes file) {
-  const Palette palette = read_palette(fields, header);
-  check_image_size(header.width, header.height, palette.channels(), PixelType::Byte, file.size());
-  Buffer<std::uint8_t> unfolded;
-  const std::uint8_t* rows;
-  std::size_t stride = header.row_bytes();
-  const bool runs = header.compression != plain;
-  if (runs) {
-    RunLengths lengths(fields.rest(header.pixels_at), header);
-    unfolded = lengths.unfold();
-    rows = unfolded.data();
-    stride = lengths.stride();
-  } else {
-    rows = octets(fields.part(header.pixels_at, std::uint64_t{stride} * header.height));
-  }
-  ImageDraft draft = draft_of(header, palette.channels(), file);
-  IndexRow indices(runs ? 8 : header.bits, header.width);
-  each_row(header, rows, stride,
-           [&](const std::uint8_t* row, std::size_t at) { palette.put(indices(row), header.width, draft, at); });
-  return draft.finish();
-}
-
-std::vector<std::uint32_t> masks_of(const Fields& fields, const Header& header) {
+std::vector<std::uint32_t> read_masks(const Fields& fields, const Header& header, unsigned bits) {
   if (!header.has_masks())
-    return header.bits == 16 ? std::vector<std::uint32_t>{0x7C00, 0x3E0, 0x1F}
-                             : std::vector<std::uint32_t>{0xFF0000, 0xFF00, 0xFF};
+    return bits == 16 ? std::vector<std::uint32_t>{0x7C00, 0x3E0, 0x1F}
+                      : std::vector<std::uint32_t>{0xFF0000, 0xFF00, 0xFF};
   std::vector<std::uint32_t> masks{fields.u32(54), fields.u32(58), fields.u32(62)};
   const bool alpha = header.compression == alpha_fields || header.size >= 56;
   if (alpha && fields.u32(66) != 0) masks.push_back(fields.u32(66));
   return masks;
 }
 
-ImageRef read_direct(const Fields& fields, const Header& header, Bytes file) {
-  const PackedPixels pixels(masks_of(fields, header), header.bits / 8, std::endian::little);
-  const std::size_t stride = header.row_bytes();
-  const std::uint8_t* rows = octets(fields.part(header.pixels_at, std::uint64_t{stride} * header.height));
-  ImageDraft draft = draft_of(header, pixels.channels(), file);
-  each_row(header, rows, stride,
-           [&](const std::uint8_t* row, std::size_t at) { pixels.put(row, header.width, draft, at); });
-  return draft.finish();
-}
+// The run lengths of BMP, decompressed to pixels of one byte (indices) or three bytes, in the order of the file's rows.
+// Runs may fill a row up to the padding that a plain row has, so the decompressed rows have it too.
+class RunLengths {
+ public:
+  RunLengths(Bytes data, std::uint32_t compression, const Raster& raster)
+      : stream_(data),
+        width_(raster.width),
+        height_(raster.height),
+        stride_(raster.row_bytes * 8 / raster.bits),
+        pixel_bytes_(compression == rle24 ? 3 : 1),
+        nibbles_(compression == rle4) {}
 
-ImageRef read_embedded(const Fields& fields, const Header& header) {
-  const std::string_view wanted = header.compression == png ? "PNG" : "JPEG";
-  const Bytes inner = fields.rest(header.pixels_at);
+  std::size_t row_bytes() const { return stride_ * pixel_bytes_; }
+
+  Buffer<std::byte> decompress() {
+    pixels_ = Buffer<std::byte>(row_bytes() * height_);
+    std::memset(pixels_.data(), 0, pixels_.size());  // pixels may be left out
+    while (!complete()) {
+      if (const unsigned count = stream_.next())
+        run(count);
+      else if (const unsigned code = stream_.next(); !escape(code))
+        break;
+    }
+    return std::move(pixels_);
+  }
+
+ private:
+  // The end mark may be missing once all pixels have been read.
+  bool complete() const { return stream_.at_end() && (y_ >= height_ || (y_ + 1 == height_ && x_ >= width_)); }
+
+  // One pixel `count` times; with 4 bits a pair of pixels in turn.
+  void run(unsigned count) {
+    std::uint8_t pixel[3];
+    for (std::size_t i = 0; i < pixel_bytes_; ++i) pixel[i] = stream_.next();
+    put(count,
+        [&](unsigned i, std::size_t byte) { return nibbles_ ? (i % 2 ? pixel[0] & 15 : pixel[0] >> 4) : pixel[byte]; });
+  }
+
+  // False at the end of the image.
+  bool escape(unsigned code) {
+    if (code == 1) return false;
+    if (code == 0) {
+      x_ = 0;
+      ++y_;
+    } else if (code == 2) {
+      x_ += stream_.next();
+      y_ += stream_.next();
+    } else {
+      literal(code);
+    }
+    return true;
+  }
+
+  // Pixels one by one, padded to whole pairs of bytes.
+  void literal(unsigned count) {
+    unsigned pair = 0;
+    put(count, [&](unsigned i, std::size_t) -> unsigned {
+      if (!nibbles_) return stream_.next();
+      if (i % 2 == 0) pair = stream_.next();
+      return i % 2 ? pair & 15 : pair >> 4;
+    });
+    const std::size_t bytes = nibbles_ ? (count + 1) / 2 : count * pixel_bytes_;
+    if (bytes % 2) stream_.next();
+  }
+
+  template <class Byte>
+  void put(unsigned count, Byte&& byte) {
+    if (y_ >= height_ || x_ > stride_ || count > stride_ - x_) refuse("its run lengths leave the image");
+    std::byte* to = pixels_.data() + (y_ * stride_ + x_) * pixel_bytes_;
+    for (unsigned i = 0; i < count; ++i)
+      for (std::size_t k = 0; k < pixel_bytes_; ++k) *to++ = static_cast<std::byte>(byte(i, k));
+    x_ += count;
+  }
+
+  ByteStream stream_;
+  std::size_t width_, height_, stride_, x_ = 0, y_ = 0;  // in pixels
+  std::size_t pixel_bytes_;
+  bool nibbles_;  // an index is 4 bits, not 8
+  Buffer<std::byte> pixels_;
+};
+
+ImageRef read_embedded(Bytes inner, std::string_view wanted) {
   for (const ImageReader& reader : image_readers()) {
     if (reader.name != wanted) continue;
     if (!reader.recognizes(inner)) break;
@@ -245,9 +210,24 @@ ImageRef read_embedded(const Fields& fields, const Header& header) {
 
 ImageRef read_bmp(Bytes file) {
   const Fields fields(file, std::endian::little);
-  const Header header = read_header(fields);
-  if (header.compression == png || header.compression == jpeg) return read_embedded(fields, header);
-  return header.bits <= 8 ? read_indexed(fields, header, file) : read_direct(fields, header, file);
+  Raster raster;
+  raster.order = std::endian::little;
+  Header header = read_header(fields, raster);
+  check_compression(header, raster.bits);
+  const Bytes data = fields.rest(header.pixels_at);
+  if (header.compression == png) return read_embedded(data, "PNG");
+  if (header.compression == jpeg) return read_embedded(data, "JPEG");
+  if (raster.bits <= 8)
+    raster.palette = read_palette(fields, header, raster.bits);
+  else
+    raster.masks = read_masks(fields, header, raster.bits);
+  raster.row_bytes = (std::size_t{raster.width} * raster.bits + 31) / 32 * 4;  // rows are padded to 32 bits
+  check_raster(raster, file.size());
+  if (!header.has_run_lengths()) return read_raster(raster, data);
+  RunLengths runs(data, header.compression, raster);
+  raster.row_bytes = runs.row_bytes();
+  if (header.compression == rle4) raster.bits = 8;
+  return read_raster(raster, runs.decompress());
 }
 
 namespace {
@@ -278,14 +258,14 @@ void write_header(Writer& out, const Image& image, std::uint32_t header, std::ui
   out.u32(static_cast<std::uint32_t>(image.height));
   out.u16(1);
   out.u16(static_cast<std::uint32_t>(8 * channels));
-  out.u32(channels == 4 ? bit_fields : plain);
+  out.u32(channels == 4 ? bit_fields : rgb);
   out.u32(bytes);
-  for (int i = 0; i < 4; ++i) out.u32(0);  // no resolution; all colours, all important
+  for (int i = 0; i < 4; ++i) out.u32(0);  // no resolution; all colors, all important
   if (channels == 1)
     for (std::uint32_t gray = 0; gray < 256; ++gray) out.u32(gray * 0x010101);
   if (channels != 4) return;
   for (const std::uint32_t mask : {0xFF0000U, 0xFF00U, 0xFFU, 0xFF000000U}) out.u32(mask);
-  out.u32(0x73524742);                      // colours are sRGB
+  out.u32(0x73524742);                      // colors are sRGB
   for (int i = 0; i < 12; ++i) out.u32(0);  // which leaves no end points and no gammas to give
 }
 

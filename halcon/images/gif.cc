@@ -242,6 +242,7 @@ class Canvas {
 
   // Transparent pixels leave what is below. On an empty screen they keep their own color, under alpha 0.
   void put(const Frame& frame, const GifPixelType* line, std::size_t pixels, ImageDraft& draft, std::size_t at) const {
+    if (frame.transparent == none && screen_.channels < 4) return frame.palette.put(line, pixels, draft, at);
     const bool stored = !below_ && screen_.channels == 4;
     for (std::size_t c = 0; c < screen_.channels; ++c) {
       std::uint8_t* const plane = draft.plane<std::uint8_t>(c) + at;

@@ -1,5 +1,5 @@
-// What the plain formats (BMP, GIF, PCX, Sun raster, XWD) share: fields at given places, palettes and pixels that pack
-// their channels into a number.
+// The scanline reader that the plain formats (BMP, PCX, Sun raster, XWD) share. A format reads its header into a
+// Raster, decompresses its run lengths if it has any, and leaves the pixels to `read_raster`.
 #ifndef HALCONCPP_IMAGES_RASTER_H
 #define HALCONCPP_IMAGES_RASTER_H
 
@@ -9,13 +9,14 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/failure.h"
 #include "images/codec.h"
 
 namespace HalconCpp::detail {
 
 inline const std::uint8_t* octets(Bytes bytes) noexcept { return reinterpret_cast<const std::uint8_t*>(bytes.data()); }
 
-// Numbers and parts of a file at given places. A place outside the file is a file that ends too early.
+// Numbers and parts of a file at given offsets. An offset outside the file is a file that ends too early.
 class Fields {
  public:
   Fields(Bytes file, std::endian order) noexcept : file_(file), order_(order) {}
@@ -33,62 +34,70 @@ class Fields {
   std::endian order_;
 };
 
-// Up to 256 colours. Indices that were given no colour are black.
+// Bytes one after the other; beyond the last one the file ends too early.
+class ByteStream {
+ public:
+  explicit ByteStream(Bytes bytes) noexcept : bytes_(bytes) {}
+  std::uint8_t next() {
+    if (at_end()) refuse("the file ends too early");
+    return static_cast<std::uint8_t>(bytes_[at_++]);
+  }
+  bool at_end() const noexcept { return at_ == bytes_.size(); }
+
+ private:
+  Bytes bytes_;
+  std::size_t at_ = 0;
+};
+
+// Up to 256 colors. Indices that were given no color are black.
 class Palette {
  public:
-  Palette() noexcept { tables_[3].fill(255); }
+  Palette() = default;
+  // Color i has its red, green and blue at from[i * step + offset of the channel].
+  Palette(const std::uint8_t* from, std::size_t colors, std::size_t step, std::array<std::size_t, 3> offsets) noexcept;
+  // Black to white.
+  static Palette gray_ramp(std::size_t colors) noexcept;
 
   void set(std::size_t index, std::uint8_t red, std::uint8_t green, std::uint8_t blue) noexcept;
-  // From here on there is a fourth channel: 0 at this index, 255 elsewhere.
-  void set_transparent(std::size_t index) noexcept;
-  // The entry of one channel.
-  std::uint8_t value(std::size_t channel, std::size_t index) const noexcept { return tables_[channel][index]; }
-  // 4 with a transparent index; 1 when all colours are gray; otherwise 3.
-  std::size_t channels() const noexcept { return transparent_ ? 4 : gray_ ? 1 : 3; }
-  // The colours of `indices` become pixels of `draft` from pixel `at` on.
+  // The entry of channel 0, 1 or 2; of channel 3, alpha, always 255.
+  std::uint8_t value(std::size_t channel, std::size_t index) const noexcept {
+    return channel < 3 ? tables_[channel][index] : 255;
+  }
+  // 1 when all colors are gray, otherwise 3.
+  std::size_t channels() const noexcept { return gray_ ? 1 : 3; }
+  // The colors of `indices` become pixels of `draft` from pixel `at` on.
   void put(const std::uint8_t* indices, std::size_t pixels, ImageDraft& draft, std::size_t at) const noexcept;
 
  private:
-  std::array<std::array<std::uint8_t, 256>, 4> tables_{};
+  std::array<std::array<std::uint8_t, 256>, 3> tables_{};
   bool gray_ = true;
-  bool transparent_ = false;
 };
 
-// Rows of indices of 1, 2, 4 or 8 bits, the first pixel in the highest bits.
-class IndexRow {
- public:
-  IndexRow(unsigned bits, std::size_t pixels) : bits_(bits), indices_(bits == 8 ? 0 : pixels) {}
-  // One index per byte; valid until the next call.
-  const std::uint8_t* operator()(const std::uint8_t* row) noexcept;
+// How a file holds its pixels:
+// - bits 1, 2, 4, 8 without masks: indices into `palette`, the first pixel in the highest bits. With several planes of
+//   1 bit, the bit of plane k is bit k of the index.
+// - bits 8 in 3 or 4 planes: the channels themselves.
+// - bits 16, 24, 32: numbers in byte order `order`, in which each channel is the bits of one mask. A channel of n bits
+// is
+//   scaled to 0..255, rounded to the nearest.
+struct Raster {
+  std::uint32_t width = 0, height = 0;
+  unsigned bits = 0;          // of a pixel in one plane
+  unsigned planes = 1;        // of a row, one after the other, of row_bytes / planes bytes each
+  std::size_t row_bytes = 0;  // with padding
+  bool bottom_up = false;
+  std::endian order = std::endian::big;
+  Palette palette;
+  std::vector<std::uint32_t> masks;
 
- private:
-  unsigned bits_;
-  Buffer<std::uint8_t> indices_;
+  std::size_t channels() const noexcept;
+  std::uint64_t bytes() const noexcept { return std::uint64_t{row_bytes} * height; }
 };
 
-// Pixels of 2, 3 or 4 bytes in which each channel is the bits of a mask, stretched to 0..255; of a channel of more than
-// eight bits the upper eight count.
-class PackedPixels {
- public:
-  PackedPixels(const std::vector<std::uint32_t>& masks, std::size_t bytes, std::endian order);
-
-  std::size_t channels() const noexcept { return fields_.size(); }
-  void put(const std::uint8_t* row, std::size_t pixels, ImageDraft& draft, std::size_t at) const noexcept;
-
- private:
-  struct Field {
-    std::uint32_t mask;
-    int shift;
-    int whole_byte;  // the channel is this byte of the pixel; -1: it is not one byte
-    std::array<std::uint8_t, 256> stretched;
-  };
-  Field field_of(std::uint32_t mask) const noexcept;
-
-  std::vector<Field> fields_;
-  std::size_t bytes_;
-  std::endian order_;
-  bool whole_pixel_;  // three channels that are the three bytes
-};
+// Rejects a size that the limits or a file of `file_bytes` bytes do not allow. Call it before anything is decompressed.
+void check_raster(const Raster& raster, std::size_t file_bytes);
+// The image whose decompressed rows are the first raster.bytes() of `rows`; rejects fewer. check_raster has passed.
+ImageRef read_raster(const Raster& raster, Bytes rows);
 
 }  // namespace HalconCpp::detail
 
