@@ -1,5 +1,7 @@
 #include "iconic/sequence_file.h"
 
+#include <unordered_map>
+
 #include "platform/files.h"
 #include "platform/path_text.h"
 #include "platform/text.h"
@@ -65,13 +67,19 @@ std::optional<HalconCpp::HTuple> resolve_sequence(const std::u16string& path, st
     return std::nullopt;
   }
   HalconCpp::HTuple files;
+  // An entry that comes again is not looked for again: each search may ask for 42 files.
+  std::unordered_map<std::u16string_view, HalconCpp::HTuple> found;
   for (const std::u16string& entry : entries) {
-    const std::optional<std::u16string> file = locate(entry, directories);
-    if (!file) {
-      error = u"Sequence entry not found: " + entry;
-      return std::nullopt;
+    const auto [place, is_new] = found.try_emplace(entry);
+    if (is_new) {
+      const std::optional<std::u16string> file = locate(entry, directories);
+      if (!file) {
+        error = u"Sequence entry not found: " + entry;
+        return std::nullopt;
+      }
+      place->second = HalconCpp::HTuple(to_halcon(*file));
     }
-    files.Append(HalconCpp::HTuple(to_halcon(*file)));
+    files.Append(place->second);
   }
   return files;
 }
