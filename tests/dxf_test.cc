@@ -64,7 +64,7 @@ TEST(Dxf, KeepsEveryPoint) {
   EXPECT_TRUE(polylines(read(folder / "e.dxf")).empty());
 }
 
-TEST(Dxf, RefusesWhatItCannotHoldAndLeavesTheFile) {
+TEST(Dxf, RejectsWhatItCannotHoldAndLeavesTheFile) {
   const TempDir folder;
   const std::string file = folder / "old.dxf";
   write(file, "old");

@@ -1,4 +1,4 @@
-// The iconic operators of the built-in class interface: pixel values, layouts, runs, lines and what they refuse.
+// The iconic operators of the built-in class interface: pixel values, layouts, runs, lines and what they reject.
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -118,7 +118,7 @@ TEST(ScaleImageMax, TakesAllChannelsTogetherAndTheDomainAlone) {
   EXPECT_THAT(pixels_of(stretched(empty)), ElementsAre(0, 0, 0, 0));
 }
 
-// Reals made from 8 and 16 bits are put down only when somebody asks for them.
+// Reals made from 8 and 16 bits are converted only when they are asked for.
 template <class T>
 std::pair<HObject, HObject> lazy_and_real(const char* type, Hlong width) {
   std::vector<T> integers;
@@ -269,7 +269,7 @@ TEST(Refusals, NameTheOperatorAndTheReason) {
       {[&] { HImage(images).CountChannels(); }, "CountChannels: expects one object"},
       {[&] { HImage(none).GetDomain(); }, "GetDomain: expects one object of class \"image\", not 0 objects"},
       {[&] { ConvertImageType(region, &out, "byte"); }, "ConvertImageType: expects an object of class \"image\""},
-      {[&] { ConvertImageType(gray, &out, "complex"); }, "ConvertImageType: 'complex' is no pixel type"},
+      {[&] { ConvertImageType(gray, &out, "complex"); }, "ConvertImageType: 'complex' is not a pixel type"},
       {[&] { Decompose3(two, &out, &out, &out); }, "Decompose3: expects an image of 3 channels, not 2"},
       {[&] { Compose2(gray, deep, &out); }, "Compose2: the images differ: 2 x 2 pixels of type byte and 1 x 1"},
       {[&] { AccessChannel(two, &out, 3); }, "AccessChannel: the channel is 3; 1 to 2 is possible"},
@@ -290,7 +290,7 @@ TEST(Refusals, NameTheOperatorAndTheReason) {
        },
        "GenRegionRuns: the coordinate tuples differ in length"},
       {[&] { region_of({0}, {0}, {std::int64_t{1} << 31}); }, "GenRegionRuns: column_end holds a coordinate outside"},
-      {[&] { GenContourPolygonXld(&out, 1, HTuple()); }, "GenContourPolygonXld: 1 rows and 0 columns make no line"},
+      {[&] { GenContourPolygonXld(&out, 1, HTuple()); }, "GenContourPolygonXld: 1 rows and 0 columns do not match"},
       {[&] { GenPolygonXld(&out, "a", 1); }, "GenPolygonXld: row must hold numbers only"},
   };
   for (const auto& [call, message] : table) EXPECT_THAT(failure(call), HasSubstr(message));

@@ -1,4 +1,4 @@
-// Image files of the built-in class interface: what PNG, JPEG and PNM files hold, what is written, what is refused.
+// Image files of the built-in class interface: what PNG, JPEG and PNM files hold, what is written, what is rejected.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -94,20 +94,20 @@ TEST(Images, FilesOpenAsWhatTheyHold) {
   }
 }
 
-TEST(Images, BadFilesAreRefusedWithTheReason) {
+TEST(Images, BadFilesAreRejectedWithTheReason) {
   const std::string whole = png(1, 1, 8, 0, "\0\5"s), huge = png(0x7fffffff, 0x7fffffff, 8, 0, "\0\5"s);
   std::string damaged = whole;
   damaged[damaged.size() - 14] ^= 1;  // in the checksum of the pixels
   const std::tuple<const char*, std::string, std::string> cases[] = {
       {"empty", "", "the file is empty"},
-      {"text", "Hello", "is no image file of a known format"},
+      {"text", "Hello", "is not an image file of a known format"},
       {"objects", "QVHALCON and more", "is an object file"},
       {"a.ima", "Hello", "an installed HALCON"},
       {"maximum 0", "P5\n1 1\n0\n1", "the largest sample is 0"},
       {"maximum 65536", "P5\n1 1\n65536\n1", "the largest sample is 65536"},
       {"above the maximum", "P2 1 1 300 301", "301 is above the largest, 300"},
-      {"negative", "P2 -1 1 255 1", "a number is expected where '-' stands"},
-      {"no bit", "P1 2 1 1 2", "a bit is expected where '2' stands"},
+      {"negative", "P2 -1 1 255 1", "expected a number, found '-'"},
+      {"no bit", "P1 2 1 1 2", "expected a bit, found '2'"},
       {"endless number", "P5 99999999999999999999", "larger than"},
       {"large plain", "P2 100000 100000 255 1 2", "can hold"},
       {"no size", "P7\nWIDTH 3\nENDHDR\n", "the largest sample is 0"},
@@ -225,7 +225,7 @@ TEST(Images, FillColorsCoverWhatIsOutsideTheDomain) {
   EXPECT_EQ(opened(path.c_str()), "3x2 uint2 | 301 301 301 301 301 301");
 }
 
-TEST(Images, WhatCannotBeWrittenIsRefusedAndLeavesTheTarget) {
+TEST(Images, WhatCannotBeWrittenIsRejectedAndLeavesTheTarget) {
   const TempDir folder;
   const std::string path = folder / "x";
   write(path, "before");
@@ -240,11 +240,11 @@ TEST(Images, WhatCannotBeWrittenIsRefusedAndLeavesTheTarget) {
       {bytes, "gif", 0, one, "the format 'gif' is unknown; accepted are png, tiff, jpg, bmp, jp2, pnm, pgm, ppm, pbm"},
       {bytes, 1, 0, one, "the format must be one string"},
       {concat({bytes, words}), "pnm", 0, one, "2 images and 1 file names"},
-      {concat({bytes, rectangle(0, 0, 1, 1)}), "pnm", 0, one, "\"region\" is no image"},
-      {empty_object(), "pnm", 0, one, "no image to be written"},
+      {concat({bytes, rectangle(0, 0, 1, 1)}), "pnm", 0, one, "\"region\" is not an image"},
+      {empty_object(), "pnm", 0, one, "no image to write"},
       {HObject(), "pnm", 0, one, "the object is not set"},
-      {part, "pnm", tuple({1, 2}), one, "the fill colour has 2 values; the image has 4 channels"},
-      {part, "pnm", "red", one, "the fill colour must hold numbers only"},
+      {part, "pnm", tuple({1, 2}), one, "the fill color has 2 values; the image has 4 channels"},
+      {part, "pnm", "red", one, "the fill color must hold numbers only"},
       {reals, "png", 0, one, "PNG holds byte and uint2 images of 1 to 4 channels, not 1 channel of type real"},
       {sample("byte", 5), "png", 0, one, "not 5 channels of type byte"},
       {words, "jpg", 0, one, "JPEG holds byte images of 1 or 3 channels, not 1 channel of type uint2"},

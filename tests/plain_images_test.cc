@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 std::string zeros(std::size_t count) { return std::string(count, '\0'); }
 
-// `extra`: masks that belong to the header; `palette`: what stands between header and pixels.
+// `extra`: masks that belong to the header; `palette`: what comes between header and pixels.
 std::string bmp(int width, int height, unsigned bits, unsigned compression, const std::string& extra,
                 const std::string& palette, const std::string& pixels) {
   const auto header = static_cast<int>(40 + extra.size()), at = static_cast<int>(14 + header + palette.size());
@@ -92,7 +92,7 @@ std::string ras(unsigned width, unsigned height, unsigned bits, unsigned kind, c
   return be({0x59A66A95, width, height, bits, 0, kind, !map.empty(), static_cast<int>(map.size())}) + map + pixels;
 }
 
-// Orders: 0 is the least significant byte or bit first. The colour map is what stands before the pixels.
+// Orders: 0 is the least significant byte or bit first. The color map comes before the pixels.
 std::string xwd(unsigned width, unsigned height, unsigned order, unsigned unit, unsigned bits, unsigned row_bytes,
                 unsigned visual, const std::string& map, const std::string& pixels) {
   return be({100,   7,      2,         bits,   width,    height, 0,    order, unit, order,
@@ -276,7 +276,7 @@ TEST(PlainImages, FramesTogetherAreBounded) {
   EXPECT_THAT(failure([&] { read_image(names); }), HasSubstr("named again add more than 65536 images"));
 }
 
-TEST(PlainImages, CutAnywhereAreWholeOrRefused) {
+TEST(PlainImages, CutAnywhereAreWholeOrRejected) {
   const TempDir folder;
   for (const Sample& sample : samples()) {
     const std::size_t whole = sample.file.size();
@@ -290,7 +290,7 @@ TEST(PlainImages, CutAnywhereAreWholeOrRefused) {
   }
 }
 
-TEST(PlainImages, RefuseWhatTheyCannotHold) {
+TEST(PlainImages, RejectWhatIsDamaged) {
   const TempDir folder;
   const std::tuple<std::string, const char*> rows[] = {
       {bmp(0x7FFFFFFF, 0x7FFFFFFF, 8, 1, "", grays, bytes({0, 1})), "larger than the 1048576"},
@@ -307,8 +307,8 @@ TEST(PlainImages, RefuseWhatTheyCannotHold) {
       {ras(0x7FFFFFFF, 0x7FFFFFFF, 24, 1, "", ""), "larger than the 1048576"},
       {ras(1, 1, 8, 4, "", "1234"), "type 4"},
       {xwd(65536, 65536, 1, 8, 8, 65536, 0, "", "x"), "ends too early"},
-      {be({100, 7, 77, 8}) + zeros(84), "no image file of a known format"},
-      {"\n\n\n\n" + zeros(200), "no image file of a known format"},
+      {be({100, 7, 77, 8}) + zeros(84), "not an image file of a known format"},
+      {"\n\n\n\n" + zeros(200), "not an image file of a known format"},
   };
   for (const auto& [file, reason] : rows) EXPECT_THAT(opened_as(folder / "picture", file), HasSubstr(reason));
 }

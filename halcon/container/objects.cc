@@ -70,7 +70,7 @@ RunsRef read_runs(Reader& in) {
     in.fill(*values);
   }
   check_order(runs);
-  return normalised(std::move(runs));
+  return normalized(std::move(runs));
 }
 
 Points read_points(Reader& in) {

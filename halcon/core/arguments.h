@@ -1,4 +1,4 @@
-// Reading the control parameters of an operator; refusals name the parameter.
+// Reading the control parameters of an operator; errors name the parameter.
 #ifndef HALCONCPP_CORE_ARGUMENTS_H
 #define HALCONCPP_CORE_ARGUMENTS_H
 

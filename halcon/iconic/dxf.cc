@@ -1,4 +1,5 @@
-// Contours and polygons as a DXF drawing.
+// Contours and polygons as a DXF drawing, after the "DXF Reference" of Autodesk for release 12 (AC1009), where each
+// line of the file is a group code or its value.
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -14,8 +15,8 @@ namespace detail {
 
 namespace {
 
-// What is collected before it goes to the file.
-constexpr std::size_t piece = std::size_t{64} << 10;
+// How much text is collected before it is written.
+constexpr std::size_t chunk = std::size_t{64} << 10;
 
 // A drawing of release 12, which every program reads: the tables name the one line type and the one layer that the
 // polylines are on.
@@ -51,7 +52,7 @@ void write_polyline(OutputFile& file, const Points& points) {
   std::string text(polyline);
   for (std::size_t i = 0; i < points.rows.size(); ++i) {
     append_vertex(text, points.rows[i], points.cols[i]);
-    if (text.size() < piece) continue;
+    if (text.size() < chunk) continue;
     file.write(text);
     text.clear();
   }
@@ -59,8 +60,8 @@ void write_polyline(OutputFile& file, const Points& points) {
 }
 
 // One polyline per object, in order. x is the column and y the row, so that coordinates stay as they are; programs
-// whose y axis points up show the drawing upside down. Polylines are open; the first point of a closed contour stands
-// once more at its end.
+// whose y axis points up show the drawing upside down. Polylines are open; the first point of a closed contour is
+// repeated at its end.
 template <class T>
 void write_dxf(const char* operation, const HObject& object, const HTuple& name) {
   operate(operation, [&] {

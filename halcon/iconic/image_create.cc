@@ -49,7 +49,7 @@ void require_same_shape(const Image& a, const Image& b) {
     refuse("the images differ: " + shape_of(a) + " and " + shape_of(b));
 }
 
-// All channels of the operands in order, inside what their domains have in common.
+// All channels of the operands in order; the domain is the intersection of theirs.
 HObject composed(std::initializer_list<const HObject*> operands) {
   const Image& first = single<Image>(**operands.begin());
   std::vector<Plane> planes;
@@ -135,7 +135,7 @@ void Decompose4(const HObject& image, HObject* c1, HObject* c2, HObject* c3, HOb
   operate("Decompose4", [&] { decompose(image, {c1, c2, c3, c4}); });
 }
 
-// The domain becomes what it has in common with the region; frame and pixels stay.
+// The new domain is the intersection with the region; frame and pixels stay.
 void ReduceDomain(const HObject& image, const HObject& region, HObject* reduced) {
   operate("ReduceDomain", [&] {
     const Image& source = single<Image>(image);

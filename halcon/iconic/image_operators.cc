@@ -1,4 +1,4 @@
-// What an image answers about itself, and its channels laid out for display.
+// Queries on one image, and its channels interleaved for display.
 #include <string>
 #include <utility>
 
@@ -15,7 +15,7 @@ using namespace detail;
 
 namespace {
 
-// The interface hands pixels out as void*; they are shared and must not be written.
+// The interface returns pixels as void*; they are shared and must not be written.
 void* first_plane(const Image& image) { return const_cast<std::byte*>(image.channels[0]->data()); }
 
 // One row after the other without gaps, so the image is one long row.
@@ -101,8 +101,8 @@ HRegion HImage::GetDomain() const {
   });
 }
 
-// Every pixel is written, whatever the domain. `alpha` is checked only: both formats find all their bytes in the
-// channels.
+// Every pixel is written, whatever the domain. `alpha` is only checked: both formats take all their bytes from
+// the channels.
 void InterleaveChannels(const HObject& image, HObject* interleaved, const HTuple& pixel_format, const HTuple& row_bytes,
                         const HTuple& alpha) {
   operate("InterleaveChannels", [&] {

@@ -2,7 +2,8 @@
 
 #include "core/vector_units.h"
 
-// Three bytes per pixel need a vector unit that can put bytes in any order. Processors have had one since 2006.
+// Three bytes per pixel are fast only with a vector unit that shuffles bytes (SSSE3, in processors since 2006), so both
+// loops are compiled a second time for it.
 namespace HalconCpp::detail {
 
 namespace {

@@ -1,4 +1,4 @@
-// Three planes of bytes and rows of pixels with three bytes each, both ways.
+// Three planes of bytes to pixels of three bytes each, and back.
 #ifndef HALCONCPP_ICONIC_INTERLEAVE_H
 #define HALCONCPP_ICONIC_INTERLEAVE_H
 

@@ -40,13 +40,13 @@ class ObjectTuple {
 HObject make_object(std::vector<ObjectRef> objects);
 HObject make_object(ObjectRef object);
 
-// The objects of a tuple; refuses an unset HObject.
+// The objects of a tuple; rejects an unset HObject.
 const std::vector<ObjectRef>& objects_of(const HObject& object);
-// The one object of a tuple, of the class that T stands for; refuses anything else by name.
+// The one object of a tuple, which must be of class T; rejects anything else with both class names in the text.
 template <class T>
 const T& single(const HObject& object);
 const IconicObject& single_of_class(const HObject& object, ObjectClass wanted);
-// Refuses an object of another class.
+// Rejects an object of another class.
 void require_class(const IconicObject& object, ObjectClass wanted);
 
 template <class T>

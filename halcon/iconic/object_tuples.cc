@@ -1,4 +1,4 @@
-// Tuples of iconic objects: counted, taken apart, joined, and narrowed to one class.
+// The operators on tuples of iconic objects: counting, selecting, joining, and conversion to one class.
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -23,9 +23,9 @@ const ObjectRef& numbered_object(const std::vector<ObjectRef>& objects, const HT
   return objects[static_cast<std::size_t>(number - 1)];
 }
 
-// The five names are made once; tuples share them.
+// The five names are made once and shared. They are never destroyed: threads may ask after main has ended.
 const HTuple& class_tuple(ObjectClass object_class) {
-  static const HTuple names[] = {
+  static const auto& names = *new std::vector<HTuple>{
       Access::text_tuple(class_name(ObjectClass::Image)), Access::text_tuple(class_name(ObjectClass::Region)),
       Access::text_tuple(class_name(ObjectClass::Contour)), Access::text_tuple(class_name(ObjectClass::Polygon)),
       Access::text_tuple(class_name(ObjectClass::Parallels))};

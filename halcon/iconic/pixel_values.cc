@@ -1,4 +1,4 @@
-// Pixel values from one type to another, and stretched to 0..255.
+// Conversion of pixel values to another type, and scaling to 0..255.
 #include <algorithm>
 #include <cstdint>
 #include <limits>
@@ -24,11 +24,11 @@ using LimitsOf = std::numeric_limits<T>;
 template <class A, class B = A>
 using WideOf = std::conditional_t<(sizeof(A) > 4 || sizeof(B) > 4), std::int64_t, std::int32_t>;
 
-// NaN becomes 0, what lies outside the integer type T the limit on its side.
+// NaN becomes 0; a value outside the integer type T becomes the nearer limit.
 template <class T, class F>
 HALCONCPP_INLINE F clamped(F value) noexcept {
   constexpr F low = static_cast<F>(LimitsOf<T>::min()), high = static_cast<F>(LimitsOf<T>::max());
-  // Only NaN differs from itself; std::isnan would keep the loop from being vectorised.
+  // Only NaN differs from itself; std::isnan would keep the loop from being vectorized.
   if constexpr (std::is_signed_v<T>) value = value == value ? value : F(0);  // NOLINT(misc-redundant-expression)
   const F above = value > low ? value : low;                                 // NaN fails every comparison
   return above < high ? above : high;
@@ -46,7 +46,7 @@ HALCONCPP_INLINE T rounded(F inside) noexcept {
   return static_cast<T>(whole + static_cast<WideOf<T>>(rest + rest));
 }
 
-// Clamping and rounding are loops of their own: in one loop compilers make branches of them, apart both vectorise.
+// Clamping and rounding are separate loops: in one loop compilers make branches of them, apart both are vectorized.
 template <class T, class F, class Value>
 HALCONCPP_INLINE void round_all(T* to, std::size_t count, Value value) noexcept {
   constexpr std::size_t block = 256;
@@ -85,7 +85,7 @@ std::shared_ptr<const Image> with_planes(const Image& image, PixelType type, Mak
   return std::make_shared<const Image>(type, image.width, image.height, std::move(planes), image.domain);
 }
 
-// The integer image of which a real one was made, where its planes still know it; null otherwise.
+// The integer image that a real one was made from (PixelPlane::integers); null when there is none.
 std::shared_ptr<const Image> integers_of(const Image& image) {
   const PixelType type = image.channels[0]->integer_type();
   for (const Plane& plane : image.channels)
@@ -188,7 +188,7 @@ Range<T> range_in_domain(const Image& image) {
 // value -> (value - low) * scale.
 struct Stretch {
   double low = 0;
-  // Where nothing can be stretched: every finite value becomes 0 and infinity stays above all.
+  // Without a range every finite value becomes 0, and infinity stays infinite.
   double scale = LimitsOf<double>::min();
 };
 

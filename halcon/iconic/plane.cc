@@ -24,7 +24,7 @@ const char* pixel_type_name(PixelType type) noexcept {
 PixelType pixel_type_of(std::string_view name) {
   for (const auto& [type, known] : pixel_types)
     if (name == known) return type;
-  refuse(quoted(name) + " is no pixel type (byte, int1, int2, uint2, int4, int8, real)");
+  refuse(quoted(name) + " is not a pixel type (byte, int1, int2, uint2, int4, int8, real)");
 }
 
 std::size_t pixel_size(PixelType type) noexcept {
@@ -38,7 +38,7 @@ void PixelPlane::convert() const {
   Buffer<std::byte> pixels(count * sizeof(float));
   with_pixel_type(integer_type_, [&](auto integer) {
     const auto* from =
-        reinterpret_cast<const decltype(integer)*>(integers_->pixels_.data());  // integers are always their own
+        reinterpret_cast<const decltype(integer)*>(integers_->pixels_.data());  // integers are never lazy
     std::transform(from, from + count, reinterpret_cast<float*>(pixels.data()),
                    [](auto value) { return static_cast<float>(value); });
   });

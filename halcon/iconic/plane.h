@@ -19,17 +19,17 @@ namespace HalconCpp::detail {
 enum class PixelType : std::uint8_t { Byte, Int1, Int2, UInt2, Int4, Int8, Real };
 
 const char* pixel_type_name(PixelType type) noexcept;
-// Refuses an unknown name.
+// Rejects an unknown name.
 PixelType pixel_type_of(std::string_view name);
 std::size_t pixel_size(PixelType type) noexcept;
 
-// width x height pixels, row by row, no padding, in native byte order. Made from integers, the pixels are reals that
-// are put down when somebody asks for them, once for all threads: most such planes are only stretched to bytes, and
-// that needs the integers alone.
+// width x height pixels, row by row, no padding, in native byte order. A plane of reals that was
+// made from integers converts them on the first call of data(), once for all threads: most such planes are only scaled
+// to bytes for display, which uses the integers and saves four bytes per pixel.
 class PixelPlane {
  public:
   explicit PixelPlane(Buffer<std::byte> pixels) noexcept : pixels_(std::move(pixels)) {}
-  // Integers of 8 or 16 bits: as a real each keeps its value.
+  // Integers of 8 or 16 bits, which a 32-bit float represents exactly.
   PixelPlane(std::shared_ptr<const PixelPlane> integers, PixelType type) noexcept
       : integers_(std::move(integers)), integer_type_(type) {}
 
@@ -37,7 +37,7 @@ class PixelPlane {
     if (integers_ && !converted_.load(std::memory_order_acquire)) convert();
     return pixels_.data();
   }
-  // What the plane was made from; null for a plane of its own.
+  // What the plane was made from; null for a plane that holds its pixels from the start.
   const std::shared_ptr<const PixelPlane>& integers() const noexcept { return integers_; }
   PixelType integer_type() const noexcept { return integer_type_; }
 
@@ -45,7 +45,7 @@ class PixelPlane {
   void convert() const;
 
   mutable Buffer<std::byte> pixels_;
-  // No std::call_once: some libraries keep its lock when memory runs out inside.
+  // Not std::call_once: some standard libraries keep its lock when an exception leaves the call.
   mutable std::mutex converting_;
   mutable std::atomic<bool> converted_ = false;
   std::shared_ptr<const PixelPlane> integers_;

@@ -8,7 +8,7 @@ namespace HalconCpp::detail {
 
 namespace {
 
-bool is_normalised(const Runs& runs) {
+bool is_normalized(const Runs& runs) {
   for (std::size_t i = 1; i < runs.size(); ++i) {
     if (runs.rows[i] < runs.rows[i - 1]) return false;
     if (runs.rows[i] == runs.rows[i - 1] && runs.begins[i] <= std::int64_t{runs.ends[i - 1]} + 1) return false;
@@ -38,8 +38,8 @@ void Runs::add(std::int32_t row, std::int32_t begin, std::int32_t end) {
   ends.push_back(end);
 }
 
-RunsRef normalised(Runs runs) {
-  if (is_normalised(runs)) return std::make_shared<const Runs>(std::move(runs));
+RunsRef normalized(Runs runs) {
+  if (is_normalized(runs)) return std::make_shared<const Runs>(std::move(runs));
   std::vector<std::size_t> order(runs.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {

@@ -11,12 +11,12 @@
 namespace HalconCpp::detail {
 
 // Parallel arrays: run i covers the columns begins[i]..ends[i] (both included) of row rows[i]. Runs are ordered by row,
-// then column, and neither overlap nor touch within a row; they may lie anywhere, outside every image too.
+// then column, and neither overlap nor touch within a row. Coordinates may be negative or outside every image.
 struct Runs {
   std::vector<std::int32_t> rows, begins, ends;
 
   std::size_t size() const noexcept { return rows.size(); }
-  // At the end; the order is the caller's business.
+  // Appends; the caller keeps the order.
   void add(std::int32_t row, std::int32_t begin, std::int32_t end);
 };
 
@@ -29,7 +29,7 @@ struct Region final : IconicObject {
 };
 
 // The union of runs in any order, each with begin <= end, as ordered ones.
-RunsRef normalised(Runs runs);
+RunsRef normalized(Runs runs);
 RunsRef frame_runs(std::int32_t width, std::int32_t height);
 // The part of the runs inside a frame of that size.
 RunsRef clip(const RunsRef& runs, std::int32_t width, std::int32_t height);

@@ -26,7 +26,7 @@ struct Center {
   double column = 0;
 };
 
-// Sums in doubles: exact for every region inside an image, and no overflow for runs anywhere.
+// Sums in doubles: exact for every region inside an image, and no overflow for any runs.
 Center center_of(const Runs& runs) {
   double rows = 0, twice_columns = 0;
   for (std::size_t i = 0; i < runs.size(); ++i) {
@@ -74,7 +74,8 @@ Runs rectangle_runs(std::int32_t row1, std::int32_t column1, std::int32_t row2, 
 
 // The pixels whose centers lie inside the circle or on it.
 Runs circle_runs(double row, double column, double radius) {
-  if (!(std::abs(row) < INT32_MAX / 2.0 && std::abs(column) < INT32_MAX / 2.0)) refuse("the center lies too far away");
+  if (!(std::abs(row) < INT32_MAX / 2.0 && std::abs(column) < INT32_MAX / 2.0))
+    refuse("the center is too far from the origin");
   if (!(radius > 0)) refuse("a radius must be positive");
   check_rows(2 * radius);
   Runs runs;
@@ -125,7 +126,7 @@ void GetRegionRuns(const HObject& region, HTuple* row, HTuple* column_begin, HTu
   });
 }
 
-// A byte image; what of the region lies outside is left out.
+// A byte image; the part of the region outside it is left out.
 void RegionToBin(const HObject& region, HObject* image, const HTuple& foreground, const HTuple& background,
                  const HTuple& width, const HTuple& height) {
   operate("RegionToBin", [&] {
@@ -177,7 +178,7 @@ void GenRegionRuns(HObject* region, const HTuple& row, const HTuple& column_begi
     require_equal_lengths({runs.rows.size(), runs.begins.size(), runs.ends.size()});
     for (std::size_t i = 0; i < runs.size(); ++i)
       if (runs.begins[i] > runs.ends[i]) refuse("run " + std::to_string(i) + " ends before it begins");
-    *region = make_object(make_region(normalised(std::move(runs))));
+    *region = make_object(make_region(normalized(std::move(runs))));
   });
 }
 

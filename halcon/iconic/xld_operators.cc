@@ -1,5 +1,5 @@
-// The operators of contours, polygons and parallels, and those that make them. Coordinates that are handed out are read
-// from the object itself.
+// The operators of contours, polygons and parallels, and those that make them. Returned
+// coordinates share the memory of the object.
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -32,8 +32,8 @@ struct Line {
 };
 
 // Length and angle per segment. The angle is that of the direction from a point to the next, against the column axis
-// and counterclockwise as seen on the screen, from -pi to pi. A line without any segment answers one of length 0, so
-// that a first length is always there.
+// and counterclockwise as seen on the screen, from -pi to pi. A line without segments gives one of length 0, so that
+// there is always a first length.
 Line line_of(const Points& points, const ObjectRef& owner) {
   const std::size_t segments = std::max<std::size_t>(points.rows.size(), 2) - 1;
   Buffer<double> lengths(segments), angles(segments);
@@ -64,7 +64,7 @@ Points points_from(const HTuple& rows, const HTuple& cols) {
   Points points{number_arguments(rows, "row"), number_arguments(cols, "col")};
   if (points.rows.size() != points.cols.size())
     refuse(std::to_string(points.rows.size()) + " rows and " + std::to_string(points.cols.size()) +
-           " columns make no line");
+           " columns do not match");
   return points;
 }
 

@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint32_t file_header = 14, core_header = 12, info_header = 40, os2_header = 64, v4_header = 108,
                         v5_header = 124;
 
-// biCompression. In an OS/2 header 3 stands for Huffman codes, which are not read, and 4 for run lengths of 24 bits.
+// biCompression. In an OS/2 header 3 means Huffman codes, which are not read, and 4 run lengths of 24 bits.
 enum Compression : std::uint32_t {
   rgb = 0,
   rle8 = 1,
@@ -38,14 +38,14 @@ constexpr struct {
                {bit_fields, 16}, {bit_fields, 32}, {alpha_fields, 16}, {alpha_fields, 32}};
 
 struct Header {
-  std::uint32_t size = 0;  // of the header behind the file header
+  std::uint32_t size = 0;  // of the header after the file header
   std::uint32_t compression = rgb;
   std::uint32_t colors = 0;  // biClrUsed; 0: as many as the bits allow
   std::uint32_t pixels_at = 0;
 
   bool has_masks() const { return compression == bit_fields || compression == alpha_fields; }
   bool has_run_lengths() const { return compression == rle8 || compression == rle4 || compression == rle24; }
-  // Masks that are no part of the header stand between it and the palette.
+  // Masks that are not part of the header come between it and the palette.
   std::uint32_t palette_at() const {
     const bool masks_follow = size == info_header && has_masks();
     return file_header + size + (masks_follow ? (compression == bit_fields ? 12U : 16U) : 0U);
@@ -83,7 +83,7 @@ Header read_header(const Fields& fields, Raster& raster) {
   return header;
 }
 
-// Replaces what biCompression means in OS/2 files, and rejects what is not read.
+// Translates biCompression of OS/2 files, and rejects what is not read.
 void check_compression(Header& header, unsigned bits) {
   const bool os2 = header.size == os2_header && header.compression > rle4;
   const std::uint32_t stored = header.compression;
@@ -145,7 +145,7 @@ class RunLengths {
   // The end mark may be missing once all pixels have been read.
   bool complete() const { return stream_.at_end() && (y_ >= height_ || (y_ + 1 == height_ && x_ >= width_)); }
 
-  // One pixel `count` times; with 4 bits a pair of pixels in turn.
+  // One pixel `count` times; with 4 bits two pixels in turn.
   void run(unsigned count) {
     std::uint8_t pixel[3];
     for (std::size_t i = 0; i < pixel_bytes_; ++i) pixel[i] = stream_.next();
@@ -260,13 +260,13 @@ void write_header(Writer& out, const Image& image, std::uint32_t header, std::ui
   out.u16(static_cast<std::uint32_t>(8 * channels));
   out.u32(channels == 4 ? bit_fields : rgb);
   out.u32(bytes);
-  for (int i = 0; i < 4; ++i) out.u32(0);  // no resolution; all colors, all important
+  for (int i = 0; i < 4; ++i) out.u32(0);  // no resolution; all colors are used and important
   if (channels == 1)
     for (std::uint32_t gray = 0; gray < 256; ++gray) out.u32(gray * 0x010101);
   if (channels != 4) return;
   for (const std::uint32_t mask : {0xFF0000U, 0xFF00U, 0xFFU, 0xFF000000U}) out.u32(mask);
   out.u32(0x73524742);                      // colors are sRGB
-  for (int i = 0; i < 12; ++i) out.u32(0);  // which leaves no end points and no gammas to give
+  for (int i = 0; i < 12; ++i) out.u32(0);  // so there are no end points and gammas
 }
 
 // Blue, green, red, alpha; a single channel as it is.

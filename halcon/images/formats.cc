@@ -39,7 +39,7 @@ bool is_pnm(Bytes file) {
 
 bool is_bmp(Bytes file) { return starts_with(file, "BM"); }
 
-// Version 7 after a header size that is not absurd and before one of the three formats, in either byte order.
+// header_size below 64 KiB, file_version 7, one of the three formats; in either byte order.
 bool is_xwd(Bytes file) {
   if (file.size() < 12) return false;
   for (const std::endian order : {std::endian::big, std::endian::little}) {
@@ -49,7 +49,7 @@ bool is_xwd(Bytes file) {
   return false;
 }
 
-// One byte of magic, then a version, an encoding, a depth and a number of planes that exist.
+// One byte of magic; then Version, Encoding, BitsPerPixel and NPlanes must have values that exist.
 bool is_pcx(Bytes file) {
   if (file.size() < 66 || byte_at(file, 0) != 10) return false;
   const auto version = byte_at(file, 1), encoding = byte_at(file, 2), bits = byte_at(file, 3);
@@ -72,7 +72,7 @@ Images one(Bytes file) {
       return static_cast<decltype(&function)>(nullptr); \
   }())
 
-// The formats that are sure by their first bytes come first, those with short signatures last.
+// Formats with a long signature come first, those with a short one last.
 constexpr ImageReader readers[] = {
     {"PNG", is_png, HALCONCPP_CODEC(PNG, one<read_png>), "built without libpng"},
     {"JPEG", is_jpeg, HALCONCPP_CODEC(JPEG, one<read_jpeg>), "built without libjpeg"},

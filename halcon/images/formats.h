@@ -6,7 +6,7 @@
 
 namespace HalconCpp::detail {
 
-// Each is called with a file whose first bytes formats.cc has recognized; everything else is the codec's to check.
+// Each is called with a file whose first bytes formats.cc has recognized; the codec checks everything else.
 ImageRef read_png(Bytes file);
 ImageRef read_jpeg(Bytes file);
 ImageRef read_tiff(Bytes file);
@@ -19,7 +19,7 @@ ImageRef read_ras(Bytes file);  // Sun raster
 ImageRef read_xwd(Bytes file);
 ImageRef read_pnm(Bytes file);
 
-// Each refuses (`refuse_to_write`) an image that its format cannot hold exactly.
+// Each rejects (`refuse_to_write`) an image that its format cannot hold exactly.
 Buffer<std::byte> write_png(const Image& image);
 Buffer<std::byte> write_jpeg(const Image& image);
 Buffer<std::byte> write_tiff(const Image& image);

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/failure.h"
-#include "images/colours.h"
+#include "images/colors.h"
 #include "images/formats.h"
 #include "images/jp2_claims.h"
 #include "images/memory_file.h"

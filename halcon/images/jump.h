@@ -1,4 +1,4 @@
-// C libraries that report a failure by a call that must not return: the way back out of them.
+// Calls of C libraries that report a failure through a function that must not return (libpng, libjpeg).
 #ifndef HALCONCPP_IMAGES_JUMP_H
 #define HALCONCPP_IMAGES_JUMP_H
 
@@ -6,8 +6,8 @@
 
 namespace HalconCpp::detail {
 
-// Runs `body`, whose library calls report a failure by longjmp to `place`; false then. The body must hold no object
-// with a destructor and throw nothing; what it changes stands outside of it.
+// Runs `body`; false when a library call in it reported a failure by longjmp to `place`. The body must hold no object
+// with a destructor and throw nothing; what it changes is declared outside of it.
 template <class Body>
 bool jump_free(std::jmp_buf& place, Body&& body) {
   if (setjmp(place)) return false;

@@ -1,4 +1,4 @@
-// Files in memory for libraries that read and write through callbacks. Nothing here throws: C code is in between.
+// Files in memory for libraries that read and write through callbacks. Nothing here throws, since C code calls it.
 #ifndef HALCONCPP_IMAGES_MEMORY_FILE_H
 #define HALCONCPP_IMAGES_MEMORY_FILE_H
 
@@ -12,7 +12,7 @@ namespace HalconCpp::detail {
 
 struct MemorySource {
   Bytes content;
-  std::size_t position = 0;  // may lie behind the end, where nothing is read
+  std::size_t position = 0;  // may be beyond the end, where nothing is read
 
   std::size_t read(void* to, std::size_t bytes) noexcept {
     const std::size_t count = std::min(bytes, content.size() - std::min(position, content.size()));
@@ -24,7 +24,7 @@ struct MemorySource {
 
 struct MemorySink {
   Buffer<std::byte> content;
-  std::size_t position = 0;  // may lie behind the end; a write fills the gap with zeros
+  std::size_t position = 0;  // may be beyond the end; a write then fills the gap with zeros
   bool out_of_memory = false;
 
   bool write(const void* from, std::size_t bytes) noexcept {

@@ -1,4 +1,4 @@
-// Between interleaved samples, as codecs deliver and take them, and the planes of images.
+// Copies between interleaved samples, as codecs deliver and take them, and the planes of images.
 #ifndef HALCONCPP_IMAGES_PIXELS_H
 #define HALCONCPP_IMAGES_PIXELS_H
 
@@ -64,7 +64,7 @@ void join_three(const T* __restrict a, const T* __restrict b, const T* __restric
   }
 }
 
-// The way back: the pixels of all channels from pixel `at` on, interleaved.
+// The reverse: the pixels of all channels from pixel `at` on, interleaved.
 template <class T>
 void join_pixels(const Image& image, std::size_t at, std::size_t pixels, T* samples) {
   const std::size_t channels = image.channels.size();

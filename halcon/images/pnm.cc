@@ -1,5 +1,7 @@
-// The PNM family: P1..P3 hold samples as decimal text, P4..P6 as bytes; bits, gray and colour in that order. P7 (PAM)
-// names its sizes and holds any number of channels, as bytes.
+// The PNM family after pbm(5), pgm(5), ppm(5) and pam(5) of Netpbm. P1, P2 and P3 hold bits, gray and color as decimal
+// text, P4, P5 and P6 as bytes, after width, height and maxval (not for bits). P7 (PAM) has lines WIDTH, HEIGHT, DEPTH,
+// MAXVAL, TUPLTYPE and ENDHDR, and any number of channels as bytes. Samples are scaled from 0..maxval to the pixel
+// type.
 #include <string>
 
 #include "core/failure.h"
@@ -10,12 +12,12 @@ namespace HalconCpp::detail {
 
 namespace {
 
-// The text of a file, character by character.
+// Reads the text of a file.
 class Scanner {
  public:
   Scanner(Bytes file, std::size_t at) : file_(file), at_(at) {}
 
-  // A comment counts as the line end that closes it.
+  // A comment reads as one line end.
   char next() {
     if (at_ == file_.size()) refuse("the file ends too early");
     const char c = static_cast<char>(file_[at_++]);
@@ -26,20 +28,20 @@ class Scanner {
     while (is_space(c)) c = next();
     return c;
   }
-  // A number and the one space that ends it, or the end of the file.
+  // A number, which one white-space character or the end of the file ends.
   std::uint32_t number() {
     char c = next_visible();
     std::uint32_t value = 0;
     while (c >= '0' && c <= '9') {
       value = value * 10 + static_cast<std::uint32_t>(c - '0');
-      if (value > longest) refuse("a number is larger than " + std::to_string(longest));
+      if (value > max_number) refuse("a number is larger than " + std::to_string(max_number));
       if (at_ == file_.size()) return value;
       c = next();
     }
-    if (!is_space(c)) refuse("a number is expected where " + quoted({&c, 1}) + " stands");
+    if (!is_space(c)) refuse("expected a number, found " + quoted({&c, 1}));
     return value;
   }
-  // Up to the next space, which is taken as well.
+  // Up to the next white space, which is skipped as well.
   std::string word() {
     std::string word;
     for (char c = next_visible(); !is_space(c); c = next()) word += c;
@@ -48,7 +50,7 @@ class Scanner {
   Bytes rest() const noexcept { return file_.subspan(at_); }
 
  private:
-  static constexpr std::uint32_t longest = 99'999'999;  // times ten still fits
+  static constexpr std::uint32_t max_number = 99'999'999;  // ten times that fits into 32 bits
 
   static bool is_space(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
   char skip_comment() noexcept {
@@ -113,7 +115,7 @@ Header read_header(Scanner& text) {
   return header;
 }
 
-// The bytes that the raster takes, at least (text) or exactly.
+// How many bytes the raster has: at least (text) or exactly.
 std::uint64_t raster_bytes(const Header& header) {
   const std::uint64_t rows = header.height, samples = header.row_samples() * rows;
   if (header.plain) return header.bits ? samples : 2 * samples - 1;
@@ -134,7 +136,7 @@ void read_text_row(Scanner& text, const Header& header, T* row) {
   }
 }
 
-// 16 bits stand high byte first.
+// Samples of 16 bits are big-endian.
 template <class T>
 void load_row(const std::byte* raw, std::size_t count, T* row) {
   if constexpr (sizeof(T) == 1) {
@@ -145,7 +147,7 @@ void load_row(const std::byte* raw, std::size_t count, T* row) {
   }
 }
 
-// Brings samples of 0..maximum to the full range of T.
+// Scales samples of 0..maximum to the full range of T.
 template <class T>
 void stretch(const Header& header, T* row) {
   constexpr std::uint32_t full = static_cast<T>(~T{});
@@ -171,12 +173,12 @@ void read_rows(Scanner& text, const Header& header, ImageDraft& draft) {
   }
 }
 
-// 1 is black. As text the bits need no spaces between them.
+// 1 is black. Text needs no white space between bits.
 void read_text_bits(Scanner& text, const Header& header, std::uint8_t* to) {
   const std::size_t count = header.row_samples() * header.height;
   for (std::size_t i = 0; i < count; ++i) {
     const char c = text.next_visible();
-    if (c != '0' && c != '1') refuse("a bit is expected where " + quoted({&c, 1}) + " stands");
+    if (c != '0' && c != '1') refuse("expected a bit, found " + quoted({&c, 1}));
     to[i] = c == '0' ? 255 : 0;
   }
 }

@@ -77,8 +77,7 @@ class Palette {
 // - bits 1, 2, 4, 8 without masks: indices into `palette`, the first pixel in the highest bits. With several planes of
 //   1 bit, the bit of plane k is bit k of the index.
 // - bits 8 in 3 or 4 planes: the channels themselves.
-// - bits 16, 24, 32: numbers in byte order `order`, in which each channel is the bits of one mask. A channel of n bits
-// is
+// - bits 16, 24, 32: numbers in byte order `order`, in which each channel is the bits of one mask. Channels are
 //   scaled to 0..255, rounded to the nearest.
 struct Raster {
   std::uint32_t width = 0, height = 0;

@@ -26,10 +26,10 @@ namespace {
 
 [[noreturn]] void refuse_unknown(std::string_view path, Bytes file) {
   if (file.empty()) refuse("the file is empty");
-  if (starts_with(file, "QVHALCON")) refuse("is an object file, no image file: ReadObject opens it");
+  if (starts_with(file, "QVHALCON")) refuse("is an object file, not an image file: ReadObject opens it");
   if (extension_of(path) == "ima")
     refuse("files of the format \"ima\" are read by an installed HALCON only, since the format is not public");
-  refuse("is no image file of a known format");
+  refuse("is not an image file of a known format");
 }
 
 Images read_images(std::string_view path) {

@@ -4,7 +4,7 @@
 
 #include "core/failure.h"
 #include "core/limits.h"
-#include "images/colours.h"
+#include "images/colors.h"
 #include "images/formats.h"
 #include "images/pixels.h"
 #include "images/tiff_file.h"

@@ -30,7 +30,7 @@ const ImageWriter& writer_of(std::string_view format) {
   refuse("the format " + quoted(format) + " is unknown; accepted are " + names);
 }
 
-// A number as a pixel: rounded, and brought into the range of the type.
+// A number as a pixel: rounded and clamped to the range of the type.
 template <class T>
 T pixel_of(double value) {
   if constexpr (std::is_floating_point_v<T>) {
@@ -43,7 +43,7 @@ T pixel_of(double value) {
   }
 }
 
-// The fill colour everywhere outside the domain.
+// The fill color everywhere outside the domain.
 template <class T>
 Plane filled(const Image& image, std::size_t channel, double color) {
   Buffer<std::byte> plane(image.pixels() * sizeof(T));
@@ -61,7 +61,7 @@ Plane filled(const Image& image, std::size_t channel, double color) {
 Image filled(const Image& image, const std::vector<double>& colors) {
   const std::size_t channels = image.channels.size();
   if (colors.size() != 1 && colors.size() != channels)
-    refuse("the fill colour has " + std::to_string(colors.size()) + " values; the image has " +
+    refuse("the fill color has " + std::to_string(colors.size()) + " values; the image has " +
            std::to_string(channels) + " channels");
   std::vector<Plane> planes;
   for (std::size_t c = 0; c < channels; ++c) {
@@ -79,10 +79,10 @@ void write_file(std::string_view path, const Buffer<std::byte>& content) {
 
 const std::vector<ObjectRef>& images_of(const HObject& object, std::size_t files) {
   const auto& objects = objects_of(object);
-  if (objects.empty()) refuse("there is no image to be written");
+  if (objects.empty()) refuse("there is no image to write");
   for (const ObjectRef& each : objects)
     if (each->object_class != ObjectClass::Image)
-      refuse("an object of class \"" + std::string(class_name(each->object_class)) + "\" is no image");
+      refuse("an object of class \"" + std::string(class_name(each->object_class)) + "\" is not an image");
   if (files != objects.size())
     refuse("each image needs its own file name, but there are " + std::to_string(objects.size()) + " images and " +
            std::to_string(files) + " file names");
@@ -97,7 +97,7 @@ std::vector<std::string> file_names(const HTuple& files) {
   return names;
 }
 
-// All images into their files; the first name stands for all until it is known which one fails.
+// Writes all images. Errors that concern no single file name the first one.
 void write_images(const HObject& image, std::string_view format, const HTuple& fill_color,
                   const std::vector<std::string>& names) {
   const std::vector<ObjectRef>* images = nullptr;
@@ -106,7 +106,7 @@ void write_images(const HObject& image, std::string_view format, const HTuple& f
   in_file(names.front(), [&] {
     images = &images_of(image, names.size());
     writer = &writer_of(format);
-    colors = number_arguments(fill_color, "the fill colour");
+    colors = number_arguments(fill_color, "the fill color");
   });
   for (std::size_t i = 0; i < names.size(); ++i) {
     const auto& each = static_cast<const Image&>(*(*images)[i]);

@@ -1,6 +1,8 @@
-// Colour spaces that become red, green and blue when an image is read: in place, in the planes of a draft.
-#ifndef HALCONCPP_IMAGES_COLOURS_H
-#define HALCONCPP_IMAGES_COLOURS_H
+// Conversions of color spaces to red, green and blue, in place in the planes of a draft. CMYK is inverted without a
+// profile. YCbCr has the coefficients of ITU-R BT.601, as JFIF and JP2 use them. CIE L*a*b* is relative to D50, as in
+// ICC profiles and TIFF; its matrix takes XYZ under D50 to linear sRGB (Bradford adaptation).
+#ifndef HALCONCPP_IMAGES_COLORS_H
+#define HALCONCPP_IMAGES_COLORS_H
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +12,7 @@
 
 namespace HalconCpp::detail {
 
-// All samples are of 0..max; T is std::uint8_t or std::uint16_t. Channels behind the colours stay.
+// All samples are of 0..max; T is std::uint8_t or std::uint16_t. Channels after the colors are kept.
 template <class T>
 void cmyk_to_rgb(ImageDraft& draft, std::size_t pixels, std::uint32_t max) {
   const T* black = draft.plane<T>(3);
@@ -37,7 +39,7 @@ void ycc_to_rgb(ImageDraft& draft, std::size_t pixels, std::uint32_t max) {
   }
 }
 
-// How samples stand for L* (0..100), a* and b*: value = scale * sample + offset.
+// How samples represent L* (0..100), a* and b*: value = scale * sample + offset.
 struct LabCoding {
   float scale[3], offset[3];
 };
