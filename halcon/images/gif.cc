@@ -64,7 +64,10 @@ class GifReader {
     source_.content = content_;
     int error = 0;
     gif_ = DGifOpen(&source_, read_source, &error);
-    if (!gif_) fail(error);
+    if (gif_) return;
+    // giflib does not say why it has no screen: the file ended, or there was no memory for the color table.
+    if (error != D_GIF_ERR_NO_SCRN_DSCR) fail(error);
+    fail(source_.position >= source_.content.size() ? D_GIF_ERR_READ_FAILED : D_GIF_ERR_NOT_ENOUGH_MEM);
   }
   ~GifReader() { DGifCloseFile(gif_, nullptr); }
   GifReader(const GifReader&) = delete;
