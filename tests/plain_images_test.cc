@@ -179,14 +179,42 @@ std::string opened_as(const std::string& path, const std::string& file) {
   return opened(path.c_str());
 }
 
+// A build may do without giflib.
+bool reads_gif() {
+  const TempDir folder;
+  return opened_as(folder / "picture", gif(rgbk, "", {0, 0, 1, 1}, 0, clear_codes({0}))).find("this build") ==
+         std::string::npos;
+}
+
+class GifImages : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!reads_gif()) GTEST_SKIP() << "no GIF in this build";
+  }
+};
+
+std::vector<Sample> readable_samples() {
+  std::vector<Sample> all = samples();
+  if (!reads_gif()) std::erase_if(all, [](const Sample& sample) { return sample.file.starts_with("GIF"); });
+  return all;
+}
+
 TEST(PlainImages, OpenAsStored) {
   const TempDir folder;
-  for (const Sample& sample : samples())
+  for (const Sample& sample : readable_samples())
     EXPECT_EQ(opened_as(folder / "picture", sample.file), sample.pixels) << sample.name;
 }
 
+TEST_F(GifImages, DamagedOnesAreRejected) {
+  const TempDir folder;
+  for (const std::int64_t side : {3, 65535}) {
+    const std::string file = gif(rgbk, "", {0, 0, side, side}, 0, clear_codes({0}));
+    EXPECT_THAT(opened_as(folder / "picture", file), HasSubstr("picture ends too early")) << side;
+  }
+}
+
 // giflib reads code sizes up to 8 only.
-TEST(PlainImages, GifCodeSizesUpTo11OpenAlike) {
+TEST_F(GifImages, CodeSizesUpTo11OpenAlike) {
   const TempDir folder;
   const auto opened_with = [&](unsigned size) {
     const unsigned first = (1U << size) + 2;
@@ -215,7 +243,7 @@ std::vector<std::string> frames_of(const std::string& path) {
 }
 
 // Each frame paints the middle column or a pixel of it; "at" says what the next one is painted on.
-TEST(PlainImages, GifFramesAreTheScreenAsAViewerShowsIt) {
+TEST_F(GifImages, FramesAreTheScreenAsAViewerShowsIt) {
   const std::string whole = frame({0, 0, 3, 3}, clear_codes({0, 0, 0, 0, 0, 0, 0, 0, 0})),
                     pixel = frame({1, 1, 1, 1}, clear_codes({3})), column = frame({1, 0, 1, 3}, clear_codes({2, 3, 2})),
                     empty = frame({1, 1, 0, 0}, clear_codes({2, 2, 2, 2, 2, 2, 2, 2, 2}));
@@ -248,7 +276,7 @@ TEST(PlainImages, GifFramesAreTheScreenAsAViewerShowsIt) {
 }
 
 // Alpha from the first frame on, for all: what is transparent below shows through.
-TEST(PlainImages, GifFramesShareTheirChannels) {
+TEST_F(GifImages, FramesShareTheirChannels) {
   const TempDir folder;
   const std::string first = control(1, 2) + frame({0, 0, 3, 3}, clear_codes({2, 2, 2, 2, 2, 2, 2, 2, 1}));
   write(folder / "a.gif", gif_of(rgbk, first + control(1, 0) + frame({0, 0, 2, 1}, clear_codes({0, 3}))));
@@ -260,7 +288,7 @@ TEST(PlainImages, GifFramesShareTheirChannels) {
             "255");
 }
 
-TEST(PlainImages, FramesTogetherAreBounded) {
+TEST_F(GifImages, FramesTogetherAreBounded) {
   const TempDir folder;
   std::string frames;
   for (int i = 0; i < 65537; ++i) frames += frame({0, 0, 1, 1}, clear_codes({1}));
@@ -278,7 +306,7 @@ TEST(PlainImages, FramesTogetherAreBounded) {
 
 TEST(PlainImages, CutAnywhereAreWholeOrRejected) {
   const TempDir folder;
-  for (const Sample& sample : samples()) {
+  for (const Sample& sample : readable_samples()) {
     const std::size_t whole = sample.file.size();
     // Every byte at both ends, every ninth between them.
     for (std::size_t size = whole; size > 0;) {
@@ -301,8 +329,6 @@ TEST(PlainImages, RejectWhatIsDamaged) {
       {bmp(1, 1, 7, 0, "", "", zeros(8)), "7 bits per pixel"},
       {bmp(2, 1, 8, 1, "", grays, bytes({9, 1, 0, 1})), "leave the image"},
       {bmp(1, 1, 0, 5, "", "", "no PNG here"), "should hold a PNG file"},
-      {gif(rgbk, "", {0, 0, 65535, 65535}, 0, clear_codes({0})), "picture ends too early"},
-      {gif(rgbk, "", {0, 0, 3, 3}, 0, clear_codes({0})), "picture ends too early"},
       {pcx(2, 1, 8, 1, 1, "", "12"), "shorter than its width"},
       {ras(0x7FFFFFFF, 0x7FFFFFFF, 24, 1, "", ""), "larger than the 1048576"},
       {ras(1, 1, 8, 4, "", "1234"), "type 4"},
@@ -316,7 +342,7 @@ TEST(PlainImages, RejectWhatIsDamaged) {
 TEST(PlainImages, WriteBmpExactly) {
   const TempDir folder;
   const std::string written = folder / "written.bmp";
-  for (const Sample& sample : samples()) {
+  for (const Sample& sample : readable_samples()) {
     write(folder / "picture", sample.file);
     WriteImage(read_image((folder / "picture").c_str()), "bmp", 0, written.c_str());
     EXPECT_EQ(opened(written.c_str()), sample.pixels);
