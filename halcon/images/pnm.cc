@@ -2,11 +2,15 @@
 // text, P4, P5 and P6 as bytes, after width, height and maxval (not for bits). P7 (PAM) has lines WIDTH, HEIGHT, DEPTH,
 // MAXVAL, TUPLTYPE and ENDHDR, and any number of channels as bytes. Samples are scaled from 0..maxval to the pixel
 // type.
+#include <algorithm>
+#include <iterator>
 #include <string>
+#include <utility>
 
 #include "core/failure.h"
 #include "images/formats.h"
 #include "images/pixels.h"
+#include "images/raster.h"
 
 namespace HalconCpp::detail {
 
@@ -67,26 +71,22 @@ class Scanner {
 
 struct Header {
   bool plain, bits;
-  std::size_t channels;
-  std::uint32_t width, height;
+  std::uint32_t width, height, channels;
   std::uint32_t maximum;  // 1..65535
 
-  std::size_t row_samples() const noexcept { return width * channels; }
+  std::size_t row_samples() const noexcept { return std::size_t{width} * channels; }
   PixelType type() const noexcept { return maximum > 255 ? PixelType::UInt2 : PixelType::Byte; }
 };
 
 void read_named(Scanner& text, Header& header) {
-  for (;;) {
-    const std::string name = text.word();
-    if (name == "ENDHDR") return;
-    if (name == "WIDTH")
-      header.width = text.number();
-    else if (name == "HEIGHT")
-      header.height = text.number();
-    else if (name == "DEPTH")
-      header.channels = text.number();
-    else if (name == "MAXVAL")
-      header.maximum = text.number();
+  static constexpr std::pair<std::string_view, std::uint32_t Header::*> fields[] = {{"WIDTH", &Header::width},
+                                                                                    {"HEIGHT", &Header::height},
+                                                                                    {"DEPTH", &Header::channels},
+                                                                                    {"MAXVAL", &Header::maximum}};
+  for (std::string name = text.word(); name != "ENDHDR"; name = text.word()) {
+    const auto* field = std::find_if(std::begin(fields), std::end(fields), [&](auto& f) { return f.first == name; });
+    if (field != std::end(fields))
+      header.*field->second = text.number();
     else if (name == "TUPLTYPE")
       text.word();
     else
@@ -183,11 +183,14 @@ void read_text_bits(Scanner& text, const Header& header, std::uint8_t* to) {
   }
 }
 
-void read_raw_bits(const std::byte* raw, const Header& header, std::uint8_t* to) {
-  const std::size_t row_bytes = (header.width + 7) / 8;
-  for (std::size_t y = 0; y < header.height; ++y, to += header.width)
-    for (std::size_t x = 0; x < header.width; ++x)
-      to[x] = (static_cast<unsigned>(raw[y * row_bytes + x / 8]) >> (7 - x % 8) & 1) ? 0 : 255;
+ImageRef read_raw_bits(const Header& header, Bytes rows) {
+  Raster raster;
+  raster.width = header.width;
+  raster.height = header.height;
+  raster.bits = 1;
+  raster.row_bytes = (header.width + 7) / 8;
+  raster.palette.set(0, 255, 255, 255);
+  return read_raster(raster, rows);
 }
 
 Buffer<std::byte> with_header(std::string_view kind, const Image& image, std::string_view maximum,
@@ -199,9 +202,11 @@ Buffer<std::byte> with_header(std::string_view kind, const Image& image, std::st
   return file;
 }
 
-Buffer<std::byte> write_samples(const Image& image) {
+// Rejects an image whose number of channels is neither `a` nor `b`; `holds` as refuse_to_write takes it.
+Buffer<std::byte> write_samples(const Image& image, std::size_t a, std::size_t b, const char* holds) {
   const std::size_t channels = image.channels.size(), samples = image.pixels() * channels;
   const bool wide = image.type == PixelType::UInt2;
+  if (!(wide || image.type == PixelType::Byte) || (channels != a && channels != b)) refuse_to_write(image, holds);
   const std::size_t raster_size = samples * pixel_size(image.type);
   Buffer<std::byte> file = with_header(channels == 1 ? "P5" : "P6", image, wide ? "65535\n" : "255\n", raster_size);
   auto* to = reinterpret_cast<std::uint8_t*>(file.end()) - raster_size;
@@ -221,11 +226,6 @@ Buffer<std::byte> write_samples(const Image& image) {
   return file;
 }
 
-bool has_channels(const Image& image, std::size_t a, std::size_t b) {
-  const bool type = image.type == PixelType::Byte || image.type == PixelType::UInt2;
-  return type && (image.channels.size() == a || image.channels.size() == b);
-}
-
 }  // namespace
 
 ImageRef read_pnm(Bytes file) {
@@ -233,12 +233,11 @@ ImageRef read_pnm(Bytes file) {
   const Header header = read_header(text);
   check_image_size(header.width, header.height, header.channels, header.type(), file.size());
   if (text.rest().size() < raster_bytes(header)) refuse("the file ends too early");
+  if (header.bits && !header.plain) return read_raw_bits(header, text.rest());
   ImageDraft draft(header.type(), static_cast<std::int32_t>(header.width), static_cast<std::int32_t>(header.height),
                    header.channels);
-  if (header.bits && header.plain)
+  if (header.bits)
     read_text_bits(text, header, draft.plane<std::uint8_t>(0));
-  else if (header.bits)
-    read_raw_bits(text.rest().data(), header, draft.plane<std::uint8_t>(0));
   else if (header.type() == PixelType::Byte)
     read_rows<std::uint8_t>(text, header, draft);
   else
@@ -247,18 +246,15 @@ ImageRef read_pnm(Bytes file) {
 }
 
 Buffer<std::byte> write_pnm(const Image& image) {
-  if (!has_channels(image, 1, 3)) refuse_to_write(image, "PNM holds byte and uint2 images of 1 or 3 channels");
-  return write_samples(image);
+  return write_samples(image, 1, 3, "PNM holds byte and uint2 images of 1 or 3 channels");
 }
 
 Buffer<std::byte> write_pgm(const Image& image) {
-  if (!has_channels(image, 1, 1)) refuse_to_write(image, "PGM holds byte and uint2 images of 1 channel");
-  return write_samples(image);
+  return write_samples(image, 1, 1, "PGM holds byte and uint2 images of 1 channel");
 }
 
 Buffer<std::byte> write_ppm(const Image& image) {
-  if (!has_channels(image, 3, 3)) refuse_to_write(image, "PPM holds byte and uint2 images of 3 channels");
-  return write_samples(image);
+  return write_samples(image, 3, 3, "PPM holds byte and uint2 images of 3 channels");
 }
 
 Buffer<std::byte> write_pbm(const Image& image) {
