@@ -7,7 +7,7 @@
 #include "core/failure.h"
 #include "core/string_blocks.h"
 #include "core/string_data.h"
-#include "core/utf8.h"
+#include "unicode.h"
 
 namespace HalconCpp {
 
@@ -30,7 +30,10 @@ const StringData* write_string(void* place, std::string_view utf8, std::uint32_t
 }
 
 const StringData* new_string(std::string_view narrow) {
-  return is_utf8(narrow) ? new_valid_string(narrow) : new_valid_string(latin1_to_utf8(narrow));
+  if (unicode::is_utf8(narrow)) return new_valid_string(narrow);
+  std::string utf8;
+  for (const char latin1 : narrow) unicode::append_utf8(utf8, static_cast<unsigned char>(latin1));
+  return new_valid_string(utf8);
 }
 
 const StringData* new_lasting_string(std::string_view utf8) {
@@ -65,10 +68,8 @@ namespace {
 // Two threads may both make the wide text; the first to publish it wins.
 const wchar_t* make_wide(const StringData& data) {
   const std::string_view text = text_of(&data);
-  const std::size_t length = wide_length(text);
-  auto made = std::make_unique_for_overwrite<wchar_t[]>(length + 1);
-  to_wide(text, made.get());
-  made[length] = L'\0';
+  auto made = std::make_unique_for_overwrite<wchar_t[]>(text.size() + 1);
+  made[unicode::to_units(text, made.get())] = L'\0';
   const wchar_t* expected = nullptr;
   if (data.wide.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel)) return made.release();
   return expected;
@@ -81,8 +82,9 @@ HString::HString(const char* narrow)
     : data_(detail::operate("HString", [&] { return narrow ? detail::new_string(narrow) : nullptr; })) {}
 
 HString::HString(const wchar_t* wide)
-    : data_(detail::operate("HString",
-                            [&] { return wide ? detail::new_valid_string(detail::to_utf8(wide)) : nullptr; })) {}
+    : data_(detail::operate("HString", [&] {
+        return wide ? detail::new_valid_string(unicode::to_utf8(std::wstring_view(wide))) : nullptr;
+      })) {}
 
 HString::HString(const HString& other) noexcept : data_(other.data_) { detail::retain(data_); }
 

@@ -4,8 +4,8 @@
 
 #include "core/failure.h"
 #include "core/file.h"
-#include "core/utf8.h"
 #include "dicts/json_builder.h"
+#include "unicode.h"
 
 // Sizes of 64 bits, and the vector instructions that every processor of this family has.
 #define RAPIDJSON_NO_SIZETYPEDEFINE
@@ -100,7 +100,7 @@ bool Events::add_number(std::string_view number) {
 
 // Escapes can bring about what the document itself does not hold: U+0000 and halves of surrogate pairs.
 bool Events::add_unescaped(std::string_view text, bool is_key) {
-  if (text.find('\xED') != std::string_view::npos && !is_utf8(text))
+  if (text.find('\xED') != std::string_view::npos && !unicode::is_utf8(text))
     return builder_.refuse_event("an escape is one half of a surrogate pair without the other");
   if (text.find('\0') == std::string_view::npos) return is_key ? builder_.add_key(text) : builder_.add_text(text);
   std::string replaced;
@@ -108,7 +108,7 @@ bool Events::add_unescaped(std::string_view text, bool is_key) {
     if (c != '\0')
       replaced += c;
     else
-      append_utf8(replaced, 0xFFFD);
+      unicode::append_utf8(replaced, unicode::replacement);
   return is_key ? builder_.add_key(replaced) : builder_.add_text(replaced);
 }
 
@@ -129,7 +129,7 @@ std::size_t first_control_character(std::string_view text) noexcept {
 }
 
 void check_characters(std::string_view text) {
-  if (const std::size_t at = valid_utf8_length(text); at < text.size()) throw Fault{at, "invalid UTF-8"};
+  if (const std::size_t at = unicode::valid_utf8_length(text); at < text.size()) throw Fault{at, "invalid UTF-8"};
   if (const std::size_t at = first_control_character(text); at < text.size())
     throw Fault{at, "a control character (code " + std::to_string(static_cast<int>(text[at])) + ")"};
 }

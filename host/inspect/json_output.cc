@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "session.h"
+#include "unicode.h"
 
 namespace host {
 
@@ -61,8 +62,8 @@ void JsonOutput::string(const qv_char* text) {
     while (to != end && is_plain(*text)) *to++ = static_cast<char>(*text++);
     used_ = static_cast<std::size_t>(to - block_.data());
     if (*text >= 0x80) {
-      char bytes[4];
-      raw({bytes, encode_utf8(next_character(text), bytes)});
+      char bytes[unicode::max_utf8_length];
+      raw({bytes, unicode::write_utf8(next_character(text), bytes)});
     } else if (*text && !is_plain(*text)) {
       escape(static_cast<char>(*text++));
     }

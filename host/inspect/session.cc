@@ -5,11 +5,11 @@
 #include <iterator>
 #include <utility>
 
+#include "unicode.h"
+
 namespace host {
 
 namespace {
-
-constexpr char32_t replacement = 0xFFFD;
 
 constexpr std::pair<std::string_view, FileKind> kinds[] = {
     {"json", FileKind::Dict},   {"hdict", FileKind::Dict},   {"ply", FileKind::Model3d},
@@ -18,14 +18,6 @@ constexpr std::pair<std::string_view, FileKind> kinds[] = {
 };
 constexpr std::string_view iconic[] = {"hobj", "seq", "png", "jpg", "jpeg", "tif", "tiff", "jp2", "j2k", "bmp", "gif",
                                        "pcx",  "ras", "xwd", "pnm", "pbm",  "pgm", "ppm",  "jxr", "wdp", "hdp"};
-
-void append_utf16(std::u16string& text, char32_t c) {
-  if (c >= 0x10000) {
-    text += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-    c = 0xDC00 + (c & 0x3FF);
-  }
-  text += static_cast<char16_t>(c);
-}
 
 std::string lower_extension(std::string_view path) {
   const std::size_t dot = path.find_last_of("./\\");
@@ -76,31 +68,7 @@ const qv_node* parse_dict(qv_reader* reader, const qv_char* path, const std::vec
 }  // namespace
 
 char32_t next_character(const qv_char*& text) {
-  const char32_t c = static_cast<char16_t>(*text++);
-  if (c < 0xD800 || c >= 0xE000) return c;
-  const char32_t low = static_cast<char16_t>(*text);
-  if (c >= 0xDC00 || low < 0xDC00 || low >= 0xE000) return replacement;
-  ++text;
-  return 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
-}
-
-std::size_t encode_utf8(char32_t c, char* bytes) {
-  const auto last_bits = [&](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-  char* end = bytes;
-  if (c < 0x80) {
-    *end++ = static_cast<char>(c);
-  } else if (c < 0x800) {
-    *end++ = static_cast<char>(0xC0 | c >> 6);
-  } else if (c < 0x10000) {
-    *end++ = static_cast<char>(0xE0 | c >> 12);
-    *end++ = last_bits(6);
-  } else {
-    *end++ = static_cast<char>(0xF0 | c >> 18);
-    *end++ = last_bits(12);
-    *end++ = last_bits(6);
-  }
-  if (c >= 0x80) *end++ = last_bits(0);
-  return static_cast<std::size_t>(end - bytes);
+  return unicode::next_character(text, text + (text[1] != 0 ? 2 : 1));  // a pair at most
 }
 
 void append_utf8(std::string& result, const qv_char* text) {
@@ -110,10 +78,7 @@ void append_utf8(std::string& result, const qv_char* text) {
     const std::size_t before = result.size();
     result.resize(before + static_cast<std::size_t>(end - text));
     std::transform(text, end, result.data() + before, [](qv_char c) { return static_cast<char>(c); });
-    for (text = end; *text >= 0x80;) {
-      char bytes[4];
-      result.append(bytes, encode_utf8(next_character(text), bytes));
-    }
+    for (text = end; *text >= 0x80;) unicode::append_utf8(result, next_character(text));
   }
 }
 
@@ -124,19 +89,8 @@ std::string to_utf8(const qv_char* text) {
 }
 
 std::u16string to_utf16(std::string_view utf8) {
-  std::u16string text;
-  for (std::size_t i = 0; i < utf8.size();) {
-    const auto first = static_cast<unsigned char>(utf8[i++]);
-    int more = first < 0x80 ? 0 : first < 0xC2 ? -1 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : first < 0xF5 ? 3 : -1;
-    if (more < 0) {
-      append_utf16(text, replacement);
-      continue;
-    }
-    char32_t c = more == 0 ? first : first & (0x3Fu >> more);
-    for (; more > 0 && i < utf8.size() && (utf8[i] & 0xC0) == 0x80; --more) c = c << 6 | (utf8[i++] & 0x3Fu);
-    const bool overlong = first >= 0xE0 && c < (first < 0xF0 ? 0x800u : 0x10000u), surrogate = c >> 11 == 0xD800 >> 11;
-    append_utf16(text, more == 0 && !overlong && !surrogate && c <= 0x10FFFF ? c : replacement);
-  }
+  std::u16string text(utf8.size(), u'\0');
+  text.resize(unicode::to_units(utf8, text.data()));
   return text;
 }
 

@@ -25,8 +25,6 @@ std::string to_utf8(const qv_char* text);
 void append_utf8(std::string& result, const qv_char* text);
 // The character at `text`, which is not its end; `text` then stands behind it.
 char32_t next_character(const qv_char*& text);
-// Puts at most 4 bytes there and returns how many.
-std::size_t encode_utf8(char32_t c, char* bytes);
 std::u16string to_utf16(std::string_view utf8);
 inline const qv_char* units(const std::u16string& text) { return reinterpret_cast<const qv_char*>(text.c_str()); }
 

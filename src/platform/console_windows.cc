@@ -9,24 +9,15 @@
 #include <cstdlib>
 
 #include "platform/console.h"
+#include "unicode.h"
 
 namespace quovel {
 
 namespace {
 
-std::string to_utf8(const wchar_t* text) {
-  const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  if (size <= 1) return {};
-  std::string result(static_cast<std::size_t>(size), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
-  result.pop_back();  // the NUL
-  return result;
-}
-
-std::wstring to_utf16(const std::string& text) {
-  const int size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
-  std::wstring result(static_cast<std::size_t>(size), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), size);
+std::wstring to_utf16(std::string_view text) {
+  std::wstring result(text.size(), L'\0');
+  result.resize(unicode::to_units(text, result.data()));
   return result;
 }
 
@@ -47,7 +38,7 @@ std::vector<std::string> command_line(int, char**) {
   int count = 0;
   std::vector<std::string> arguments;
   if (wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count)) {
-    for (int i = 0; i < count; ++i) arguments.push_back(to_utf8(wide[i]));
+    for (int i = 0; i < count; ++i) arguments.push_back(unicode::to_utf8(std::wstring_view(wide[i])));
     LocalFree(wide);
   }
   return arguments;
@@ -61,7 +52,8 @@ std::vector<std::string> expand_wildcards(const std::string& name) {
   const HANDLE search = FindFirstFileW(to_utf16(name).c_str(), &found);
   if (search == INVALID_HANDLE_VALUE) return {name};
   do {
-    if (found.cFileName[0] != L'.') names.push_back(name.substr(0, last) + to_utf8(found.cFileName));
+    if (found.cFileName[0] != L'.')
+      names.push_back(name.substr(0, last) + unicode::to_utf8(std::wstring_view(found.cFileName)));
   } while (FindNextFileW(search, &found));
   FindClose(search);
   if (names.empty()) return {name};

@@ -7,14 +7,14 @@
 #include <cerrno>
 
 #include "platform/files.h"
-#include "platform/text.h"
+#include "unicode.h"
 
 namespace quovel {
 
 namespace {
 
 std::string native(const std::u16string& path) {
-  std::string name = utf16_to_utf8(path);
+  std::string name = unicode::to_utf8(std::u16string_view(path));
   std::replace(name.begin(), name.end(), '\\', '/');
   return name;
 }

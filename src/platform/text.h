@@ -36,10 +36,6 @@ class HalconText {
 std::u16string from_halcon(const HalconCpp::HString& string);
 HalconCpp::HString to_halcon(const std::u16string& text);
 
-// UTF-8 to UTF-16; at most text.size() units.
-std::size_t utf8_to_utf16(std::string_view text, char16_t* out) noexcept;
-std::string utf16_to_utf8(std::u16string_view text);
-
 // Numbers in the forms below, with up to 17 digits for reals, at a place with room for the longest one; the result is
 // their end.
 inline constexpr std::size_t longest_number = 24;
