@@ -43,10 +43,10 @@ void read_header(Reader& in, HandleKind expected) {
   char magic[container::magic.size()];
   in.read(magic, sizeof magic);
   if (const auto version = in.value<std::uint8_t>(); version != container::version)
-    refuse("is a container of version " + std::to_string(version) + "; version " + std::to_string(container::version) +
-           " is read");
+    fail("is a container of version " + std::to_string(version) + "; version " + std::to_string(container::version) +
+         " is read");
   if (const auto root = in.value<HandleKind>(); root != expected)
-    refuse("holds " + content_name(root) + ", not " + content_name(expected));
+    fail("holds " + content_name(root) + ", not " + content_name(expected));
 }
 
 void write_header(Writer& out, HandleKind root) {
@@ -56,27 +56,26 @@ void write_header(Writer& out, HandleKind root) {
 }
 
 void require_container(std::string_view path) {
-  if (!is_container(path)) refuse_foreign_file(path);
+  if (!is_container(path)) reject_foreign_file(path);
 }
 
 }  // namespace
 
 bool is_container(std::string_view path) {
   InputFile file(path);
-  if (file.size() == 0) refuse("the file is empty");
+  if (file.size() == 0) fail("the file is empty");
   char first[container::magic.size()];
   if (file.size() < sizeof first) return false;
   file.read(first, sizeof first);
   return std::string_view(first, sizeof first) == container::magic;
 }
 
-void refuse_foreign_file(std::string_view path) {
+void reject_foreign_file(std::string_view path) {
   const std::string extension = extension_of(path);
   for (const std::string_view known : {"hobj", "hdict", "om3", "hdl", "dl", "reg", "plg", "mtx", "tup", "hhandle"})
     if (extension == known)
-      refuse(
-          "is no file of the built-in class interface; files written by an installed HALCON need a build against it");
-  refuse("is of no format that is read here");
+      fail("is no file of the built-in class interface; files written by an installed HALCON need a build against it");
+  fail("is of no format that is read here");
 }
 
 HHandle read_container_handle(std::string_view path, std::string_view semantic_type) {
@@ -89,10 +88,10 @@ HHandle read_container_handle(std::string_view path, std::string_view semantic_t
   const std::size_t count = in.count(2);
   for (std::size_t i = 0; i < count; ++i) {
     const auto kind = in.value<HandleKind>();
-    if (i + 1 == count && kind != expected) refuse("its last part is of another type than it says");
+    if (i + 1 == count && kind != expected) fail("its last part is of another type than it says");
     parts.add(last = container::read_handle(in, kind, parts));
   }
-  if (!parts.form_one_tree()) refuse("holds parts that nothing refers to");
+  if (!parts.form_one_tree()) fail("holds parts that nothing refers to");
   in.finish();
   return last;
 }

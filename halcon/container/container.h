@@ -3,7 +3,7 @@
 // are not read. What is written reads back equal to the last bit; a handle that stands at several places reads back as
 // several equal handles.
 //
-// All of these refuse with reasons that can follow the quoted file name: call them inside `in_file`.
+// All of these fail with reasons that can follow the quoted file name: call them inside `in_file`.
 #ifndef HALCONCPP_CONTAINER_CONTAINER_H
 #define HALCONCPP_CONTAINER_CONTAINER_H
 
@@ -13,19 +13,19 @@
 
 namespace HalconCpp::detail {
 
-// Looks at the first bytes only. Refuses a file that cannot be opened or is empty.
+// Looks at the first bytes only. Rejects a file that cannot be opened or is empty.
 bool is_container(std::string_view path);
 
-// Refuses a file that is of no format its operator knows. The reason depends on the extension: one of HALCON's own
+// Rejects a file that is of no format its operator knows. The reason depends on the extension: one of HALCON's own
 // hints at an installed HALCON.
-[[noreturn]] void refuse_foreign_file(std::string_view path);
+[[noreturn]] void reject_foreign_file(std::string_view path);
 
-// Refuse a file that is no container (as `refuse_foreign_file`) or holds something else. `semantic_type` is "dict",
+// Reject a file that is no container (as `reject_foreign_file`) or holds something else. `semantic_type` is "dict",
 // "matrix", "object_model_3d" or "dl_model".
 HHandle read_container_handle(std::string_view path, std::string_view semantic_type);
 HObject read_container_objects(std::string_view path);
 
-// Refuse content that the format does not hold, by its key. A failure leaves a file of that name as it was.
+// Reject content that the format does not hold, by its key. A failure leaves a file of that name as it was.
 void write_container_handle(std::string_view path, const HandleData& handle);
 void write_container_objects(std::string_view path, const HObject& objects);
 

@@ -29,7 +29,7 @@ void write_table(Writer& out, const EntryTable& table, std::uint64_t next_part) 
 void read_table(Reader& in, EntryTable& table, ReadParts& parts) {
   const HTuple keys = read_plain_tuple(in);
   const auto count = static_cast<std::size_t>(keys.Length());
-  if (count > in.left()) refuse("a dictionary has more keys than values");
+  if (count > in.left()) fail("a dictionary has more keys than values");
   table.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     const HTuple key = Access::element(keys, static_cast<Hlong>(i));
@@ -38,7 +38,7 @@ void read_table(Reader& in, EntryTable& table, ReadParts& parts) {
       table.set(key, read_objects(in));
     else
       table.set(key, read_tuple(in, tag, parts));
-    if (table.size() != i + 1) refuse("a dictionary has a key twice");
+    if (table.size() != i + 1) fail("a dictionary has a key twice");
   }
 }
 
@@ -70,25 +70,25 @@ HHandle read_matrix(Reader& in) {
   data->columns = in.value<Hlong>();
   data->values = read_plain_tuple(in);
   if (data->columns == 0 && data->rows > limits::empty_rows)
-    refuse("a matrix without columns has more than " + std::to_string(limits::empty_rows) + " rows");
+    fail("a matrix without columns has more than " + std::to_string(limits::empty_rows) + " rows");
   const bool possible = data->rows >= 0 && data->columns >= 0 &&
                         (data->columns == 0 || data->rows <= std::numeric_limits<Hlong>::max() / data->columns);
   if (!possible || data->rows * data->columns != data->values.Length() || !holds_only(data->values, TupleKind::Real))
-    refuse("the values of a matrix do not fit its size");
+    fail("the values of a matrix do not fit its size");
   return handle;
 }
 
 void check_columns(std::initializer_list<const HTuple*> columns, TupleKind kind, Hlong length) {
   for (const HTuple* column : columns)
-    if (column->Length() != length || !holds_only(*column, kind)) refuse("the columns of a 3D model do not fit");
+    if (column->Length() != length || !holds_only(*column, kind)) fail("the columns of a 3D model do not fit");
 }
 
 // Integers from 0 to below `end`.
 void check_range(const HTuple& integers, Hlong end) {
-  if (!holds_only(integers, TupleKind::Integer)) refuse("a 3D model has numbers of the wrong type");
+  if (!holds_only(integers, TupleKind::Integer)) fail("a 3D model has numbers of the wrong type");
   for (Hlong i = 0; i < integers.Length(); ++i)
     if (const Hlong value = integers[i].L(); value < 0 || value >= end)
-      refuse("a 3D model has " + std::to_string(value) + " where it can only have 0 to " + std::to_string(end - 1));
+      fail("a 3D model has " + std::to_string(value) + " where it can only have 0 to " + std::to_string(end - 1));
 }
 
 void check_model(const Model3dParts& model) {
@@ -98,10 +98,10 @@ void check_model(const Model3dParts& model) {
   check_columns({&model.red, &model.green, &model.blue}, TupleKind::Integer, model.red.Length() > 0 ? points : 0);
   for (const HTuple* colour : {&model.red, &model.green, &model.blue}) check_range(*colour, 256);
   check_range(model.triangles, points);
-  if (model.triangles.Length() % 3 != 0 || model.faces < 0) refuse("the faces of a 3D model are incomplete");
+  if (model.triangles.Length() % 3 != 0 || model.faces < 0) fail("the faces of a 3D model are incomplete");
   const Hlong primitives = model.primitive_type.Length();
   if (primitives > 1 || !holds_only(model.primitive_type, TupleKind::String))
-    refuse("a 3D model has a primitive of an unknown type");
+    fail("a 3D model has a primitive of an unknown type");
   check_columns({&model.primitive_values}, TupleKind::Real, primitives * 4);
 }
 
@@ -129,7 +129,7 @@ HHandle read_model(Reader& in) {
 
 HHandle ReadParts::take(std::uint64_t number) {
   if (number == 0) return {};
-  if (number > parts_.size() || parts_[number - 1].taken) refuse("a handle refers to a part that is not there");
+  if (number > parts_.size() || parts_[number - 1].taken) fail("a handle refers to a part that is not there");
   Part& part = parts_[number - 1];
   part.taken = true;
   ++taken_;
@@ -139,7 +139,7 @@ HHandle ReadParts::take(std::uint64_t number) {
 
 void ReadParts::add(HHandle handle) {
   const int depth = std::exchange(deepest_taken_, 0) + 1;
-  if (depth > limits::nesting) refuse("nested deeper than " + std::to_string(limits::nesting) + " levels");
+  if (depth > limits::nesting) fail("nested deeper than " + std::to_string(limits::nesting) + " levels");
   parts_.push_back({std::move(handle), depth});
 }
 
@@ -178,7 +178,7 @@ HHandle read_handle(Reader& in, HandleKind kind, ReadParts& parts) {
     case HandleKind::None:
       break;
   }
-  refuse("holds a handle of an unknown type");
+  fail("holds a handle of an unknown type");
 }
 
 }  // namespace HalconCpp::detail::container

@@ -58,7 +58,7 @@ void check_order(const Runs& runs) {
   for (std::size_t i = 0; i < runs.size(); ++i) {
     const bool follows = i == 0 || runs.rows[i - 1] < runs.rows[i] ||
                          (runs.rows[i - 1] == runs.rows[i] && runs.ends[i - 1] < runs.begins[i]);
-    if (!follows || runs.begins[i] > runs.ends[i]) refuse("the runs of a region are out of order");
+    if (!follows || runs.begins[i] > runs.ends[i]) fail("the runs of a region are out of order");
   }
 }
 
@@ -87,7 +87,7 @@ RunsRef read_domain(Reader& in, std::int32_t width, std::int32_t height) {
   RunsRef domain = read_runs(in);
   for (std::size_t i = 0; i < domain->size(); ++i)
     if (domain->rows[i] < 0 || domain->rows[i] >= height || domain->begins[i] < 0 || domain->ends[i] >= width)
-      refuse("the domain of an image reaches outside it");
+      fail("the domain of an image reaches outside it");
   return domain;
 }
 
@@ -96,13 +96,13 @@ ObjectRef read_image(Reader& in) {
   const auto width = in.value<std::uint32_t>();
   const auto height = in.value<std::uint32_t>();
   const auto channels = in.value<std::uint32_t>();
-  if (type > PixelType::Real) refuse("holds an image of an unknown pixel type");
+  if (type > PixelType::Real) fail("holds an image of an unknown pixel type");
   check_image_size(width, height, channels, type, in.left());
   const auto w = static_cast<std::int32_t>(width);
   const auto h = static_cast<std::int32_t>(height);
   RunsRef domain = in.value<std::uint8_t>() != 0 ? read_domain(in, w, h) : nullptr;
   if (std::uint64_t{width} * height * channels * pixel_size(type) > in.left())
-    refuse("an image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels is cut short");
+    fail("an image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels is cut short");
   ImageDraft draft(type, w, h, channels);
   for (std::size_t i = 0; i < channels; ++i) in.read(draft.plane<std::byte>(i), draft.plane_bytes());
   return draft.finish(std::move(domain));
@@ -123,7 +123,7 @@ ObjectRef read_object(Reader& in) {
       return std::make_shared<const Parallels>(std::move(first), read_points(in));
     }
   }
-  refuse("holds an object of an unknown class");
+  fail("holds an object of an unknown class");
 }
 
 }  // namespace

@@ -21,11 +21,11 @@ class PartList {
  public:
   void add(const HandleData& handle, int depth) {
     if (kind_of(handle) == HandleKind::None)
-      refuse("a handle of type " + quoted(handle.semantic_type()) + " cannot be written");
+      fail("a handle of type " + quoted(handle.semantic_type()) + " cannot be written");
     if (depth > limits::nesting)
-      refuse("nested deeper than " + std::to_string(limits::nesting) + " levels, or inside itself");
+      fail("nested deeper than " + std::to_string(limits::nesting) + " levels, or inside itself");
     if (!met_.insert(&handle).second && ++repeated_ > limits::repeated_dicts)
-      refuse("its handles refer to one another more than " + std::to_string(limits::repeated_dicts) + " times");
+      fail("its handles refer to one another more than " + std::to_string(limits::repeated_dicts) + " times");
     parts_.push_back({&handle, depth});
   }
 
@@ -39,8 +39,8 @@ class PartList {
       if (!may_hold_handles(table.entries()[i].tuple)) continue;
       try {
         add_handles(table.entries()[i].tuple, depth);
-      } catch (const Refusal& refusal) {
-        refuse("key " + key_name(Access::element(table.keys(), static_cast<Hlong>(i))) + ": " + refusal.reason());
+      } catch (const Failure& failure) {
+        fail("key " + key_name(Access::element(table.keys(), static_cast<Hlong>(i))) + ": " + failure.reason());
       }
     }
   }

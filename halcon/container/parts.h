@@ -15,7 +15,7 @@ class ReadParts {
  public:
   // By the number that a tuple names. Each can be taken once.
   HHandle take(std::uint64_t number);
-  // A part that holds all handles taken since the last one was added; refuses one that is nested too deep.
+  // A part that holds all handles taken since the last one was added; rejects one that is nested too deep.
   void add(HHandle handle);
   // Whether all but the last one were taken.
   bool form_one_tree() const noexcept { return parts_.size() == taken_ + 1; }
@@ -47,7 +47,7 @@ struct Part {
   std::size_t first_child = 0;
 };
 
-// The handle and all handles below it, level by level: parents stand before their children. Refuses what the container
+// The handle and all handles below it, level by level: parents stand before their children. Rejects what the container
 // does not hold by its key.
 std::vector<Part> list_parts(const HandleData& root);
 

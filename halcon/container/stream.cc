@@ -15,11 +15,11 @@ static_assert(piece % Checksum::block == 0);
 }  // namespace
 
 Reader::Reader(std::string_view path) : file_(path), buffer_(piece) {
-  if (file_.size() < sizeof(std::uint64_t)) refuse("the file ends too early");
+  if (file_.size() < sizeof(std::uint64_t)) fail("the file ends too early");
 }
 
 void Reader::read(void* to, std::size_t bytes) {
-  if (bytes > left()) refuse("the file ends too early");
+  if (bytes > left()) fail("the file ends too early");
   auto* out = static_cast<std::byte*>(to);
   if (bytes > end_ - at_) {
     const std::size_t ready = end_ - at_;
@@ -56,15 +56,15 @@ void Reader::refill() {
 std::size_t Reader::count(std::size_t bytes_each) {
   const auto number = value<std::uint64_t>();
   if (number > left() / bytes_each)
-    refuse("claims " + std::to_string(number) + " elements where only " + std::to_string(left()) + " bytes follow");
+    fail("claims " + std::to_string(number) + " elements where only " + std::to_string(left()) + " bytes follow");
   return static_cast<std::size_t>(number);
 }
 
 void Reader::finish() {
-  if (left() > 0) refuse(std::to_string(left()) + " bytes follow the content");
+  if (left() > 0) fail(std::to_string(left()) + " bytes follow the content");
   std::uint64_t expected;
   file_.read(&expected, sizeof expected);
-  if (expected != checksum_.value()) refuse("the file is damaged: its checksum does not match its content");
+  if (expected != checksum_.value()) fail("the file is damaged: its checksum does not match its content");
 }
 
 Writer::Writer(std::string_view path) : file_(path), buffer_(piece) {}

@@ -33,7 +33,7 @@ class Reader {
     read(&result, sizeof result);
     return result;
   }
-  // A count of things that take `bytes_each` bytes at least; refuses one that the file cannot hold.
+  // A count of things that take `bytes_each` bytes at least; rejects one that the file cannot hold.
   std::size_t count(std::size_t bytes_each);
   template <class T>
   Buffer<T> array(std::size_t size) {
@@ -41,7 +41,7 @@ class Reader {
     fill(values);
     return values;
   }
-  // Refuses bytes that nobody asked for, and a file whose checksum is another one.
+  // Rejects bytes that nobody asked for, and a file whose checksum is another one.
   void finish();
 
  private:

@@ -97,7 +97,7 @@ HTuple read_texts(Reader& in) {
   texts.reserve(count);
   try {
     for (const std::uint32_t length : lengths) {
-      if (length > left.size()) refuse("a text is longer than all texts of its tuple");
+      if (length > left.size()) fail("a text is longer than all texts of its tuple");
       texts.push_back(new_string(left.substr(0, length)));
       left.remove_prefix(length);
     }
@@ -119,7 +119,7 @@ HTuple read_element(Reader& in, Tag tag, ReadParts& parts) {
     case Tag::Handle:
       return Access::handle_tuple(parts.take(in.value<std::uint64_t>()));
     default:
-      refuse("holds a value of unknown type " + std::to_string(static_cast<int>(tag)));
+      fail("holds a value of unknown type " + std::to_string(static_cast<int>(tag)));
   }
 }
 

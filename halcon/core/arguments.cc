@@ -10,16 +10,16 @@
 namespace HalconCpp::detail {
 
 Hlong integer_argument(const HTuple& value, const char* name, Hlong low, Hlong high) {
-  if (Access::kind(value) != TupleKind::Integer) refuse(std::string(name) + " must be one integer");
+  if (Access::kind(value) != TupleKind::Integer) fail(std::string(name) + " must be one integer");
   const Hlong integer = Access::integer(value);
   if (integer < low || integer > high)
-    refuse(std::string(name) + " is " + std::to_string(integer) + "; " + std::to_string(low) + " to " +
-           std::to_string(high) + " is possible");
+    fail(std::string(name) + " is " + std::to_string(integer) + "; " + std::to_string(low) + " to " +
+         std::to_string(high) + " is possible");
   return integer;
 }
 
 std::string_view text_argument(const HTuple& value, const char* name) {
-  if (Access::kind(value) != TupleKind::String) refuse(std::string(name) + " must be one string");
+  if (Access::kind(value) != TupleKind::String) fail(std::string(name) + " must be one string");
   return Access::text(value);
 }
 
@@ -30,7 +30,7 @@ std::vector<double> number_arguments(const HTuple& values, const char* name) {
   for (Hlong i = 0; i < count; ++i) {
     const HTuple element = Access::element(values, i);
     const TupleKind kind = Access::kind(element);
-    if (kind != TupleKind::Integer && kind != TupleKind::Real) refuse(std::string(name) + " must hold numbers only");
+    if (kind != TupleKind::Integer && kind != TupleKind::Real) fail(std::string(name) + " must hold numbers only");
     numbers.push_back(kind == TupleKind::Integer ? static_cast<double>(Access::integer(element))
                                                  : Access::real(element));
   }
@@ -44,7 +44,7 @@ std::vector<std::int32_t> coordinate_arguments(const HTuple& values, const char*
   for (const double number : number_arguments(values, name)) {
     const double rounded = std::round(number);
     if (!(rounded >= Limits::min() && rounded <= Limits::max()))
-      refuse(std::string(name) + " holds a coordinate outside 32 bits");
+      fail(std::string(name) + " holds a coordinate outside 32 bits");
     coordinates.push_back(static_cast<std::int32_t>(rounded));
   }
   return coordinates;

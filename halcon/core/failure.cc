@@ -96,8 +96,8 @@ void translate_failure(const char* operation) {
     throw;
   } catch (const HException&) {
     throw;
-  } catch (const Refusal& refusal) {
-    raise(operation, refusal.reason());
+  } catch (const Failure& failure) {
+    raise(operation, failure.reason());
   } catch (const std::bad_alloc&) {
     raise_out_of_memory(operation);
   } catch (const std::exception& failure) {

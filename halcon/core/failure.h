@@ -12,16 +12,16 @@
 namespace HalconCpp::detail {
 
 // A reason why an operator cannot go on; `operate` puts the operator's name in front.
-class Refusal {
+class Failure {
  public:
-  explicit Refusal(std::string reason) : reason_(std::move(reason)) {}
+  explicit Failure(std::string reason) : reason_(std::move(reason)) {}
   const std::string& reason() const noexcept { return reason_; }
 
  private:
   std::string reason_;
 };
 
-[[noreturn]] inline void refuse(std::string reason) { throw Refusal(std::move(reason)); }
+[[noreturn]] inline void fail(std::string reason) { throw Failure(std::move(reason)); }
 
 // "'name'", with control characters replaced so that a message stays one line, and cut when it is very long.
 std::string quoted(std::string_view name);
@@ -64,15 +64,15 @@ auto operate(const char* operation, Body&& body) {
   }
 }
 
-// Runs a body on behalf of one file: its refusals and failures name the file.
+// Runs a body on behalf of one file: its failures name the file.
 template <class Body>
 auto in_file(std::string_view path, Body&& body) {
   try {
     return body();
-  } catch (const Refusal& refusal) {
-    refuse(quoted(path) + ": " + refusal.reason());
+  } catch (const Failure& failure) {
+    fail(quoted(path) + ": " + failure.reason());
   } catch (const std::bad_alloc&) {
-    refuse(quoted(path) + ": out of memory");
+    fail(quoted(path) + ": out of memory");
   }
 }
 

@@ -19,14 +19,14 @@ std::string system_reason(int error) {
   return error ? std::generic_category().message(error) : std::string("the system gives no reason");
 }
 
-// Refuses what cannot be read as a file: nothing there, a folder, a device.
+// Rejects what cannot be read as a file: nothing there, a folder, a device.
 void require_regular_file(const fs::path& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  if (status.type() == fs::file_type::not_found) refuse("no such file");
-  if (error) refuse(error.message());
-  if (status.type() == fs::file_type::directory) refuse("is a folder, not a file");
-  if (status.type() != fs::file_type::regular) refuse("is no regular file");
+  if (status.type() == fs::file_type::not_found) fail("no such file");
+  if (error) fail(error.message());
+  if (status.type() == fs::file_type::directory) fail("is a folder, not a file");
+  if (status.type() != fs::file_type::regular) fail("is no regular file");
 }
 
 // A name beside the target that nothing has yet: of its own length, as the target's may be the longest possible, and
@@ -46,17 +46,17 @@ fs::path behind_links(fs::path path) {
   for (int links = 0; links <= most_links; ++links) {
     if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
     const fs::path next = fs::read_symlink(path, error);
-    if (error) refuse("is a link that cannot be followed: " + error.message());
+    if (error) fail("is a link that cannot be followed: " + error.message());
     path = path.parent_path() / next;
   }
-  refuse("is a link that leads to itself");
+  fail("is a link that leads to itself");
 }
 
 // Replacing a file asks no permission of the file; whoever protects it wants to be asked.
 void require_writable(const fs::path& file) {
   errno = 0;
   if (!std::fstream(file, std::ios::in | std::ios::out | std::ios::binary))
-    refuse("cannot be written: " + system_reason(errno));
+    fail("cannot be written: " + system_reason(errno));
 }
 
 }  // namespace
@@ -83,18 +83,18 @@ InputFile::InputFile(std::string_view path) {
   errno = 0;
   stream_.rdbuf()->pubsetbuf(nullptr, 0);
   stream_.open(name, std::ios::binary);
-  if (!stream_) refuse("cannot be opened: " + system_reason(errno));
+  if (!stream_) fail("cannot be opened: " + system_reason(errno));
   stream_.seekg(0, std::ios::end);
   const std::streamoff end = stream_.tellg();
   stream_.seekg(0);
-  if (end < 0 || !stream_) refuse("its size cannot be read");
+  if (end < 0 || !stream_) fail("its size cannot be read");
   size_ = static_cast<std::uint64_t>(end);
 }
 
 void InputFile::read(void* to, std::size_t bytes) {
-  if (bytes > left()) refuse("the file ends too early");
+  if (bytes > left()) fail("the file ends too early");
   stream_.read(static_cast<char*>(to), static_cast<std::streamsize>(bytes));
-  if (static_cast<std::size_t>(stream_.gcount()) != bytes) refuse("the file could not be read to its end");
+  if (static_cast<std::size_t>(stream_.gcount()) != bytes) fail("the file could not be read to its end");
   position_ += bytes;
 }
 
@@ -111,11 +111,11 @@ OutputFile::OutputFile(std::string_view path) : OutputFile() {
   target_ = written_ = behind_links(native_path(path));
   std::error_code error;
   const fs::file_status status = fs::status(target_, error);
-  if (target_.empty() || !target_.has_filename()) refuse("is no file name");
-  if (status.type() == fs::file_type::directory) refuse("is a folder, not a file");
+  if (target_.empty() || !target_.has_filename()) fail("is no file name");
+  if (status.type() == fs::file_type::directory) fail("is a folder, not a file");
   const fs::path folder = target_.parent_path();
   if (!folder.empty() && !fs::is_directory(folder, error))
-    refuse(fs::exists(folder, error) ? "what should be its folder is a file" : "its folder does not exist");
+    fail(fs::exists(folder, error) ? "what should be its folder is a file" : "its folder does not exist");
   const bool is_there = fs::exists(status), direct = is_there && status.type() != fs::file_type::regular;
   if (is_there && !direct) require_writable(target_);
   written_ = direct ? target_ : unused_neighbour(target_);
@@ -124,7 +124,7 @@ OutputFile::OutputFile(std::string_view path) : OutputFile() {
   if (!stream_) {
     const int reason = errno;
     written_ = target_;  // nothing of ours is there to be removed
-    refuse("cannot be written: " + system_reason(reason));
+    fail("cannot be written: " + system_reason(reason));
   }
   if (is_there && !direct) fs::permissions(written_, status.permissions(), error);
 }
@@ -139,17 +139,17 @@ OutputFile::~OutputFile() {
 void OutputFile::write(const void* from, std::size_t bytes) {
   errno = 0;
   stream_.write(static_cast<const char*>(from), static_cast<std::streamsize>(bytes));
-  if (!stream_) refuse("could not be written: " + system_reason(errno));
+  if (!stream_) fail("could not be written: " + system_reason(errno));
 }
 
 void OutputFile::commit() {
   errno = 0;
   stream_.close();
-  if (!stream_) refuse("could not be written: " + system_reason(errno));
+  if (!stream_) fail("could not be written: " + system_reason(errno));
   if (written_ != target_) {
     std::error_code error;
     fs::rename(written_, target_, error);
-    if (error) refuse("could not be put in its place: " + error.message());
+    if (error) fail("could not be put in its place: " + error.message());
   }
   committed_ = true;
 }

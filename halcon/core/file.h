@@ -1,4 +1,4 @@
-// Files: opened by UTF-8 names of any language; every failure is a Refusal whose reason can follow the quoted name.
+// Files: opened by UTF-8 names of any language; every failure is a Failure whose reason can follow the quoted name.
 #ifndef HALCONCPP_CORE_FILE_H
 #define HALCONCPP_CORE_FILE_H
 
@@ -26,7 +26,7 @@ class InputFile {
   std::uint64_t size() const noexcept { return size_; }
   // What has not been read yet, by the size that the file had when it was opened.
   std::uint64_t left() const noexcept { return size_ - position_; }
-  // Reads exactly that many bytes; refuses when the file ends before.
+  // Reads exactly that many bytes; rejects when the file ends before.
   void read(void* to, std::size_t bytes);
   // Everything that is left.
   Buffer<std::byte> read_all();
@@ -40,8 +40,9 @@ class InputFile {
 Buffer<std::byte> read_file(std::string_view path);
 
 // A file being written. Until `commit` the bytes go to a new file beside the target, so that a failure leaves the
-// target as it was. A link stays one, other names of a file (hard links) keep what it was, a protected file is refused.
-// A target that exists and is no regular file (a device, a pipe) is written directly; a pipe waits for its reader.
+// target as it was. A link stays one, other names of a file (hard links) keep what it was, a protected file is
+// rejected. A target that exists and is no regular file (a device, a pipe) is written directly; a pipe waits for its
+// reader.
 class OutputFile {
  public:
   explicit OutputFile(std::string_view path);

@@ -1,4 +1,4 @@
-// What this provider accepts at most. Each limit is named, with its number, in the message of a refusal.
+// What this provider accepts at most. Each limit is named, with its number, in the message of a failure.
 #ifndef HALCONCPP_CORE_LIMITS_H
 #define HALCONCPP_CORE_LIMITS_H
 

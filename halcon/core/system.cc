@@ -17,10 +17,10 @@ void SetSystem(const HTuple& name, const HTuple& value) {
   detail::operate("SetSystem", [&] {
     const std::string_view setting = detail::text_argument(name, "the name of the setting");
     if (setting != "clip_region")
-      detail::refuse("unknown setting " + detail::quoted(setting) + "; accepted is 'clip_region'");
+      detail::fail("unknown setting " + detail::quoted(setting) + "; accepted is 'clip_region'");
     const std::string_view text = detail::text_argument(value, "the value of 'clip_region'");
     if (text != "true" && text != "false")
-      detail::refuse("'clip_region' takes 'true' or 'false', not " + detail::quoted(text));
+      detail::fail("'clip_region' takes 'true' or 'false', not " + detail::quoted(text));
     clip_region.store(text == "true", std::memory_order_relaxed);
   });
 }
@@ -34,7 +34,7 @@ void GetSystem(const HTuple& query, HTuple* information) {
     else if (name == "clip_region")
       answer = Access::text_tuple(clip_region.load(std::memory_order_relaxed) ? "true" : "false");
     else
-      detail::refuse("unknown query " + detail::quoted(name) + "; accepted are 'version' and 'clip_region'");
+      detail::fail("unknown query " + detail::quoted(name) + "; accepted are 'version' and 'clip_region'");
     detail::offer_answer("GetSystem", answer);
     *information = std::move(answer);
   });

@@ -366,7 +366,7 @@ HTuple::HTuple(const HHandle& value) : kind_(TupleKind::Handle) {
 HTuple::HTuple(const HTupleElement& element) : HTuple() {
   detail::pass_gate("HTuple");
   const HTuple& tuple = *element.tuple_;
-  if (element.index_ < 0 || element.index_ >= tuple.Length()) element.refuse("HTuple");
+  if (element.index_ < 0 || element.index_ >= tuple.Length()) element.fail("HTuple");
   *this = Access::element(tuple, element.index_);
 }
 
@@ -417,7 +417,7 @@ HTuple& HTuple::Append(const HTuple& other) {
 
 // Elements, off the fast path.
 
-void HTupleElement::refuse(const char* operation) const {
+void HTupleElement::fail(const char* operation) const {
   if (index_ < 0 || index_ >= tuple_->Length())
     detail::raise(operation, "element " + std::to_string(index_) + " of a tuple of " +
                                  std::to_string(tuple_->Length()) + " does not exist");
@@ -430,7 +430,7 @@ Hlong HTupleElement::rare_integer() const {
     const HTuple value = Access::element(*tuple_, index_);
     if (value.kind_ == TupleKind::Integer) return value.data_.integer;
   }
-  refuse("HTupleElement::L");
+  fail("HTupleElement::L");
 }
 
 double HTupleElement::rare_real() const {
@@ -439,7 +439,7 @@ double HTupleElement::rare_real() const {
     if (value.kind_ == TupleKind::Real) return value.data_.real;
     if (value.kind_ == TupleKind::Integer) return static_cast<double>(value.data_.integer);
   }
-  refuse("HTupleElement::D");
+  fail("HTupleElement::D");
 }
 
 HString HTupleElement::S() const {
@@ -455,7 +455,7 @@ HString HTupleElement::S() const {
       return Access::adopt(value.data_.string);
     }
   }
-  refuse("HTupleElement::S");
+  fail("HTupleElement::S");
 }
 
 HHandle HTupleElement::H() const {
@@ -467,7 +467,7 @@ HHandle HTupleElement::H() const {
       return Access::wrap(value.data_.handle);
     }
   }
-  refuse("HTupleElement::H");
+  fail("HTupleElement::H");
 }
 
 }  // namespace HalconCpp

@@ -17,8 +17,7 @@ namespace {
 
 void require_equal_counts(const HTuple& names, const HTuple& values) {
   if (names.Length() != values.Length())
-    detail::refuse(std::to_string(names.Length()) + " option names, but " + std::to_string(values.Length()) +
-                   " values");
+    detail::fail(std::to_string(names.Length()) + " option names, but " + std::to_string(values.Length()) + " values");
 }
 
 // "true" and "false", or the two texts given.
@@ -26,7 +25,7 @@ bool choice(std::string_view name, const HTuple& value, std::string_view yes, st
   const bool is_text = Access::kind(value) == TupleKind::String;
   if (is_text && Access::text(value) == yes) return true;
   if (is_text && Access::text(value) == no) return false;
-  detail::refuse("the option " + detail::quoted(name) + " takes " + detail::quoted(yes) + " or " + detail::quoted(no));
+  detail::fail("the option " + detail::quoted(name) + " takes " + detail::quoted(yes) + " or " + detail::quoted(no));
 }
 
 void set_reading_option(detail::JsonReading& options, const HTuple& option, const HTuple& value) {
@@ -40,11 +39,11 @@ void set_reading_option(detail::JsonReading& options, const HTuple& option, cons
                        : name == "json_value_null"  ? &options.null_value
                                                     : nullptr;
   if (!word)
-    detail::refuse("unknown option " + detail::quoted(name) +
-                   "; accepted are 'json_value_true', 'json_value_false', 'json_value_null' and "
-                   "'convert_json_arrays_to'");
+    detail::fail("unknown option " + detail::quoted(name) +
+                 "; accepted are 'json_value_true', 'json_value_false', 'json_value_null' and "
+                 "'convert_json_arrays_to'");
   if (Access::kind(value) == TupleKind::Handle)
-    detail::refuse("the option " + detail::quoted(name) + " takes a string, an integer or a real");
+    detail::fail("the option " + detail::quoted(name) + " takes a string, an integer or a real");
   *word = value;
 }
 
@@ -66,8 +65,8 @@ bool lenient_writing(const HTuple& names, const HTuple& values) {
     const HTuple option = Access::element(names, i);
     const std::string_view name = detail::text_argument(option, "the name of an option");
     if (name != "raise_error_if_content_not_serializable")
-      detail::refuse("unknown option " + detail::quoted(name) +
-                     "; accepted is 'raise_error_if_content_not_serializable'");
+      detail::fail("unknown option " + detail::quoted(name) +
+                   "; accepted is 'raise_error_if_content_not_serializable'");
     lenient = !choice(name, Access::element(values, i), "true", "false");
   }
   return lenient;
@@ -88,7 +87,7 @@ bool begins_like_json(std::string_view path) {
 HHandle read_dict(std::string_view path, const detail::JsonReading& options) {
   if (detail::is_container(path)) return detail::read_container_handle(path, "dict");
   if (detail::extension_of(path) == "json" || begins_like_json(path)) return detail::read_json(path, options);
-  detail::refuse_foreign_file(path);
+  detail::reject_foreign_file(path);
 }
 
 void write_dict(std::string_view path, const detail::DictData& dict, bool lenient) {

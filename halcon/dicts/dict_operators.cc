@@ -45,7 +45,7 @@ void SetDictTuple(const HTuple& dict, const HTuple& key, const HTuple& tuple) {
 
 void SetDictObject(const HObject& object, const HTuple& dict, const HTuple& key) {
   detail::operate("SetDictObject", [&] {
-    if (!Access::data(object)) detail::refuse("the object is not set");
+    if (!Access::data(object)) detail::fail("the object is not set");
     table_of(dict).set(key, object);
   });
 }

@@ -18,22 +18,22 @@ std::string digits_of(Number number) {
 
 const Entry& entry_of(const EntryTable& table, const HTuple& key) {
   if (const Entry* entry = table.find(key)) return *entry;
-  if (key.Length() != 1) refuse("the key must be one string, one integer or one real");
-  refuse("there is no key " + key_name(key));
+  if (key.Length() != 1) fail("the key must be one string, one integer or one real");
+  fail("there is no key " + key_name(key));
 }
 
 }  // namespace
 
 HandleData& handle_argument(const HTuple& value, const char* name) {
-  if (Access::kind(value) != TupleKind::Handle) refuse(std::string(name) + " must be one handle");
-  if (!Access::handle_data(value)) refuse(std::string(name) + " is an empty handle");
+  if (Access::kind(value) != TupleKind::Handle) fail(std::string(name) + " must be one handle");
+  if (!Access::handle_data(value)) fail(std::string(name) + " is an empty handle");
   return *Access::handle_data(value);
 }
 
 DictData& require_dict(HandleData* data) {
-  if (!data) refuse("the dictionary is an empty handle");
+  if (!data) fail("the dictionary is an empty handle");
   if (typeid(*data) != typeid(DictData))
-    refuse("a handle of type " + quoted(data->semantic_type()) + " is no dictionary");
+    fail("a handle of type " + quoted(data->semantic_type()) + " is no dictionary");
   return static_cast<DictData&>(*data);
 }
 
@@ -55,20 +55,20 @@ HTuple entry_param(const EntryTable& table, const HTuple& gen_name, const HTuple
   static const HTuple tuple_type = Access::lasting_text("tuple");
   const std::string_view name = text_argument(gen_name, "the name of the query");
   if (name == "key_data_type") return entry_of(table, key).holds_object() ? object_type : tuple_type;
-  if (name != "keys") refuse("unknown query " + quoted(name) + "; accepted are 'keys' and 'key_data_type'");
-  if (key.Length() != 0) refuse("the query 'keys' takes an empty tuple as key");
+  if (name != "keys") fail("unknown query " + quoted(name) + "; accepted are 'keys' and 'key_data_type'");
+  if (key.Length() != 0) fail("the query 'keys' takes an empty tuple as key");
   return table.keys();
 }
 
 const HTuple& tuple_entry(const EntryTable& table, const HTuple& key) {
   const Entry& entry = entry_of(table, key);
-  if (entry.holds_object()) refuse("the key " + key_name(key) + " holds an iconic object, not a tuple");
+  if (entry.holds_object()) fail("the key " + key_name(key) + " holds an iconic object, not a tuple");
   return entry.tuple;
 }
 
 const HObject& object_entry(const EntryTable& table, const HTuple& key) {
   const Entry& entry = entry_of(table, key);
-  if (!entry.holds_object()) refuse("the key " + key_name(key) + " holds a tuple, not an iconic object");
+  if (!entry.holds_object()) fail("the key " + key_name(key) + " holds a tuple, not an iconic object");
   return entry.object;
 }
 

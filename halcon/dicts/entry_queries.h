@@ -1,4 +1,4 @@
-// The queries that dictionaries and all other handles with keys have in common. Refusals name the key.
+// The queries that dictionaries and all other handles with keys have in common. Failures name the key.
 #ifndef HALCONCPP_DICTS_ENTRY_QUERIES_H
 #define HALCONCPP_DICTS_ENTRY_QUERIES_H
 
@@ -8,9 +8,9 @@
 
 namespace HalconCpp::detail {
 
-// One handle that is not empty; `name` is how a refusal calls it.
+// One handle that is not empty; `name` is how a failure calls it.
 HandleData& handle_argument(const HTuple& value, const char* name);
-// Refuses an empty handle and a handle that is no dictionary.
+// Rejects an empty handle and a handle that is no dictionary.
 DictData& require_dict(HandleData* data);
 
 // A key as messages show it: 'name', 5, 0.25.

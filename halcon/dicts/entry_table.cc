@@ -96,7 +96,7 @@ const Entry* EntryTable::find(const HTuple& key) const noexcept {
 }
 
 Entry& EntryTable::slot(const HTuple& key) {
-  if (!view_of(key).valid()) refuse("a key is one string, one integer or one real");
+  if (!view_of(key).valid()) fail("a key is one string, one integer or one real");
   if (const std::size_t at = position(key); at != npos) return entries_[at];
   if (entries_.size() >= most_entries) throw std::bad_alloc();
   Entry& entry = entries_.emplace_back();

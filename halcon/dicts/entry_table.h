@@ -27,7 +27,7 @@ class EntryTable {
   EntryTable& operator=(const EntryTable&) = delete;
   ~EntryTable() { drop_index(); }
 
-  // Replaces the value of an equal key at its place, or adds the key at the end. Refuses a key that is not one string,
+  // Replaces the value of an equal key at its place, or adds the key at the end. Rejects a key that is not one string,
   // integer or real.
   void set(const HTuple& key, HTuple value);
   void set(const HTuple& key, HObject object);

@@ -9,7 +9,7 @@ namespace {
 const detail::EntryTable& table_of(const HTuple& handle) {
   const detail::HandleData& data = detail::handle_argument(handle, "the handle");
   if (const detail::EntryTable* table = data.entries()) return *table;
-  detail::refuse("a handle of type " + detail::quoted(data.semantic_type()) + " has no keys");
+  detail::fail("a handle of type " + detail::quoted(data.semantic_type()) + " has no keys");
 }
 
 }  // namespace

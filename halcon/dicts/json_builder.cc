@@ -48,8 +48,8 @@ std::vector<Entry> entries_of(std::span<HTuple> values) {
 
 }  // namespace
 
-bool JsonBuilder::refuse_single_value() {
-  return refuse_event("the document is a single value; a dictionary is read from an object or an array");
+bool JsonBuilder::reject_single_value() {
+  return fail_event("the document is a single value; a dictionary is read from an object or an array");
 }
 
 bool JsonBuilder::add_key(std::string_view text) {
@@ -62,7 +62,7 @@ bool JsonBuilder::add_key(std::string_view text) {
 
 bool JsonBuilder::begin() {
   if (open_.size() == static_cast<std::size_t>(limits::nesting))
-    return refuse_event("nested deeper than " + std::to_string(limits::nesting) + " levels");
+    return fail_event("nested deeper than " + std::to_string(limits::nesting) + " levels");
   open_.push_back({values_.size(), keys_.size(), ++levels_begun_});
   return true;
 }

@@ -14,13 +14,13 @@
 
 namespace HalconCpp::detail {
 
-// Every event answers whether parsing goes on; if not, `refusal` tells why. Texts are valid UTF-8 without NUL.
+// Every event answers whether parsing goes on; if not, `reason` tells why. Texts are valid UTF-8 without NUL.
 class JsonBuilder {
  public:
   explicit JsonBuilder(const JsonReading& options) noexcept : options_(options) {}
 
   bool add(HTuple value) {
-    if (open_.empty()) return refuse_single_value();
+    if (open_.empty()) return reject_single_value();
     values_.push_back(std::move(value));
     return true;
   }
@@ -33,11 +33,11 @@ class JsonBuilder {
   bool end_object();
   bool end_array();
 
-  bool refuse_event(std::string reason) {
-    refusal_ = std::move(reason);
+  bool fail_event(std::string reason) {
+    reason_ = std::move(reason);
     return false;
   }
-  const std::string& refusal() const noexcept { return refusal_; }
+  const std::string& reason() const noexcept { return reason_; }
   // The dictionary of the document, once all events have come.
   const HTuple& document() const noexcept { return document_; }
 
@@ -51,7 +51,7 @@ class JsonBuilder {
     bool may_repeat_keys = false;
   };
 
-  bool refuse_single_value();
+  bool reject_single_value();
   HTuple object_dict(const Level& level, std::span<HTuple> values);
   HTuple numbered_dict(std::span<HTuple> values);
   bool end(HTuple value, bool is_array);
@@ -64,7 +64,7 @@ class JsonBuilder {
   std::vector<const StringData*> keys_;  // of all open objects likewise; names_ holds them
   std::uint32_t levels_begun_ = 0;
   HTuple document_;
-  std::string refusal_;
+  std::string reason_;
 };
 
 }  // namespace HalconCpp::detail

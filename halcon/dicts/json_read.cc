@@ -29,7 +29,7 @@ constexpr std::size_t padding = 32;
 constexpr unsigned parse_flags =
     rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
 
-// Why a document is refused, and at which byte.
+// Why a document is rejected, and at which byte.
 struct Fault {
   std::size_t offset;
   std::string reason;
@@ -95,13 +95,13 @@ bool Events::add_number(std::string_view number) {
   double real = 0;
   if (std::from_chars(number.data(), end, real).ec == std::errc()) return builder_.add(real);
   if (is_tiny(number)) return builder_.add(number.starts_with('-') ? -0.0 : 0.0);
-  return builder_.refuse_event(too_large);
+  return builder_.fail_event(too_large);
 }
 
 // Escapes can bring about what the document itself does not hold: U+0000 and halves of surrogate pairs.
 bool Events::add_unescaped(std::string_view text, bool is_key) {
   if (text.find('\xED') != std::string_view::npos && !unicode::is_utf8(text))
-    return builder_.refuse_event("an escape is one half of a surrogate pair without the other");
+    return builder_.fail_event("an escape is one half of a surrogate pair without the other");
   if (text.find('\0') == std::string_view::npos) return is_key ? builder_.add_key(text) : builder_.add_text(text);
   std::string replaced;
   for (const char c : text)
@@ -153,13 +153,13 @@ HTuple parse(std::span<char> text, const JsonReading& options) {
   rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, ThrowingAllocator> reader;
   const rapidjson::ParseResult result = reader.Parse<parse_flags>(stream, events);
   if (!result.IsError()) return builder.document();
-  if (result.Code() == rapidjson::kParseErrorTermination) throw Fault{result.Offset(), builder.refusal()};
+  if (result.Code() == rapidjson::kParseErrorTermination) throw Fault{result.Offset(), builder.reason()};
   throw Fault{result.Offset(), parser_reason(result.Code(), result.Offset() >= text.size())};
 }
 
 std::size_t length_of_mark(std::string_view text) {
   if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
-    refuse("is JSON in UTF-16 or UTF-32; it has to be UTF-8");
+    fail("is JSON in UTF-16 or UTF-32; it has to be UTF-8");
   return text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
 }
 
@@ -190,7 +190,7 @@ HHandle read_json(std::string_view path, const JsonReading& options) {
     const Buffer<std::byte> again = read_file(path);
     std::string_view text(reinterpret_cast<const char*>(again.data()), again.size());
     text.remove_prefix(std::min(mark, text.size()));
-    refuse(place_of(text, fault.offset) + ": " + fault.reason);
+    fail(place_of(text, fault.offset) + ": " + fault.reason);
   }
 }
 

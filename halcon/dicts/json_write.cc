@@ -133,11 +133,11 @@ void JsonWriter::entry(const EntryTable& table, std::size_t at) {
   const HTuple key = Access::element(table.keys(), static_cast<Hlong>(at));
   if (const std::string part = unfit_part(entry); !part.empty()) {
     if (lenient_) return;
-    refuse("the key " + key_name(key) + " holds " + part + ", which JSON cannot hold");
+    fail("the key " + key_name(key) + " holds " + part + ", which JSON cannot hold");
   }
   if (open_.back().repeated_names.contains(at)) {
     if (lenient_) return;
-    refuse("the key " + key_name(key) + " is there as a number and as a text, which are the same in JSON");
+    fail("the key " + key_name(key) + " is there as a number and as a text, which are the same in JSON");
   }
   begin_part();
   const bool in_array = open_.back().closing == ']';
@@ -183,7 +183,7 @@ void JsonWriter::element(const HTuple& element) {
 
 void JsonWriter::dict(const HandleData& data) {
   if (!written_.insert(&data).second && ++repeated_ > limits::repeated_dicts)
-    refuse("its dictionaries refer to one another more than " + std::to_string(limits::repeated_dicts) + " times");
+    fail("its dictionaries refer to one another more than " + std::to_string(limits::repeated_dicts) + " times");
   const EntryTable& table = *data.entries();
   const bool array = is_array(table);
   open(array ? '[' : '{');
@@ -193,7 +193,7 @@ void JsonWriter::dict(const HandleData& data) {
 
 void JsonWriter::open(char bracket) {
   if (open_.size() == static_cast<std::size_t>(limits::nesting))
-    refuse("nested deeper than " + std::to_string(limits::nesting) + " levels");
+    fail("nested deeper than " + std::to_string(limits::nesting) + " levels");
   out_ += bracket;
 }
 

@@ -23,14 +23,14 @@ constexpr Hlong most_elements = std::numeric_limits<Hlong>::max() / sizeof(doubl
 const detail::MatrixData& matrix_of(const HTuple& matrix) {
   const detail::HandleData& data = detail::handle_argument(matrix, "the matrix");
   if (typeid(data) != typeid(detail::MatrixData))
-    detail::refuse("a handle of type " + detail::quoted(data.semantic_type()) + " is no matrix");
+    detail::fail("a handle of type " + detail::quoted(data.semantic_type()) + " is no matrix");
   return static_cast<const detail::MatrixData&>(data);
 }
 
 double number_at(const HTuple& values, Hlong index) {
   const HTuple value = Access::element(values, index);
   if (Access::kind(value) == TupleKind::Real) return Access::real(value);
-  if (Access::kind(value) != TupleKind::Integer) detail::refuse("a matrix holds numbers only");
+  if (Access::kind(value) != TupleKind::Integer) detail::fail("a matrix holds numbers only");
   return static_cast<double>(Access::integer(value));
 }
 
@@ -42,8 +42,8 @@ bool are_reals(const HTuple& values) {
 HTuple matrix_values(const HTuple& values, Hlong count) {
   if (values.Length() == count && are_reals(values)) return values;
   if (values.Length() != 1 && values.Length() != count)
-    detail::refuse(std::to_string(count) + " elements need as many values or one, not " +
-                   std::to_string(values.Length()));
+    detail::fail(std::to_string(count) + " elements need as many values or one, not " +
+                 std::to_string(values.Length()));
   detail::Buffer<double> reals(static_cast<std::size_t>(count));
   if (values.Length() == 1)
     std::fill(reals.begin(), reals.end(), number_at(values, 0));
@@ -59,7 +59,7 @@ void CreateMatrix(const HTuple& rows, const HTuple& columns, const HTuple& value
     const Hlong height = detail::integer_argument(rows, "the number of rows", 0, most_elements);
     const Hlong width = detail::integer_argument(columns, "the number of columns", 0, most_elements);
     if (width == 0 && height > detail::limits::empty_rows)
-      detail::refuse("a matrix without columns has more than " + std::to_string(detail::limits::empty_rows) + " rows");
+      detail::fail("a matrix without columns has more than " + std::to_string(detail::limits::empty_rows) + " rows");
     if (width != 0 && height > most_elements / width) throw std::bad_alloc();
     HTuple values = matrix_values(value, height * width);
     auto* made = new detail::MatrixData;

@@ -15,7 +15,7 @@ struct DlModelData final : HandleData {
   EntryTable table;
 };
 
-// An ONNX model; `file` is the whole file. Refuses what is none, what is cut off and what is damaged.
+// An ONNX model; `file` is the whole file. Rejects what is none, what is cut off and what is damaged.
 HHandle read_onnx(std::span<const std::byte> file);
 
 }  // namespace HalconCpp::detail

@@ -12,7 +12,7 @@ namespace HalconCpp {
 namespace detail {
 
 #if !HALCONCPP_HAVE_ONNX
-HHandle read_onnx(std::span<const std::byte>) { refuse("this build reads no ONNX files (built without libonnx)"); }
+HHandle read_onnx(std::span<const std::byte>) { fail("this build reads no ONNX files (built without libonnx)"); }
 #endif
 
 namespace {
@@ -20,7 +20,7 @@ namespace {
 // ONNX has no magic: what is no container and not named as one is tried.
 HHandle read_dl_model(std::string_view path) {
   if (is_container(path)) return read_container_handle(path, "dl_model");
-  if (extension_of(path) == "hdl") refuse_foreign_file(path);
+  if (extension_of(path) == "hdl") reject_foreign_file(path);
   return read_onnx(read_file(path));
 }
 
@@ -29,8 +29,8 @@ HHandle read_dl_model(std::string_view path) {
 }  // namespace detail
 
 using detail::Access;
+using detail::fail;
 using detail::operate;
-using detail::refuse;
 
 void HDlModel::ReadDlModel(const HString& file) {
   operate("ReadDlModel", [&] {
@@ -53,7 +53,7 @@ void WriteDlModel(const HTuple& model, const HTuple& file) {
   operate("WriteDlModel", [&] {
     const std::string_view path = detail::text_argument(file, "the file name");
     const detail::HandleData& data = detail::handle_argument(model, "the model");
-    if (!dynamic_cast<const detail::DlModelData*>(&data)) refuse("the handle is no deep-learning model");
+    if (!dynamic_cast<const detail::DlModelData*>(&data)) fail("the handle is no deep-learning model");
     detail::in_file(path, [&] { detail::write_container_handle(path, data); });
   });
 }

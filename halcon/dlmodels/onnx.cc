@@ -245,18 +245,18 @@ bool fields_fill(std::span<const std::byte> file) {
 }
 
 void parse(std::span<const std::byte> file, onnx::ModelProto& proto) {
-  if (file.size() > INT_MAX) refuse("has more than 2 GiB, the limit of ONNX files");
+  if (file.size() > INT_MAX) fail("has more than 2 GiB, the limit of ONNX files");
   Stream stream = stream_of(file);
   stream.SetTotalBytesLimit(static_cast<int>(file.size()));
   stream.SetRecursionLimit(limits::onnx_nesting);
   if (!proto.ParsePartialFromCodedStream(&stream) || !stream.ConsumedEntireMessage()) {
-    if (!fields_fill(file)) refuse("is no ONNX model, or is cut off");
-    refuse("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
-           " deep");
+    if (!fields_fill(file)) fail("is no ONNX model, or is cut off");
+    fail("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
+         " deep");
   }
-  if (!proto.has_graph()) refuse("is no ONNX model, or is cut off: it holds no graph");
+  if (!proto.has_graph()) fail("is no ONNX model, or is cut off: it holds no graph");
   // Older versions had no operator sets.
-  if (proto.ir_version() >= 3 && proto.opset_import_size() == 0) refuse("is cut off: it names no operator set");
+  if (proto.ir_version() >= 3 && proto.opset_import_size() == 0) fail("is cut off: it names no operator set");
 }
 
 }  // namespace

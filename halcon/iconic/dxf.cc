@@ -40,7 +40,7 @@ void append_number(std::string& text, double number) {
 }
 
 void append_vertex(std::string& text, double row, double col) {
-  if (!std::isfinite(row) || !std::isfinite(col)) refuse("a point without a finite position cannot be written as DXF");
+  if (!std::isfinite(row) || !std::isfinite(col)) fail("a point without a finite position cannot be written as DXF");
   text += "0\nVERTEX\n8\n0\n10\n";
   append_number(text, col);
   text += "\n20\n";

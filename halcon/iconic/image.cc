@@ -25,20 +25,20 @@ std::shared_ptr<const Image> ImageDraft::finish(RunsRef domain) {
 void check_image_size(std::uint64_t width, std::uint64_t height, std::uint64_t channels, PixelType type,
                       std::uint64_t file_bytes) {
   const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
-  if (width == 0 || height == 0) refuse("an image of " + size + " holds nothing");
+  if (width == 0 || height == 0) fail("an image of " + size + " holds nothing");
   if (width > limits::image_side || height > limits::image_side)
-    refuse("an image of " + size + " is larger than the " + std::to_string(limits::image_side) +
-           " rows and columns that are read");
+    fail("an image of " + size + " is larger than the " + std::to_string(limits::image_side) +
+         " rows and columns that are read");
   if (channels == 0 || channels > limits::image_channels)
-    refuse(std::to_string(channels) + " channels; 1 to " + std::to_string(limits::image_channels) + " are read");
+    fail(std::to_string(channels) + " channels; 1 to " + std::to_string(limits::image_channels) + " are read");
   // At most 2^20 * 2^20 * 2^12 * 2^3: fits.
   const std::uint64_t bytes = width * height * channels * pixel_size(type);
   if (bytes > limits::image_bytes)
-    refuse("an image of " + size + " and " + std::to_string(channels) + " channels takes " + std::to_string(bytes) +
-           " bytes; at most " + std::to_string(limits::image_bytes) + " are read");
+    fail("an image of " + size + " and " + std::to_string(channels) + " channels takes " + std::to_string(bytes) +
+         " bytes; at most " + std::to_string(limits::image_bytes) + " are read");
   if (bytes > limits::decoded_free && bytes / limits::decoded_per_byte > file_bytes)
-    refuse("claims " + size + " and " + std::to_string(channels) + " channels, more than a file of " +
-           std::to_string(file_bytes) + " bytes can hold");
+    fail("claims " + size + " and " + std::to_string(channels) + " channels, more than a file of " +
+         std::to_string(file_bytes) + " bytes can hold");
 }
 
 }  // namespace HalconCpp::detail

@@ -46,7 +46,7 @@ std::string shape_of(const Image& image) {
 
 void require_same_shape(const Image& a, const Image& b) {
   if (a.type != b.type || a.width != b.width || a.height != b.height)
-    refuse("the images differ: " + shape_of(a) + " and " + shape_of(b));
+    fail("the images differ: " + shape_of(a) + " and " + shape_of(b));
 }
 
 // All channels of the operands in order; the domain is the intersection of theirs.
@@ -75,8 +75,8 @@ HObject channel_of(const Image& image, std::size_t channel) {
 void decompose(const HObject& image, std::initializer_list<HObject*> outputs) {
   const Image& source = single<Image>(image);
   if (source.channels.size() != outputs.size())
-    refuse("expects an image of " + std::to_string(outputs.size()) + " channels, not " +
-           std::to_string(source.channels.size()));
+    fail("expects an image of " + std::to_string(outputs.size()) + " channels, not " +
+         std::to_string(source.channels.size()));
   std::vector<HObject> channels;
   for (std::size_t i = 0; i < outputs.size(); ++i) channels.push_back(channel_of(source, i));
   auto channel = channels.begin();
@@ -96,7 +96,7 @@ void GenImageConst(HObject* image, const HTuple& type, const HTuple& width, cons
 
 void GenImage1(HObject* image, const HTuple& type, const HTuple& width, const HTuple& height, const void* pointer) {
   operate("GenImage1", [&] {
-    if (!pointer) refuse("the pixel pointer is null");
+    if (!pointer) fail("the pixel pointer is null");
     ImageDraft draft = one_channel(type, width, height);
     std::memcpy(draft.plane<std::byte>(0), pointer, draft.plane_bytes());
     *image = make_object(draft.finish());

@@ -31,13 +31,13 @@ void interleave4(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_
 
 // "bgr" takes the channels red, green, blue; "bgra" takes green, blue, alpha, red.
 HObject interleaved_image(const Image& image, std::string_view format) {
-  if (format != "bgr" && format != "bgra") refuse("the pixel format " + quoted(format) + " is not \"bgr\" or \"bgra\"");
+  if (format != "bgr" && format != "bgra") fail("the pixel format " + quoted(format) + " is not \"bgr\" or \"bgra\"");
   const std::size_t count = format.size();
   if (image.type != PixelType::Byte)
-    refuse(std::string("expects an image of type \"byte\", not \"") + pixel_type_name(image.type) + "\"");
+    fail(std::string("expects an image of type \"byte\", not \"") + pixel_type_name(image.type) + "\"");
   if (image.channels.size() != count)
-    refuse(quoted(format) + " expects an image of " + std::to_string(count) + " channels, not " +
-           std::to_string(image.channels.size()));
+    fail(quoted(format) + " expects an image of " + std::to_string(count) + " channels, not " +
+         std::to_string(image.channels.size()));
   ImageDraft draft(PixelType::Byte, image.width * static_cast<std::int32_t>(count), image.height, 1);
   const auto plane = [&](std::size_t channel) { return image.plane<std::uint8_t>(channel); };
   auto* to = draft.plane<std::uint8_t>(0);
@@ -106,7 +106,7 @@ HRegion HImage::GetDomain() const {
 void InterleaveChannels(const HObject& image, HObject* interleaved, const HTuple& pixel_format, const HTuple& row_bytes,
                         const HTuple& alpha) {
   operate("InterleaveChannels", [&] {
-    if (text_argument(row_bytes, "row_bytes") != "match") refuse("row_bytes must be \"match\"");
+    if (text_argument(row_bytes, "row_bytes") != "match") fail("row_bytes must be \"match\"");
     integer_argument(alpha, "alpha", 0, 255);
     *interleaved = interleaved_image(single<Image>(image), text_argument(pixel_format, "the pixel format"));
   });

@@ -43,23 +43,23 @@ HObject make_object(ObjectRef object) {
 
 const std::vector<ObjectRef>& objects_of(const HObject& object) {
   const ObjectTuple* tuple = Access::data(object);
-  if (!tuple) refuse("the object is not set");
+  if (!tuple) fail("the object is not set");
   return tuple->objects();
 }
 
 const IconicObject& single_of_class(const HObject& object, ObjectClass wanted) {
   const auto& objects = objects_of(object);
   if (objects.size() != 1)
-    refuse("expects one object of class \"" + std::string(class_name(wanted)) + "\", not " +
-           std::to_string(objects.size()) + " objects");
+    fail("expects one object of class \"" + std::string(class_name(wanted)) + "\", not " +
+         std::to_string(objects.size()) + " objects");
   require_class(*objects[0], wanted);
   return *objects[0];
 }
 
 void require_class(const IconicObject& object, ObjectClass wanted) {
   if (object.object_class != wanted)
-    refuse("expects an object of class \"" + std::string(class_name(wanted)) + "\", not \"" +
-           class_name(object.object_class) + "\"");
+    fail("expects an object of class \"" + std::string(class_name(wanted)) + "\", not \"" +
+         class_name(object.object_class) + "\"");
 }
 
 }  // namespace detail

@@ -15,11 +15,11 @@ using namespace detail;
 namespace {
 
 const ObjectRef& numbered_object(const std::vector<ObjectRef>& objects, const HTuple& index) {
-  if (Access::kind(index) != TupleKind::Integer) refuse("an index must be an integer");
+  if (Access::kind(index) != TupleKind::Integer) fail("an index must be an integer");
   const Hlong number = Access::integer(index);
   if (number < 1 || number > static_cast<Hlong>(objects.size()))
-    refuse("object " + std::to_string(number) + " of a tuple of " + std::to_string(objects.size()) +
-           " objects does not exist; objects are numbered from 1");
+    fail("object " + std::to_string(number) + " of a tuple of " + std::to_string(objects.size()) +
+         " objects does not exist; objects are numbered from 1");
   return objects[static_cast<std::size_t>(number - 1)];
 }
 

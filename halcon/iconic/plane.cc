@@ -24,7 +24,7 @@ const char* pixel_type_name(PixelType type) noexcept {
 PixelType pixel_type_of(std::string_view name) {
   for (const auto& [type, known] : pixel_types)
     if (name == known) return type;
-  refuse(quoted(name) + " is not a pixel type (byte, int1, int2, uint2, int4, int8, real)");
+  fail(quoted(name) + " is not a pixel type (byte, int1, int2, uint2, int4, int8, real)");
 }
 
 std::size_t pixel_size(PixelType type) noexcept {

@@ -61,11 +61,11 @@ ObjectRef make_region(Runs runs) { return make_region(std::make_shared<const Run
 // Each row of a rectangle or circle is one run.
 void check_rows(double rows) {
   if (!(rows <= limits::image_side))
-    refuse("a region of more than " + std::to_string(limits::image_side) + " rows is not made");
+    fail("a region of more than " + std::to_string(limits::image_side) + " rows is not made");
 }
 
 Runs rectangle_runs(std::int32_t row1, std::int32_t column1, std::int32_t row2, std::int32_t column2) {
-  if (row1 > row2 || column1 > column2) refuse("the second corner of a rectangle lies before the first");
+  if (row1 > row2 || column1 > column2) fail("the second corner of a rectangle lies before the first");
   check_rows(static_cast<double>(row2) - row1 + 1);
   Runs runs;
   for (std::int64_t row = row1; row <= row2; ++row) runs.add(static_cast<std::int32_t>(row), column1, column2);
@@ -75,8 +75,8 @@ Runs rectangle_runs(std::int32_t row1, std::int32_t column1, std::int32_t row2, 
 // The pixels whose centers lie inside the circle or on it.
 Runs circle_runs(double row, double column, double radius) {
   if (!(std::abs(row) < INT32_MAX / 2.0 && std::abs(column) < INT32_MAX / 2.0))
-    refuse("the center is too far from the origin");
-  if (!(radius > 0)) refuse("a radius must be positive");
+    fail("the center is too far from the origin");
+  if (!(radius > 0)) fail("a radius must be positive");
   check_rows(2 * radius);
   Runs runs;
   for (double y = std::ceil(row - radius); y <= row + radius; ++y) {
@@ -90,7 +90,7 @@ Runs circle_runs(double row, double column, double radius) {
 
 void require_equal_lengths(std::initializer_list<std::size_t> lengths) {
   for (const std::size_t length : lengths)
-    if (length != *lengths.begin()) refuse("the coordinate tuples differ in length");
+    if (length != *lengths.begin()) fail("the coordinate tuples differ in length");
 }
 
 }  // namespace
@@ -177,7 +177,7 @@ void GenRegionRuns(HObject* region, const HTuple& row, const HTuple& column_begi
               coordinate_arguments(column_end, "column_end")};
     require_equal_lengths({runs.rows.size(), runs.begins.size(), runs.ends.size()});
     for (std::size_t i = 0; i < runs.size(); ++i)
-      if (runs.begins[i] > runs.ends[i]) refuse("run " + std::to_string(i) + " ends before it begins");
+      if (runs.begins[i] > runs.ends[i]) fail("run " + std::to_string(i) + " ends before it begins");
     *region = make_object(make_region(normalized(std::move(runs))));
   });
 }

@@ -56,15 +56,15 @@ double length_of(const IconicObject& object) {
     case ObjectClass::Parallels:
       return length(static_cast<const Parallels&>(object).first);
     default:
-      refuse("expects XLD objects, not an object of class \"" + std::string(class_name(object.object_class)) + "\"");
+      fail("expects XLD objects, not an object of class \"" + std::string(class_name(object.object_class)) + "\"");
   }
 }
 
 Points points_from(const HTuple& rows, const HTuple& cols) {
   Points points{number_arguments(rows, "row"), number_arguments(cols, "col")};
   if (points.rows.size() != points.cols.size())
-    refuse(std::to_string(points.rows.size()) + " rows and " + std::to_string(points.cols.size()) +
-           " columns do not match");
+    fail(std::to_string(points.rows.size()) + " rows and " + std::to_string(points.cols.size()) +
+         " columns do not match");
   return points;
 }
 

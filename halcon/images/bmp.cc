@@ -55,7 +55,7 @@ struct Header {
 void read_size(const Fields& fields, Raster& raster) {
   const auto width = static_cast<std::int32_t>(fields.u32(18)), height = static_cast<std::int32_t>(fields.u32(22));
   if (width <= 0 || height == 0)
-    refuse("an image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels holds nothing");
+    fail("an image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels holds nothing");
   raster.width = static_cast<std::uint32_t>(width);
   raster.bottom_up = height > 0;
   raster.height = height > 0 ? static_cast<std::uint32_t>(height) : 0U - static_cast<std::uint32_t>(height);
@@ -77,9 +77,9 @@ Header read_header(const Fields& fields, Raster& raster) {
     if (header.size >= 20) header.compression = fields.u32(30);
     if (header.size >= 36) header.colors = fields.u32(46);
   } else {
-    refuse("a BMP header of " + std::to_string(header.size) + " bytes is not known");
+    fail("a BMP header of " + std::to_string(header.size) + " bytes is not known");
   }
-  if (header.pixels_at < header.palette_at()) refuse("its pixels start inside its header");
+  if (header.pixels_at < header.palette_at()) fail("its pixels start inside its header");
   return header;
 }
 
@@ -93,8 +93,8 @@ void check_compression(Header& header, unsigned bits) {
   });
   const bool embedded = stored == jpeg || stored == png;
   if ((os2 && header.compression != rle24) || !(known || embedded))
-    refuse("a BMP file of " + std::to_string(bits) + " bits per pixel with compression " + std::to_string(stored) +
-           (os2 ? " (OS/2)" : "") + " is not read");
+    fail("a BMP file of " + std::to_string(bits) + " bits per pixel with compression " + std::to_string(stored) +
+         (os2 ? " (OS/2)" : "") + " is not read");
 }
 
 Palette read_palette(const Fields& fields, const Header& header, unsigned bits) {
@@ -182,7 +182,7 @@ class RunLengths {
 
   template <class Byte>
   void put(unsigned count, Byte&& byte) {
-    if (y_ >= height_ || x_ > stride_ || count > stride_ - x_) refuse("its run lengths leave the image");
+    if (y_ >= height_ || x_ > stride_ || count > stride_ - x_) fail("its run lengths leave the image");
     std::byte* to = pixels_.data() + (y_ * stride_ + x_) * pixel_bytes_;
     for (unsigned i = 0; i < count; ++i)
       for (std::size_t k = 0; k < pixel_bytes_; ++k) *to++ = static_cast<std::byte>(byte(i, k));
@@ -200,10 +200,10 @@ ImageRef read_embedded(Bytes inner, std::string_view wanted) {
   for (const ImageReader& reader : image_readers()) {
     if (reader.name != wanted) continue;
     if (!reader.recognizes(inner)) break;
-    if (!reader.read) refuse("holds a " + std::string(wanted) + " file: " + reader.missing);
+    if (!reader.read) fail("holds a " + std::string(wanted) + " file: " + reader.missing);
     return reader.read(inner).front();
   }
-  refuse("should hold a " + std::string(wanted) + " file, but does not");
+  fail("should hold a " + std::string(wanted) + " file, but does not");
 }
 
 }  // namespace
@@ -288,13 +288,13 @@ void write_row(const Image& image, std::size_t at, std::size_t width, std::uint8
 Buffer<std::byte> write_bmp(const Image& image) {
   const std::size_t channels = image.channels.size();
   if (image.type != PixelType::Byte || channels == 2 || channels > 4)
-    refuse_to_write(image, "BMP holds byte images of 1, 3 or 4 channels");
+    reject_to_write(image, "BMP holds byte images of 1, 3 or 4 channels");
   const std::size_t width = static_cast<std::size_t>(image.width), height = static_cast<std::size_t>(image.height);
   const std::size_t stride = (width * channels + 3) / 4 * 4;
   const std::uint32_t header = channels == 4 ? v4_header : info_header;
   const std::uint32_t pixels_at = file_header + header + (channels == 1 ? 1024 : 0);
   const std::uint64_t bytes = std::uint64_t{stride} * height;
-  if (bytes > UINT32_MAX - pixels_at) refuse("BMP holds at most 4 GiB, not " + std::to_string(bytes) + " bytes");
+  if (bytes > UINT32_MAX - pixels_at) fail("BMP holds at most 4 GiB, not " + std::to_string(bytes) + " bytes");
 
   Writer out(pixels_at);
   write_header(out, image, header, pixels_at, static_cast<std::uint32_t>(bytes));

@@ -105,22 +105,22 @@ constexpr ImageWriter writers[] = {
 
 void ImageBudget::charge(std::uint64_t width, std::uint64_t height, std::uint64_t channels, PixelType type) {
   check_image_size(width, height, channels, type, file_bytes_);
-  if (++images_ > limits::file_images) refuse("holds more than " + std::to_string(limits::file_images) + " images");
+  if (++images_ > limits::file_images) fail("holds more than " + std::to_string(limits::file_images) + " images");
   bytes_ += width * height * channels * pixel_size(type);  // each at most limits::image_bytes: fits
   if (bytes_ > limits::image_bytes)
-    refuse("its images take more than " + std::to_string(limits::image_bytes) + " bytes together");
+    fail("its images take more than " + std::to_string(limits::image_bytes) + " bytes together");
   if (bytes_ > limits::decoded_free && bytes_ / limits::decoded_per_byte > file_bytes_)
-    refuse("its first " + std::to_string(images_) + " images take " + std::to_string(bytes_) +
-           " bytes, more than a file of " + std::to_string(file_bytes_) + " bytes can hold");
+    fail("its first " + std::to_string(images_) + " images take " + std::to_string(bytes_) +
+         " bytes, more than a file of " + std::to_string(file_bytes_) + " bytes can hold");
 }
 
 std::span<const ImageReader> image_readers() { return readers; }
 std::span<const ImageWriter> image_writers() { return writers; }
 
-void refuse_to_write(const Image& image, const char* holds) {
+void reject_to_write(const Image& image, const char* holds) {
   const std::size_t channels = image.channels.size();
-  refuse(std::string(holds) + ", not " + std::to_string(channels) + (channels == 1 ? " channel" : " channels") +
-         " of type " + pixel_type_name(image.type));
+  fail(std::string(holds) + ", not " + std::to_string(channels) + (channels == 1 ? " channel" : " channels") +
+       " of type " + pixel_type_name(image.type));
 }
 
 }  // namespace HalconCpp::detail

@@ -19,7 +19,7 @@ ImageRef read_ras(Bytes file);  // Sun raster
 ImageRef read_xwd(Bytes file);
 ImageRef read_pnm(Bytes file);
 
-// Each rejects (`refuse_to_write`) an image that its format cannot hold exactly.
+// Each rejects (`reject_to_write`) an image that its format cannot hold exactly.
 Buffer<std::byte> write_png(const Image& image);
 Buffer<std::byte> write_jpeg(const Image& image);
 Buffer<std::byte> write_tiff(const Image& image);
@@ -32,7 +32,7 @@ Buffer<std::byte> write_pbm(const Image& image);
 
 // "PNG holds byte and uint2 images of 1 to 4 channels, not 5 channels of type real"; `holds` is the text up to the
 // comma.
-[[noreturn]] void refuse_to_write(const Image& image, const char* holds);
+[[noreturn]] void reject_to_write(const Image& image, const char* holds);
 
 }  // namespace HalconCpp::detail
 

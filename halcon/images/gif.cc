@@ -32,12 +32,12 @@ int read_source(GifFileType* gif, GifByteType* to, int bytes) {
   return static_cast<int>(static_cast<MemorySource*>(gif->UserData)->read(to, static_cast<std::size_t>(bytes)));
 }
 
-[[noreturn]] void fail(int error) {
+[[noreturn]] void fail_with(int error) {
   if (error == D_GIF_ERR_NOT_ENOUGH_MEM) throw std::bad_alloc();
-  if (error == D_GIF_ERR_READ_FAILED) refuse("the file ends too early");
-  if (error == D_GIF_ERR_EOF_TOO_SOON) refuse("a picture ends too early: the file is damaged");
+  if (error == D_GIF_ERR_READ_FAILED) fail("the file ends too early");
+  if (error == D_GIF_ERR_EOF_TOO_SOON) fail("a picture ends too early: the file is damaged");
   const char* text = GifErrorString(error);  // null where giflib sets no code
-  refuse(text ? text : "giflib cannot decode it: the file is damaged");
+  fail(text ? text : "giflib cannot decode it: the file is damaged");
 }
 
 Palette palette_of(const ColorMapObject& map) {
@@ -66,8 +66,8 @@ class GifReader {
     gif_ = DGifOpen(&source_, read_source, &error);
     if (gif_) return;
     // giflib does not say why it has no screen: the file ended, or there was no memory for the color table.
-    if (error != D_GIF_ERR_NO_SCRN_DSCR) fail(error);
-    fail(source_.position >= source_.content.size() ? D_GIF_ERR_READ_FAILED : D_GIF_ERR_NOT_ENOUGH_MEM);
+    if (error != D_GIF_ERR_NO_SCRN_DSCR) fail_with(error);
+    fail_with(source_.position >= source_.content.size() ? D_GIF_ERR_READ_FAILED : D_GIF_ERR_NOT_ENOUGH_MEM);
   }
   ~GifReader() { DGifCloseFile(gif_, nullptr); }
   GifReader(const GifReader&) = delete;
@@ -89,7 +89,7 @@ class GifReader {
         return has_frames_ = true;
       }
     }
-    if (!has_frames_) refuse("holds no picture");
+    if (!has_frames_) fail("holds no picture");
     return false;
   }
 
@@ -105,7 +105,7 @@ class GifReader {
 
  private:
   void check(int result) {
-    if (result != GIF_OK) fail(gif_->Error);
+    if (result != GIF_OK) fail_with(gif_->Error);
   }
 
   // A Plain Text Extension is drawn by no viewer of today; it uses up the control that precedes it.
@@ -126,7 +126,7 @@ class GifReader {
     check(DGifGetImageDesc(gif_));
     const GifImageDesc& image = gif_->Image;
     const ColorMapObject* map = image.ColorMap ? image.ColorMap : gif_->SColorMap;
-    if (!map) refuse("holds no colors for a picture");
+    if (!map) fail("holds no colors for a picture");
     const auto size = [](GifWord value) { return static_cast<std::size_t>(value); };
     return {size(image.Left), size(image.Top),  size(image.Width),        size(image.Height),
             image.Interlace,  palette_of(*map), control.TransparentColor, control.DisposalMode};

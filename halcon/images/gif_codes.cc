@@ -54,7 +54,7 @@ class Narrower {
 
   void run() {
     for (unsigned code; read(code);) {
-      if (code > 255 && code < clear_) refuse("a color beyond its palette: the file is damaged");
+      if (code > 255 && code < clear_) fail("a color beyond its palette: the file is damaged");
       const unsigned mapped = code < clear_ ? code : code - clear_ + narrow_clear;
       if (mapped == narrow_clear + 1) break;
       write(mapped);

@@ -45,8 +45,8 @@ void keep_error(const char* text, void* user) {
 }
 void ignore(const char*, void*) {}
 
-[[noreturn]] void refuse_because(const Message& message) {
-  refuse(message[0] ? message.data() : "OpenJPEG fails and gives no reason");
+[[noreturn]] void reject_because(const Message& message) {
+  fail(message[0] ? message.data() : "OpenJPEG fails and gives no reason");
 }
 
 constexpr auto failed = static_cast<OPJ_SIZE_T>(-1);
@@ -116,10 +116,10 @@ Picture decode(Bytes file, bool boxed) {
               opj_codec_set_threads(codec.get(), 0) && opj_read_header(stream.get(), codec.get(), &header);
   Picture picture(header);
   done = done && opj_decode(codec.get(), stream.get(), picture.get());
-  if (!done) refuse_because(message);
+  if (!done) reject_because(message);
   for (OPJ_UINT32 c = 0; c < picture->numcomps; ++c)
     if (const auto& component = picture->comps[c]; !component.data || component.w == 0 || component.h == 0)
-      refuse("component " + std::to_string(c) + " holds nothing");
+      fail("component " + std::to_string(c) + " holds nothing");
   return picture;
 }
 
@@ -155,7 +155,7 @@ Scale scale_of(const opj_image_t& picture, Colours colours) {
     scale.is_signed = scale.is_signed && picture.comps[c].sgnd;
   }
   if (scale.bits > 31 || (scale.bits > 16 && colours != Colours::AsStored))
-    refuse("its samples of " + std::to_string(scale.bits) + " bits are too wide to be read");
+    fail("its samples of " + std::to_string(scale.bits) + " bits are too wide to be read");
   if (scale.bits > 16)
     scale.type = PixelType::Int4;
   else if (scale.bits > 8)
@@ -277,7 +277,7 @@ Picture make_picture(const Image& image) {
     case PixelType::Int2:
       return make_picture<std::int16_t>(image);
     default:
-      refuse_to_write(image, "JPEG 2000 holds byte, int1, uint2 and int2 images");
+      reject_to_write(image, "JPEG 2000 holds byte, int1, uint2 and int2 images");
   }
 }
 
@@ -321,7 +321,7 @@ Buffer<std::byte> write_jp2(const Image& image) {
                     opj_start_compress(codec.get(), picture.get(), stream.get()) &&
                     opj_encode(codec.get(), stream.get()) && opj_end_compress(codec.get(), stream.get());
   if (sink.out_of_memory) throw std::bad_alloc();
-  if (!done) refuse_because(message);
+  if (!done) reject_because(message);
   return std::move(sink.content);
 }
 

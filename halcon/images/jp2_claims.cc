@@ -11,7 +11,7 @@ namespace HalconCpp::detail {
 
 namespace {
 
-[[noreturn]] void refuse_short() { refuse("the file ends too early"); }
+[[noreturn]] void reject_short() { fail("the file ends too early"); }
 
 // Big-endian numbers at the front of some bytes.
 class Cursor {
@@ -25,7 +25,7 @@ class Cursor {
     return value;
   }
   Bytes take(std::uint64_t size) {
-    if (size > bytes_.size()) refuse_short();
+    if (size > bytes_.size()) reject_short();
     const Bytes taken = bytes_.first(static_cast<std::size_t>(size));
     bytes_ = bytes_.subspan(static_cast<std::size_t>(size));
     return taken;
@@ -55,7 +55,7 @@ Box next_box(Cursor& cursor) {
     header = 16;
   }
   if (length == 0) length = header + cursor.left();
-  if (length < header) refuse("a box of " + std::to_string(length) + " bytes is too short for itself");
+  if (length < header) fail("a box of " + std::to_string(length) + " bytes is too short for itself");
   return {type, cursor.take(length - header)};
 }
 
@@ -82,7 +82,7 @@ class Codestream {
   void check() {
     Cursor cursor(bytes_);
     if (cursor.number(2) != start_of_codestream || cursor.number(2) != image_and_tile_size)
-      refuse("its codestream does not begin with the image size");
+      fail("its codestream does not begin with the image size");
     read_size(segment(cursor));
     std::uint32_t marker = cursor.number(2);
     for (; marker != start_of_tile_part; marker = cursor.number(2)) read_segment(marker, segment(cursor));
@@ -92,13 +92,13 @@ class Codestream {
     }
     const auto found = static_cast<std::uint64_t>(std::count(seen_.begin(), seen_.end(), true));
     if (found < tiles_)
-      refuse(std::to_string(tiles_ - found) + " of its " + std::to_string(tiles_) + " tiles are missing");
+      fail(std::to_string(tiles_ - found) + " of its " + std::to_string(tiles_) + " tiles are missing");
   }
 
  private:
   static Cursor segment(Cursor& cursor) {
     const std::uint32_t length = cursor.number(2);
-    if (length < 2) refuse("a marker segment of " + std::to_string(length) + " bytes is too short for itself");
+    if (length < 2) fail("a marker segment of " + std::to_string(length) + " bytes is too short for itself");
     return Cursor(cursor.take(length - 2));
   }
 
@@ -112,19 +112,18 @@ class Codestream {
     height_ = bottom - std::min(top, bottom);
     // OpenJPEG holds every sample in 32 bits.
     check_image_size(width_, height_, std::max(components_, palette_channels_), PixelType::Int4, bytes_.size());
-    if (tile_width == 0 || tile_height == 0 || tile_left >= right || tile_top >= bottom)
-      refuse("its tiles have no size");
+    if (tile_width == 0 || tile_height == 0 || tile_left >= right || tile_top >= bottom) fail("its tiles have no size");
     tiles_ = ceil_divided(right - tile_left, tile_width) * ceil_divided(bottom - tile_top, tile_height);
     // A tile takes a header of 14 bytes and a byte for each component at least.
     constexpr std::uint64_t tile_header = 14;
     if (tiles_ > bytes_.size() / std::max<std::uint64_t>(tile_header, components_))
-      refuse("claims " + std::to_string(tiles_) + " tiles, more than " + std::to_string(bytes_.size()) +
-             " bytes can hold");
+      fail("claims " + std::to_string(tiles_) + " tiles, more than " + std::to_string(bytes_.size()) +
+           " bytes can hold");
     // About what OpenJPEG keeps for a tile and for each of its components before it decodes the first one.
     constexpr std::uint64_t tile_cost = 6000, component_cost = 1200;
     const std::uint64_t tile_bytes = tiles_ * (tile_cost + component_cost * components_);
     if (tile_bytes > limits::decoded_free && tile_bytes / limits::tables_per_byte > bytes_.size())
-      refuse("claims " + std::to_string(tiles_) + " tiles, too many for " + std::to_string(bytes_.size()) + " bytes");
+      fail("claims " + std::to_string(tiles_) + " tiles, too many for " + std::to_string(bytes_.size()) + " bytes");
     seen_.resize(static_cast<std::size_t>(tiles_));
   }
 
@@ -147,7 +146,7 @@ class Codestream {
     const std::uint32_t levels = content.number(1);
     const unsigned block_width = content.number(1) + 2, block_height = content.number(1) + 2;
     content.number(2);
-    if (levels > 32) refuse("claims " + std::to_string(levels) + " levels of decomposition; 32 are possible");
+    if (levels > 32) fail("claims " + std::to_string(levels) + " levels of decomposition; 32 are possible");
     std::uint64_t packets = 0, blocks = 0;
     for (std::uint32_t r = 0; r <= levels; ++r) {
       const std::uint32_t precinct = style & 1 ? content.number(1) : 0xff;
@@ -166,11 +165,11 @@ class Codestream {
   void check_costs(std::uint64_t packets, std::uint64_t blocks) const {
     constexpr std::uint64_t block_cost = 800;
     if (packets > bytes_.size() / std::max<std::uint32_t>(layers_, 1))
-      refuse("claims " + std::to_string(packets) + " packets in each of " + std::to_string(layers_) +
-             " layers, more than " + std::to_string(bytes_.size()) + " bytes can hold");
+      fail("claims " + std::to_string(packets) + " packets in each of " + std::to_string(layers_) +
+           " layers, more than " + std::to_string(bytes_.size()) + " bytes can hold");
     if (blocks > limits::decoded_free / block_cost && blocks > bytes_.size() * (limits::decoded_per_byte / block_cost))
-      refuse("claims " + std::to_string(blocks) + " code-blocks, too many for " + std::to_string(bytes_.size()) +
-             " bytes");
+      fail("claims " + std::to_string(blocks) + " code-blocks, too many for " + std::to_string(bytes_.size()) +
+           " bytes");
   }
 
   // `cursor` stands behind the marker; the length of the part counts from it, 0 for all that is left.
@@ -178,11 +177,11 @@ class Codestream {
     const std::size_t available = cursor.left() + 2;
     Cursor header = segment(cursor);
     const std::uint32_t tile = header.number(2), length = header.number(4);
-    if (tile >= tiles_) refuse("tile " + std::to_string(tile) + " is not one of " + std::to_string(tiles_));
+    if (tile >= tiles_) fail("tile " + std::to_string(tile) + " is not one of " + std::to_string(tiles_));
     seen_[tile] = true;
     const std::size_t used = available - cursor.left();
     if (length != 0 && length < used)
-      refuse("a tile part of " + std::to_string(length) + " bytes is too short for itself");
+      fail("a tile part of " + std::to_string(length) + " bytes is too short for itself");
     Cursor part(cursor.take(length == 0 ? cursor.left() : length - used));
     if (part.left() == 0) return;
     for (std::uint32_t marker = part.number(2); marker != start_of_data; marker = part.number(2))

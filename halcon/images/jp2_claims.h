@@ -11,7 +11,7 @@ struct Jp2Claims {
   bool gray_palette = false;  // its palette holds grays only
 };
 
-// Refuses a file that is cut short, that misses tiles, or whose claims about size, tiles, packets and code-blocks would
+// Rejects a file that is cut short, that misses tiles, or whose claims about size, tiles, packets and code-blocks would
 // take memory out of proportion to its bytes.
 Jp2Claims check_jp2(Bytes file);
 

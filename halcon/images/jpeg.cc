@@ -69,12 +69,12 @@ std::string reason(const Failure& failure) {
   return "JPEG: " + std::string(failure.text);
 }
 
-// Runs library calls and turns their failure into a refusal.
+// Runs library calls and turns their failure into a failure.
 template <class Body>
 void call_jpeg(Failure& failure, Body&& body) {
   if (jump_free(failure.place, body)) return;
   if (failure.manager.msg_code == JERR_OUT_OF_MEMORY) throw std::bad_alloc();
-  refuse(reason(failure));
+  fail(reason(failure));
 }
 
 // The library reaches it through its first member.
@@ -111,9 +111,9 @@ class Decoder {
   ImageRef decode() {
     call_jpeg(failure_, [this] { read_header(); });
     if (jpeg_.num_components == 2 || jpeg_.num_components > 4)
-      refuse("JPEG of " + std::to_string(jpeg_.num_components) + " colour components is not read");
+      fail("JPEG of " + std::to_string(jpeg_.num_components) + " colour components is not read");
     if (jpeg_.data_precision != 8)
-      refuse("JPEG of " + std::to_string(jpeg_.data_precision) + " bits per sample is not read");
+      fail("JPEG of " + std::to_string(jpeg_.data_precision) + " bits per sample is not read");
     const std::size_t channels = jpeg_.num_components == 1 ? 1 : 3, width = jpeg_.image_width;
     check_image_size(width, jpeg_.image_height, channels, PixelType::Byte, file_.size());
     scans_.manager.progress_monitor = count_scans;
@@ -231,7 +231,7 @@ ImageRef read_jpeg(Bytes file) { return Decoder(file).decode(); }
 Buffer<std::byte> write_jpeg(const Image& image) {
   const std::size_t channels = image.channels.size();
   if (image.type != PixelType::Byte || (channels != 1 && channels != 3))
-    refuse_to_write(image, "JPEG holds byte images of 1 or 3 channels");
+    reject_to_write(image, "JPEG holds byte images of 1 or 3 channels");
   return Encoder().encode(image);
 }
 

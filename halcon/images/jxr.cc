@@ -48,8 +48,7 @@ Buffer<std::byte> plain_copy(Bytes file) {
 
   // Files of jxrlib's own encoder give the end of the alpha plane in place of its size.
   const std::uint64_t alpha_end = places[3] > places[2] ? places[3] : places[2] + places[3];
-  if (places[1] == 0 || places[0] + places[1] > file.size() || alpha_end > file.size())
-    refuse("the file ends too early");
+  if (places[1] == 0 || places[0] + places[1] > file.size() || alpha_end > file.size()) fail("the file ends too early");
   return copy;
 }
 
@@ -75,7 +74,7 @@ class Decoder {
   void open() {
     if (CreateWS_Memory(&stream_, file_.data(), file_.size()) < 0 || PKImageDecode_Create_WMP(&decoder_) < 0)
       throw std::bad_alloc();
-    if (decoder_->Initialize(decoder_, stream_) < 0) refuse("is no sound JPEG XR file");
+    if (decoder_->Initialize(decoder_, stream_) < 0) fail("is no sound JPEG XR file");
   }
 
   void close() noexcept {
@@ -103,9 +102,9 @@ struct Layout {
 Layout layout_of(PKImageDecode* decoder) {
   PKPixelInfo info{};
   PKPixelFormatGUID format;
-  if (decoder->GetPixelFormat(decoder, &format) < 0) refuse("has no pixel format");
+  if (decoder->GetPixelFormat(decoder, &format) < 0) fail("has no pixel format");
   info.pGUIDPixFmt = &format;
-  if (PixelFormatLookup(&info, LOOKUP_FORWARD) < 0) refuse("has an unknown pixel format");
+  if (PixelFormatLookup(&info, LOOKUP_FORWARD) < 0) fail("has an unknown pixel format");
 
   const bool color =
       info.uInterpretation == PK_PI_B0 || info.uInterpretation == PK_PI_RGB || info.uInterpretation == PK_PI_NCH;
@@ -113,8 +112,8 @@ Layout layout_of(PKImageDecode* decoder) {
   const bool known = info.bdBitDepth == BD_1 || info.bdBitDepth == BD_8 || info.bdBitDepth == BD_16 ||
                      info.bdBitDepth == BD_32F || packed;
   if (!color || !known)
-    refuse("JPEG XR samples of kind " + std::to_string(info.bdBitDepth) + " and colour space " +
-           std::to_string(info.uInterpretation) + " are not read");
+    fail("JPEG XR samples of kind " + std::to_string(info.bdBitDepth) + " and colour space " +
+         std::to_string(info.uInterpretation) + " are not read");
   const PixelType type = info.bdBitDepth == BD_16    ? PixelType::UInt2
                          : info.bdBitDepth == BD_32F ? PixelType::Real
                                                      : PixelType::Byte;
@@ -170,7 +169,7 @@ ImageRef read_jxr(Bytes file) {
   Buffer<std::byte> pixels(layout.row_bytes(width) * height);
   if (decoder->Copy(decoder.get(), &area, reinterpret_cast<U8*>(pixels.data()),
                     static_cast<U32>(layout.row_bytes(width))) < 0)
-    refuse("its pixels cannot be decoded: the file is damaged");
+    fail("its pixels cannot be decoded: the file is damaged");
   return split(pixels, layout, width, height);
 }
 

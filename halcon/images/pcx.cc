@@ -24,7 +24,7 @@ constexpr struct {
 
 Raster read_header(const Fields& fields) {
   const std::uint32_t left = fields.u16(4), top = fields.u16(6), right = fields.u16(8), bottom = fields.u16(10);
-  if (right < left || bottom < top) refuse("its right or bottom border lies before the left or top one");
+  if (right < left || bottom < top) fail("its right or bottom border lies before the left or top one");
   Raster raster;
   raster.width = right - left + 1;
   raster.height = bottom - top + 1;
@@ -33,9 +33,9 @@ Raster read_header(const Fields& fields) {
   raster.row_bytes = std::size_t{fields.u16(66)} * raster.planes;
   if (std::none_of(std::begin(layouts), std::end(layouts),
                    [&](auto known) { return known.bits == raster.bits && known.planes == raster.planes; }))
-    refuse("a PCX file of " + std::to_string(raster.planes) + " planes of " + std::to_string(raster.bits) +
-           " bits is not read");
-  if (fields.u16(66) * 8U < raster.width * raster.bits) refuse("its rows are shorter than its width");
+    fail("a PCX file of " + std::to_string(raster.planes) + " planes of " + std::to_string(raster.bits) +
+         " bits is not read");
+  if (fields.u16(66) * 8U < raster.width * raster.bits) fail("its rows are shorter than its width");
   return raster;
 }
 
@@ -71,7 +71,7 @@ Palette palette_of(const Fields& fields, const Raster& raster, Bytes file) {
   }
   if (has_final_palette(file)) return Palette(octets(file.last(final_palette_bytes)), 256, 3, {0, 1, 2});
   constexpr std::uint32_t grayscale = 2;  // PaletteInfo
-  if (fields.u16(68) != grayscale) refuse("its palette is missing: the file ends too early");
+  if (fields.u16(68) != grayscale) fail("its palette is missing: the file ends too early");
   return Palette::gray_ramp(256);
 }
 

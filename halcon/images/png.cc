@@ -28,10 +28,10 @@ struct Failure {
 
 void ignore_warning(png_structp, png_const_charp) {}
 
-// Runs library calls and turns their failure into a refusal.
+// Runs library calls and turns their failure into a failure.
 template <class Body>
 void call_png(Failure& failure, Body&& body) {
-  if (!jump_free(failure.place, body)) refuse("PNG: " + std::string(failure.text));
+  if (!jump_free(failure.place, body)) fail("PNG: " + std::string(failure.text));
 }
 
 class Decoder {
@@ -221,7 +221,7 @@ Buffer<std::byte> write_png(const Image& image) {
     if (image.type == PixelType::Byte) return Encoder().encode<std::uint8_t>(image);
     if (image.type == PixelType::UInt2) return Encoder().encode<std::uint16_t>(image);
   }
-  refuse_to_write(image, "PNG holds byte and uint2 images of 1 to 4 channels");
+  reject_to_write(image, "PNG holds byte and uint2 images of 1 to 4 channels");
 }
 
 }  // namespace HalconCpp::detail

@@ -23,7 +23,7 @@ class Scanner {
 
   // A comment reads as one line end.
   char next() {
-    if (at_ == file_.size()) refuse("the file ends too early");
+    if (at_ == file_.size()) fail("the file ends too early");
     const char c = static_cast<char>(file_[at_++]);
     return c == '#' ? skip_comment() : c;
   }
@@ -38,11 +38,11 @@ class Scanner {
     std::uint32_t value = 0;
     while (c >= '0' && c <= '9') {
       value = value * 10 + static_cast<std::uint32_t>(c - '0');
-      if (value > max_number) refuse("a number is larger than " + std::to_string(max_number));
+      if (value > max_number) fail("a number is larger than " + std::to_string(max_number));
       if (at_ == file_.size()) return value;
       c = next();
     }
-    if (!is_space(c)) refuse("expected a number, found " + quoted({&c, 1}));
+    if (!is_space(c)) fail("expected a number, found " + quoted({&c, 1}));
     return value;
   }
   // Up to the next white space, which is skipped as well.
@@ -90,7 +90,7 @@ void read_named(Scanner& text, Header& header) {
     else if (name == "TUPLTYPE")
       text.word();
     else
-      refuse("the header holds the unknown line " + quoted(name));
+      fail("the header holds the unknown line " + quoted(name));
   }
 }
 
@@ -111,7 +111,7 @@ Header read_header(Scanner& text) {
   else
     read_numbers(text, kind, header);
   if (header.maximum == 0 || header.maximum > 65535)
-    refuse("the largest sample is " + std::to_string(header.maximum) + "; 1 to 65535 are read");
+    fail("the largest sample is " + std::to_string(header.maximum) + "; 1 to 65535 are read");
   return header;
 }
 
@@ -124,7 +124,7 @@ std::uint64_t raster_bytes(const Header& header) {
 
 void check_sample(std::uint32_t sample, const Header& header) {
   if (sample > header.maximum)
-    refuse("a sample of " + std::to_string(sample) + " is above the largest, " + std::to_string(header.maximum));
+    fail("a sample of " + std::to_string(sample) + " is above the largest, " + std::to_string(header.maximum));
 }
 
 template <class T>
@@ -178,7 +178,7 @@ void read_text_bits(Scanner& text, const Header& header, std::uint8_t* to) {
   const std::size_t count = header.row_samples() * header.height;
   for (std::size_t i = 0; i < count; ++i) {
     const char c = text.next_visible();
-    if (c != '0' && c != '1') refuse("expected a bit, found " + quoted({&c, 1}));
+    if (c != '0' && c != '1') fail("expected a bit, found " + quoted({&c, 1}));
     to[i] = c == '0' ? 255 : 0;
   }
 }
@@ -202,11 +202,11 @@ Buffer<std::byte> with_header(std::string_view kind, const Image& image, std::st
   return file;
 }
 
-// Rejects an image whose number of channels is neither `a` nor `b`; `holds` as refuse_to_write takes it.
+// Rejects an image whose number of channels is neither `a` nor `b`; `holds` as reject_to_write takes it.
 Buffer<std::byte> write_samples(const Image& image, std::size_t a, std::size_t b, const char* holds) {
   const std::size_t channels = image.channels.size(), samples = image.pixels() * channels;
   const bool wide = image.type == PixelType::UInt2;
-  if (!(wide || image.type == PixelType::Byte) || (channels != a && channels != b)) refuse_to_write(image, holds);
+  if (!(wide || image.type == PixelType::Byte) || (channels != a && channels != b)) reject_to_write(image, holds);
   const std::size_t raster_size = samples * pixel_size(image.type);
   Buffer<std::byte> file = with_header(channels == 1 ? "P5" : "P6", image, wide ? "65535\n" : "255\n", raster_size);
   auto* to = reinterpret_cast<std::uint8_t*>(file.end()) - raster_size;
@@ -232,7 +232,7 @@ ImageRef read_pnm(Bytes file) {
   Scanner text(file, 1);
   const Header header = read_header(text);
   check_image_size(header.width, header.height, header.channels, header.type(), file.size());
-  if (text.rest().size() < raster_bytes(header)) refuse("the file ends too early");
+  if (text.rest().size() < raster_bytes(header)) fail("the file ends too early");
   if (header.bits && !header.plain) return read_raw_bits(header, text.rest());
   ImageDraft draft(header.type(), static_cast<std::int32_t>(header.width), static_cast<std::int32_t>(header.height),
                    header.channels);
@@ -259,7 +259,7 @@ Buffer<std::byte> write_ppm(const Image& image) {
 
 Buffer<std::byte> write_pbm(const Image& image) {
   if (image.type != PixelType::Byte || image.channels.size() != 1)
-    refuse_to_write(image, "PBM holds byte images of 1 channel");
+    reject_to_write(image, "PBM holds byte images of 1 channel");
   const auto width = static_cast<std::size_t>(image.width), row_bytes = (width + 7) / 8;
   const std::size_t raster_size = row_bytes * static_cast<std::size_t>(image.height);
   Buffer<std::byte> file = with_header("P4", image, "", raster_size);
@@ -268,8 +268,7 @@ Buffer<std::byte> write_pbm(const Image& image) {
   const auto* pixel = image.plane<std::uint8_t>(0);
   for (std::int32_t y = 0; y < image.height; ++y, row += row_bytes, pixel += width)
     for (std::size_t x = 0; x < width; ++x) {
-      if (pixel[x] != 0 && pixel[x] != 255)
-        refuse("PBM holds pixels of 0 and 255 only, not " + std::to_string(pixel[x]));
+      if (pixel[x] != 0 && pixel[x] != 255) fail("PBM holds pixels of 0 and 255 only, not " + std::to_string(pixel[x]));
       if (pixel[x] == 0) row[x / 8] |= static_cast<std::uint8_t>(0x80 >> x % 8);
     }
   return file;

@@ -30,8 +30,8 @@ Raster layout_of(std::uint32_t depth, std::uint32_t type) {
 
 Palette read_map(const Fields& fields, std::uint32_t depth, std::uint32_t type, std::uint32_t length) {
   if (type != rmt_equal_rgb || depth > 8 || length > 3 * 256 || length % 3 != 0)
-    refuse("a color map of type " + std::to_string(type) + " and " + std::to_string(length) +
-           " bytes is not read with " + std::to_string(depth) + " bits per pixel");
+    fail("a color map of type " + std::to_string(type) + " and " + std::to_string(length) + " bytes is not read with " +
+         std::to_string(depth) + " bits per pixel");
   const std::size_t colors = length / 3;
   return Palette(octets(fields.part(header_size, length)), colors, 1, {0, colors, 2 * colors});
 }
@@ -59,9 +59,9 @@ Buffer<std::byte> decompress(Bytes data, std::size_t size) {
 ImageRef read_ras(Bytes file) {
   const Fields fields(file, std::endian::big);
   const std::uint32_t depth = fields.u32(12), type = fields.u32(20), map_length = fields.u32(28);
-  if (type > rt_format_rgb) refuse("a Sun raster file of type " + std::to_string(type) + " is not read");
+  if (type > rt_format_rgb) fail("a Sun raster file of type " + std::to_string(type) + " is not read");
   if (depth != 1 && depth != 8 && depth != 24 && depth != 32)
-    refuse("a Sun raster file of " + std::to_string(depth) + " bits per pixel is not read");
+    fail("a Sun raster file of " + std::to_string(depth) + " bits per pixel is not read");
   Raster raster = layout_of(depth, type);
   if (map_length > 0) raster.palette = read_map(fields, depth, fields.u32(24), map_length);
   raster.width = fields.u32(4);

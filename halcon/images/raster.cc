@@ -10,12 +10,12 @@ namespace HalconCpp::detail {
 
 Bytes Fields::part(std::uint64_t at, std::uint64_t bytes) const {
   const Bytes tail = rest(at);
-  if (bytes > tail.size()) refuse("the file ends too early");
+  if (bytes > tail.size()) fail("the file ends too early");
   return tail.first(static_cast<std::size_t>(bytes));
 }
 
 Bytes Fields::rest(std::uint64_t at) const {
-  if (at > file_.size()) refuse("the file ends too early");
+  if (at > file_.size()) fail("the file ends too early");
   return file_.subspan(static_cast<std::size_t>(at));
 }
 
@@ -210,7 +210,7 @@ void check_raster(const Raster& raster, std::size_t file_bytes) {
 }
 
 ImageRef read_raster(const Raster& raster, Bytes rows) {
-  if (rows.size() < raster.bytes()) refuse("the file ends too early");
+  if (rows.size() < raster.bytes()) fail("the file ends too early");
   if (!raster.masks.empty()) return read_rows(raster, octets(rows), NumberRows(raster));
   if (raster.bits == 8 && raster.planes > 1) return read_rows(raster, octets(rows), PlaneRows(raster));
   return read_rows(raster, octets(rows), IndexRows(raster));

@@ -39,7 +39,7 @@ class ByteStream {
  public:
   explicit ByteStream(Bytes bytes) noexcept : bytes_(bytes) {}
   std::uint8_t next() {
-    if (at_end()) refuse("the file ends too early");
+    if (at_end()) fail("the file ends too early");
     return static_cast<std::uint8_t>(bytes_[at_++]);
   }
   bool at_end() const noexcept { return at_ == bytes_.size(); }

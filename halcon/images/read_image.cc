@@ -24,12 +24,12 @@ using namespace detail;
 
 namespace {
 
-[[noreturn]] void refuse_unknown(std::string_view path, Bytes file) {
-  if (file.empty()) refuse("the file is empty");
-  if (starts_with(file, "QVHALCON")) refuse("is an object file, not an image file: ReadObject opens it");
+[[noreturn]] void reject_unknown(std::string_view path, Bytes file) {
+  if (file.empty()) fail("the file is empty");
+  if (starts_with(file, "QVHALCON")) fail("is an object file, not an image file: ReadObject opens it");
   if (extension_of(path) == "ima")
-    refuse("files of the format \"ima\" are read by an installed HALCON only, since the format is not public");
-  refuse("is not an image file of a known format");
+    fail("files of the format \"ima\" are read by an installed HALCON only, since the format is not public");
+  fail("is not an image file of a known format");
 }
 
 Images read_images(std::string_view path) {
@@ -38,9 +38,9 @@ Images read_images(std::string_view path) {
   for (const ImageReader& reader : image_readers()) {
     if (!reader.recognizes(file)) continue;
     if (reader.read) return reader.read(file);
-    refuse("this build reads no " + std::string(reader.name) + " files (" + reader.missing + ")");
+    fail("this build reads no " + std::string(reader.name) + " files (" + reader.missing + ")");
   }
-  refuse_unknown(path, file);
+  reject_unknown(path, file);
 }
 
 // The files of one call, read in several threads, all of which have ended when `read` returns. Each thread takes the
@@ -110,7 +110,7 @@ class ImageFiles {
   void keep(std::size_t at, Images images) {
     for (const ImageRef& image : images) bytes_ += image->pixels() * pixel_size(image->type) * image->channels.size();
     if (bytes_ > limits::image_bytes)
-      refuse("the images of one call take more than " + std::to_string(limits::image_bytes) + " bytes");
+      fail("the images of one call take more than " + std::to_string(limits::image_bytes) + " bytes");
     images_[at] = std::move(images);
   }
 
@@ -123,7 +123,7 @@ class ImageFiles {
       seen[at] = true;
     }
     if (repeated > limits::file_images)
-      refuse("files that are named again add more than " + std::to_string(limits::file_images) + " images");
+      fail("files that are named again add more than " + std::to_string(limits::file_images) + " images");
   }
 
   void keep_first(std::size_t at, std::exception_ptr failure) noexcept {
@@ -150,7 +150,7 @@ class ImageFiles {
 
 void ReadImage(HObject* image, const HTuple& file) {
   operate("ReadImage", [&] {
-    if (file.Length() == 0) refuse("there is no file name");
+    if (file.Length() == 0) fail("there is no file name");
     *image = make_object(ImageFiles(file).read());
   });
 }

@@ -98,7 +98,7 @@ TiffHandle open_tiff(MemorySource& source, TiffMessages& messages) {
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(most));
   TiffHandle tiff(TIFFClientOpenExt("TIFF", "r", &source, read_source, write_nothing, seek_source, close_nothing,
                                     source_size, map_source, unmap_source, options.get()));
-  if (!tiff) refuse_tiff(messages);
+  if (!tiff) reject_tiff(messages);
   return tiff;
 }
 
@@ -106,14 +106,14 @@ TiffHandle create_tiff(MemorySink& sink, bool big, TiffMessages& messages) {
   const Options options = make_options(messages);
   TiffHandle tiff(TIFFClientOpenExt("TIFF", big ? "w8" : "w", &sink, read_sink, write_sink, seek_sink, close_nothing,
                                     sink_size, nullptr, nullptr, options.get()));
-  if (!tiff) refuse_tiff(messages);
+  if (!tiff) reject_tiff(messages);
   return tiff;
 }
 
-void refuse_tiff(const TiffMessages& messages) {
-  if (messages.error[0]) refuse(messages.error.data());
-  if (messages.warning[0]) refuse(messages.warning.data());
-  refuse("libtiff cannot decode it and gives no reason");
+void reject_tiff(const TiffMessages& messages) {
+  if (messages.error[0]) fail(messages.error.data());
+  if (messages.warning[0]) fail(messages.warning.data());
+  fail("libtiff cannot decode it and gives no reason");
 }
 
 }  // namespace HalconCpp::detail

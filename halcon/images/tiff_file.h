@@ -22,11 +22,11 @@ struct TiffCloser {
 };
 using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
 
-// Refuses with libtiff's own reason. `source`, `sink` and `messages` must outlive the handle.
+// Rejects with libtiff's own reason. `source`, `sink` and `messages` must outlive the handle.
 TiffHandle open_tiff(MemorySource& source, TiffMessages& messages);
 TiffHandle create_tiff(MemorySink& sink, bool big, TiffMessages& messages);
 
-[[noreturn]] void refuse_tiff(const TiffMessages& messages);
+[[noreturn]] void reject_tiff(const TiffMessages& messages);
 
 }  // namespace HalconCpp::detail
 

@@ -57,18 +57,18 @@ Page read_page(TIFF* tiff) {
 }
 
 // What the samples mean that no pixel of ours can say.
-void refuse_strange_colours(const Page& page) {
+void reject_strange_colours(const Page& page) {
   const char* name = page.photometric == PHOTOMETRIC_LOGL     ? "SGI LogL"
                      : page.photometric == PHOTOMETRIC_LOGLUV ? "SGI LogLuv"
                      : page.photometric == PHOTOMETRIC_ITULAB ? "ITU L*a*b*"
                                                               : nullptr;
-  if (name) refuse(std::string(name) + " colours are not read");
+  if (name) fail(std::string(name) + " colours are not read");
   const bool plain = page.sample_format == SAMPLEFORMAT_UINT || page.sample_format == SAMPLEFORMAT_VOID;
   if (page.palette() && (page.bits > 8 || !plain))
-    refuse("a palette with " + std::to_string(page.bits) + "-bit indices is not read; 8 bits at most");
-  if (page.cmyk() && (page.bits > 16 || !plain)) refuse("CMYK colours are read with up to 16 unsigned bits");
+    fail("a palette with " + std::to_string(page.bits) + "-bit indices is not read; 8 bits at most");
+  if (page.cmyk() && (page.bits > 16 || !plain)) fail("CMYK colours are read with up to 16 unsigned bits");
   if (page.lab() && ((page.bits != 8 && page.bits != 16) || page.channels < 3 || page.sample_format > SAMPLEFORMAT_INT))
-    refuse("L*a*b* colours are read with three channels of 8 or 16 bits");
+    fail("L*a*b* colours are read with three channels of 8 or 16 bits");
 }
 
 class Reader {
@@ -83,7 +83,7 @@ class Reader {
       if (page_.compression != COMPRESSION_JPEG || page_.separate) return read_converted();
       TIFFSetField(tiff_.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
     }
-    refuse_strange_colours(page_);
+    reject_strange_colours(page_);
     samples_ = tiff_samples(page_.lab() ? std::uint16_t{SAMPLEFORMAT_UINT} : page_.sample_format, page_.bits,
                             !page_.palette());
     check_sizes();
@@ -101,20 +101,20 @@ class Reader {
   void check_sizes() {
     check_image_size(page_.width, page_.height, page_.channels + (page_.palette() ? 2u : 0u), samples_.type,
                      file_.size());
-    if (page_.part_width == 0 || page_.part_height == 0) refuse("its strips or tiles have no size");
+    if (page_.part_width == 0 || page_.part_height == 0) fail("its strips or tiles have no size");
     row_bytes_ =
         static_cast<std::size_t>(page_.tiled ? TIFFTileRowSize64(tiff_.get()) : TIFFScanlineSize64(tiff_.get()));
     part_bytes_ = page_.tiled ? TIFFTileSize64(tiff_.get()) : TIFFStripSize64(tiff_.get());
     const std::uint64_t least = (std::uint64_t{page_.part_width} * page_.part_channels() * page_.bits + 7) / 8;
-    if (row_bytes_ < least || part_bytes_ / page_.part_height < row_bytes_) refuse("its strips or tiles are too large");
+    if (row_bytes_ < least || part_bytes_ / page_.part_height < row_bytes_) fail("its strips or tiles are too large");
     const std::uint64_t most = std::max(limits::decoded_free, limits::decoded_per_byte * file_.size());
     if (part_bytes_ > most)
-      refuse("a strip or tile of " + std::to_string(part_bytes_) + " bytes is too large for the file");
+      fail("a strip or tile of " + std::to_string(part_bytes_) + " bytes is too large for the file");
     const std::uint64_t planes = page_.separate ? page_.channels : 1;
     const std::uint64_t row = (std::uint64_t{page_.width} * page_.part_channels() * page_.bits + 7) / 8;
     if (page_.compression == COMPRESSION_NONE && row * page_.height * planes > file_.size())
-      refuse("the file ends too early: " + std::to_string(file_.size()) + " of at least " +
-             std::to_string(row * page_.height * planes) + " bytes");
+      fail("the file ends too early: " + std::to_string(file_.size()) + " of at least " +
+           std::to_string(row * page_.height * planes) + " bytes");
   }
 
   template <class T>
@@ -159,13 +159,13 @@ class Reader {
     if (page_.compression != COMPRESSION_NONE || page_.fill_order != FILLORDER_MSB2LSB) return nullptr;
     if (page_.bits > 8 && page_.bits % 8 == 0 && TIFFIsByteSwapped(tiff_.get())) return nullptr;
     const Bytes stored = stored_bytes(index);
-    if (stored.size() < bytes) refuse_short(index, stored.size(), bytes);
+    if (stored.size() < bytes) reject_short(index, stored.size(), bytes);
     return stored.data();
   }
 
-  [[noreturn]] void refuse_short(std::uint32_t index, std::uint64_t has, std::uint64_t needs) const {
-    refuse((page_.tiled ? "tile " : "strip ") + std::to_string(index) + " has " + std::to_string(has) + " of " +
-           std::to_string(needs) + " bytes");
+  [[noreturn]] void reject_short(std::uint32_t index, std::uint64_t has, std::uint64_t needs) const {
+    fail((page_.tiled ? "tile " : "strip ") + std::to_string(index) + " has " + std::to_string(has) + " of " +
+         std::to_string(needs) + " bytes");
   }
 
   // Where the file says that a strip or tile lies.
@@ -173,7 +173,7 @@ class Reader {
     const std::uint64_t begin = TIFFGetStrileOffset(tiff_.get(), index);
     const std::uint64_t bytes = TIFFGetStrileByteCount(tiff_.get(), index);
     const std::uint64_t available = file_.size() - std::min<std::uint64_t>(begin, file_.size());
-    if (bytes > available) refuse_short(index, available, bytes);
+    if (bytes > available) reject_short(index, available, bytes);
     return file_.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(bytes));
   }
 
@@ -182,8 +182,8 @@ class Reader {
     const auto wanted = static_cast<tmsize_t>(bytes);
     const tmsize_t count = page_.tiled ? TIFFReadEncodedTile(tiff_.get(), index, to, wanted)
                                        : TIFFReadEncodedStrip(tiff_.get(), index, to, wanted);
-    if (count < 0 || messages_.error[0]) refuse_tiff(messages_);
-    if (count != wanted) refuse_short(index, static_cast<std::uint64_t>(count), bytes);
+    if (count < 0 || messages_.error[0]) reject_tiff(messages_);
+    if (count != wanted) reject_short(index, static_cast<std::uint64_t>(count), bytes);
   }
 
   // Rows that need no conversion and lie without gaps are placed some at a time; a few, to stay in the cache.
@@ -270,7 +270,7 @@ class Reader {
 
   void apply_palette(ImageDraft& draft) {
     std::uint16_t* map[3] = {};
-    if (!TIFFGetField(tiff_.get(), TIFFTAG_COLORMAP, &map[0], &map[1], &map[2])) refuse("its palette is missing");
+    if (!TIFFGetField(tiff_.get(), TIFFTAG_COLORMAP, &map[0], &map[1], &map[2])) fail("its palette is missing");
     const std::size_t entries = std::size_t{1} << page_.bits;
     std::uint16_t highest = 0;
     bool gray = true;
@@ -293,23 +293,23 @@ class Reader {
 
   // YCbCr in blocks of its own kind and JPEG of the old style: libtiff's converter knows them, to 8-bit RGB.
   ImageRef read_converted() {
-    if (messages_.tag_lost) refuse("the file ends too early");  // the tag could be one that makes the colours
+    if (messages_.tag_lost) fail("the file ends too early");  // the tag could be one that makes the colours
     check_image_size(page_.width, page_.height, 4, PixelType::Byte, file_.size());
     std::uint16_t across = 1, down = 1;
     TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_YCBCRSUBSAMPLING, &across, &down);
-    if (page_.separate && across * down != 1) refuse("YCbCr colours in planes of different sizes are not read");
+    if (page_.separate && across * down != 1) fail("YCbCr colours in planes of different sizes are not read");
     const std::uint32_t parts = page_.tiled ? TIFFNumberOfTiles(tiff_.get()) : TIFFNumberOfStrips(tiff_.get());
     for (std::uint32_t i = 0; i < parts; ++i) stored_bytes(i);
     char reason[1024] = "";
     TIFFRGBAImage converter;
-    if (!TIFFRGBAImageBegin(&converter, tiff_.get(), 1, reason)) refuse(reason);
+    if (!TIFFRGBAImageBegin(&converter, tiff_.get(), 1, reason)) fail(reason);
     const std::unique_ptr<TIFFRGBAImage, void (*)(TIFFRGBAImage*)> ended(&converter, TIFFRGBAImageEnd);
     converter.req_orientation = converter.orientation;
     ImageDraft draft(PixelType::Byte, static_cast<std::int32_t>(page_.width), static_cast<std::int32_t>(page_.height),
                      3);
     Buffer<std::uint32_t> raster(pixels());
     if (!TIFFRGBAImageGet(&converter, raster.data(), page_.width, page_.height) || messages_.error[0])
-      refuse_tiff(messages_);
+      reject_tiff(messages_);
     for (std::size_t c = 0; c < 3; ++c) {
       std::uint8_t* plane = draft.plane<std::uint8_t>(c);
       for (std::size_t i = 0; i < pixels(); ++i) plane[i] = static_cast<std::uint8_t>(raster[i] >> (8 * c));

@@ -128,8 +128,7 @@ TiffSamples tiff_samples(std::uint16_t sample_format, unsigned bits, bool scaled
   if (sample_format == SAMPLEFORMAT_UINT && bits > 0 && bits < 16 && bits != 8) return packed_samples(bits, scaled);
   for (const Known& known : known_samples)
     if (known.sample_format == sample_format && known.bits == bits) return {known.type, bits, known.unpack, {}};
-  refuse("its samples are " + std::to_string(bits) + "-bit " + kind_name(sample_format) +
-         ", which no pixel type holds");
+  fail("its samples are " + std::to_string(bits) + "-bit " + kind_name(sample_format) + ", which no pixel type holds");
 }
 
 }  // namespace HalconCpp::detail

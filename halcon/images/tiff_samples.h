@@ -21,7 +21,7 @@ struct TiffSamples {
   std::array<std::uint8_t, 128> values{};  // the pixels for samples of fewer than 8 bits
 };
 
-// Refuses a sample format that no pixel type holds. With `scaled`, fewer than 8 bits spread over 0..255.
+// Rejects a sample format that no pixel type holds. With `scaled`, fewer than 8 bits spread over 0..255.
 TiffSamples tiff_samples(std::uint16_t sample_format, unsigned bits, bool scaled);
 
 }  // namespace HalconCpp::detail

@@ -51,7 +51,7 @@ class Writer {
  private:
   void require(bool done) {
     if (sink_.out_of_memory) throw std::bad_alloc();
-    if (!done) refuse_tiff(messages_);
+    if (!done) reject_tiff(messages_);
   }
 
   template <class Value>

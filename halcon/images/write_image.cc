@@ -21,13 +21,12 @@ const ImageWriter& writer_of(std::string_view format) {
   std::string names;
   for (const ImageWriter& writer : image_writers()) {
     if (format == writer.format) {
-      if (!writer.write)
-        refuse("this build writes no " + std::string(writer.format) + " files (" + writer.missing + ")");
+      if (!writer.write) fail("this build writes no " + std::string(writer.format) + " files (" + writer.missing + ")");
       return writer;
     }
     names += (names.empty() ? "" : ", ") + std::string(writer.format);
   }
-  refuse("the format " + quoted(format) + " is unknown; accepted are " + names);
+  fail("the format " + quoted(format) + " is unknown; accepted are " + names);
 }
 
 // A number as a pixel: rounded and clamped to the range of the type.
@@ -61,8 +60,8 @@ Plane filled(const Image& image, std::size_t channel, double color) {
 Image filled(const Image& image, const std::vector<double>& colors) {
   const std::size_t channels = image.channels.size();
   if (colors.size() != 1 && colors.size() != channels)
-    refuse("the fill color has " + std::to_string(colors.size()) + " values; the image has " +
-           std::to_string(channels) + " channels");
+    fail("the fill color has " + std::to_string(colors.size()) + " values; the image has " + std::to_string(channels) +
+         " channels");
   std::vector<Plane> planes;
   for (std::size_t c = 0; c < channels; ++c) {
     const double color = colors[colors.size() == 1 ? 0 : c];
@@ -79,13 +78,13 @@ void write_file(std::string_view path, const Buffer<std::byte>& content) {
 
 const std::vector<ObjectRef>& images_of(const HObject& object, std::size_t files) {
   const auto& objects = objects_of(object);
-  if (objects.empty()) refuse("there is no image to write");
+  if (objects.empty()) fail("there is no image to write");
   for (const ObjectRef& each : objects)
     if (each->object_class != ObjectClass::Image)
-      refuse("an object of class \"" + std::string(class_name(each->object_class)) + "\" is not an image");
+      fail("an object of class \"" + std::string(class_name(each->object_class)) + "\" is not an image");
   if (files != objects.size())
-    refuse("each image needs its own file name, but there are " + std::to_string(objects.size()) + " images and " +
-           std::to_string(files) + " file names");
+    fail("each image needs its own file name, but there are " + std::to_string(objects.size()) + " images and " +
+         std::to_string(files) + " file names");
   return objects;
 }
 
@@ -93,7 +92,7 @@ std::vector<std::string> file_names(const HTuple& files) {
   std::vector<std::string> names;
   for (Hlong i = 0; i < files.Length(); ++i)
     names.emplace_back(text_argument(Access::element(files, i), "a file name"));
-  if (names.empty()) refuse("there is no file name");
+  if (names.empty()) fail("there is no file name");
   return names;
 }
 

@@ -45,7 +45,7 @@ std::uint8_t level(std::uint32_t value) { return static_cast<std::uint8_t>((valu
 
 Palette palette_of(const Fields& fields, const Header& header) {
   if (header.colors == 0) {
-    if (!header.is_bitmap() && header.visual_class > gray_scale) refuse("its color map is empty");
+    if (!header.is_bitmap() && header.visual_class > gray_scale) fail("its color map is empty");
     return Palette::gray_ramp(std::size_t{1} << header.bits);
   }
   Palette palette;
@@ -99,11 +99,10 @@ Header read_header(const Fields& fields) {
   const std::uint32_t depth = field(3);
   // A bitmap has one bit per pixel, whatever bits_per_pixel says.
   if (header.format == xy_bitmap || (header.format == xy_pixmap && depth == 1)) header.bits = 1;
-  if (header.size < min_header_size) refuse("a header of " + std::to_string(header.size) + " bytes is too short");
+  if (header.size < min_header_size) fail("a header of " + std::to_string(header.size) + " bytes is too short");
   if (!is_known(header))
-    refuse("a window dump of format " + std::to_string(header.format) + " and visual class " +
-           std::to_string(header.visual_class) + " with " + std::to_string(header.bits) +
-           " bits per pixel is not read");
+    fail("a window dump of format " + std::to_string(header.format) + " and visual class " +
+         std::to_string(header.visual_class) + " with " + std::to_string(header.bits) + " bits per pixel is not read");
   return header;
 }
 
@@ -115,9 +114,8 @@ Raster read_layout(const Fields& fields, const Header& header) {
   raster.row_bytes = fields.u32(48);
   raster.order = header.byte_order;
   if (raster.row_bytes < (std::uint64_t{raster.width} * raster.bits + 7) / 8)
-    refuse("its rows are shorter than its width");
-  if (header.swaps_units() && raster.row_bytes % header.unit != 0)
-    refuse("its rows are no whole number of bitmap units");
+    fail("its rows are shorter than its width");
+  if (header.swaps_units() && raster.row_bytes % header.unit != 0) fail("its rows are no whole number of bitmap units");
   if (raster.bits <= 8)
     raster.palette = palette_of(fields, header);
   else

@@ -42,7 +42,7 @@ std::string shortest_text(double value) {
 
 void Mesh::add_corner(double point) {
   if (!(point >= 0 && point < limits::model_points) || point != std::floor(point))
-    refuse("a face names point " + shortest_text(point) + ", which no model can have");
+    fail("a face names point " + shortest_text(point) + ", which no model can have");
   const auto corner = static_cast<std::int32_t>(point);
   highest_ = std::max(highest_, corner);
   if (corners_ == 0) first_ = corner;
@@ -55,8 +55,8 @@ void Mesh::add_corner(double point) {
 Model3dParts Mesh::finish() {
   const std::size_t points = x.size();
   if (highest_ >= 0 && static_cast<std::size_t>(highest_) >= points)
-    refuse("a face names point " + std::to_string(highest_) + " (counted from 0), but there are only " +
-           std::to_string(points) + " points");
+    fail("a face names point " + std::to_string(highest_) + " (counted from 0), but there are only " +
+         std::to_string(points) + " points");
   Model3dParts parts;
   parts.x = Access::reals(std::move(x));
   parts.y = Access::reals(std::move(y));
@@ -80,11 +80,11 @@ Model3dParts Mesh::finish() {
 
 void check_promise(std::string_view things, std::uint64_t count, std::uint64_t bytes_each, std::uint64_t left) {
   if (count > limits::model_points)
-    refuse("promises " + std::to_string(count) + " " + std::string(things) + ", more than the limit of " +
-           std::to_string(limits::model_points));
+    fail("promises " + std::to_string(count) + " " + std::string(things) + ", more than the limit of " +
+         std::to_string(limits::model_points));
   if (count * bytes_each > left + 1)
-    refuse("promises " + std::to_string(count) + " " + std::string(things) + ", but only " + std::to_string(left) +
-           " bytes follow");
+    fail("promises " + std::to_string(count) + " " + std::string(things) + ", but only " + std::to_string(left) +
+         " bytes follow");
 }
 
 }  // namespace HalconCpp::detail

@@ -32,7 +32,7 @@ struct Mesh {
     ++faces_;
     corners_ = 0;
   }
-  // Refuses faces with points that do not exist, and drops normals and colours that not every point has.
+  // Rejects faces with points that do not exist, and drops normals and colours that not every point has.
   Model3dParts finish();
 
  private:
@@ -44,7 +44,7 @@ struct Mesh {
   std::int32_t highest_ = -1;
 };
 
-// Refuses a promised count of things that take `bytes_each` bytes at least when only `left` bytes follow (the last
+// Rejects a promised count of things that take `bytes_each` bytes at least when only `left` bytes follow (the last
 // one may lack its separator), and one of more than a model can hold.
 void check_promise(std::string_view things, std::uint64_t count, std::uint64_t bytes_each, std::uint64_t left);
 

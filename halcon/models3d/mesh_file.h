@@ -13,7 +13,7 @@ namespace HalconCpp::detail {
 using Bytes = std::span<const std::byte>;
 
 // `recognizes` looks at the content and, where that says little, at the file name's extension (lower case). `read`
-// refuses what it cannot.
+// rejects what it cannot.
 struct MeshReader {
   const char* name;
   bool (*recognizes)(Bytes file, std::string_view extension);

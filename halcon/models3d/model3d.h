@@ -25,7 +25,7 @@ class Model3dData final : public HandleData {
   const EntryTable* entries() const noexcept override { return &entries_; }
   const Model3dParts& parts() const noexcept { return parts_; }
   // One of the entries: "num_points", "has_primitive_data", "primitive_type", ...; a model without points and primitive
-  // has no "center", "diameter_axis_aligned_bounding_box" and "bounding_box1". Refuses what is not there.
+  // has no "center", "diameter_axis_aligned_bounding_box" and "bounding_box1". Rejects what is not there.
   HTuple parameter(const HTuple& name) const;
 
  private:

@@ -21,7 +21,7 @@ HTuple new_model(Model3dParts parts) { return Access::handle_tuple(Access::wrap(
 
 const Model3dData& model_argument(const HTuple& handle) {
   const auto* model = dynamic_cast<const Model3dData*>(&handle_argument(handle, "the model"));
-  if (!model) refuse("the handle is no 3D object model");
+  if (!model) fail("the handle is no 3D object model");
   return *model;
 }
 
@@ -30,20 +30,20 @@ void check_scale(const HTuple& scale) {
   const TupleKind kind = Access::kind(scale);
   const bool metres = kind == TupleKind::String && Access::text(scale) == "m";
   const bool one = (kind == TupleKind::Integer || kind == TupleKind::Real) && scale[0].D() == 1;
-  if (!metres && !one) refuse("only the scale 'm' (or 1) is known, which leaves coordinates as they are");
+  if (!metres && !one) fail("only the scale 'm' (or 1) is known, which leaves coordinates as they are");
 }
 
 void check_no_parameters(const HTuple& names, const HTuple& values) {
   if (names.Length() != values.Length())
-    refuse(std::to_string(names.Length()) + " names of parameters, but " + std::to_string(values.Length()) + " values");
-  if (names.Length() > 0) refuse("there are no generic parameters for reading a 3D model");
+    fail(std::to_string(names.Length()) + " names of parameters, but " + std::to_string(values.Length()) + " values");
+  if (names.Length() > 0) fail("there are no generic parameters for reading a 3D model");
 }
 
 HTuple read_model(std::string_view path) {
   if (is_container(path)) return Access::handle_tuple(read_container_handle(path, "object_model_3d"));
   const Buffer<std::byte> file = read_file(path);
   const MeshReader* reader = find_mesh_reader(file, extension_of(path));
-  if (!reader) refuse_foreign_file(path);
+  if (!reader) reject_foreign_file(path);
   return new_model(reader->read(file));
 }
 
@@ -59,8 +59,8 @@ HTuple reals_argument(const HTuple& numbers, const char* name) {
 }  // namespace detail
 
 using detail::Access;
+using detail::fail;
 using detail::operate;
-using detail::refuse;
 
 void ReadObjectModel3d(const HTuple& file, const HTuple& scale, const HTuple& gen_names, const HTuple& gen_values,
                        HTuple* model, HTuple* status) {
@@ -85,7 +85,7 @@ void GetObjectModel3dParams(const HTuple& model, const HTuple& gen_names, HTuple
 
 void GenObjectModel3dFromPoints(const HTuple& x, const HTuple& y, const HTuple& z, HTuple* model) {
   operate("GenObjectModel3dFromPoints", [&] {
-    if (x.Length() != y.Length() || x.Length() != z.Length()) refuse("x, y and z differ in length");
+    if (x.Length() != y.Length() || x.Length() != z.Length()) fail("x, y and z differ in length");
     detail::Model3dParts parts;
     parts.x = detail::reals_argument(x, "x");
     parts.y = detail::reals_argument(y, "y");
@@ -98,10 +98,10 @@ void GenSphereObjectModel3d(const HTuple& x, const HTuple& y, const HTuple& z, c
   operate("GenSphereObjectModel3d", [&] {
     detail::Model3dParts parts;
     for (const HTuple* value : {&x, &y, &z, &radius}) {
-      if (value->Length() != 1) refuse("a sphere has one x, y, z and radius");
+      if (value->Length() != 1) fail("a sphere has one x, y, z and radius");
       parts.primitive_values.Append(detail::reals_argument(*value, "each of them"));
     }
-    if (!(parts.primitive_values[3].D() > 0)) refuse("the radius must be above 0");
+    if (!(parts.primitive_values[3].D() > 0)) fail("the radius must be above 0");
     parts.primitive_type = "sphere";
     *model = detail::new_model(std::move(parts));
   });

@@ -44,7 +44,7 @@ void ObjReader::read_vertex() {
   double values[7];
   std::size_t count = 0;
   while (count < 7 && text_.more_on_line()) values[count++] = text_.number();
-  if (count < 3) text_.refuse_here("a vertex has at least 3 numbers");
+  if (count < 3) text_.fail_here("a vertex has at least 3 numbers");
   mesh_.add_point(values[0], values[1], values[2]);
   if (count < 6) return;
   mesh_.red.push_back(static_cast<float>(values[3]));
@@ -69,15 +69,15 @@ ObjReader::Corner ObjReader::parse_corner(std::string_view word) const {
     valid = valid && error == std::errc() && numbers[i] != 0;
     at = after;
   }
-  if (!valid || at != end) text_.refuse_here(quoted(word) + " is no corner of a face");
+  if (!valid || at != end) text_.fail_here(quoted(word) + " is no corner of a face");
   return {numbers[0], numbers[2]};
 }
 
 Hlong ObjReader::resolve(Hlong index, std::size_t count, const char* things) const {
   if (index > 0) return index - 1;
   if (index < -static_cast<Hlong>(count))
-    text_.refuse_here("index " + std::to_string(index) + ", but only " + std::to_string(count) + " " + things +
-                      " come before it");
+    text_.fail_here("index " + std::to_string(index) + ", but only " + std::to_string(count) + " " + things +
+                    " come before it");
   return static_cast<Hlong>(count) + index;
 }
 
@@ -89,7 +89,7 @@ void ObjReader::read_face() {
     mesh_.add_corner(static_cast<double>(point));
     if (corner.normal != 0) note_normal(point, resolve(corner.normal, nx_.size(), "normals"));
   }
-  if (corners < 3) text_.refuse_here("a face has at least 3 corners");
+  if (corners < 3) text_.fail_here("a face has at least 3 corners");
   mesh_.end_face();
 }
 
@@ -131,7 +131,7 @@ Model3dParts ObjReader::read() {
     if (statement == "vn") read_normal();
     if (statement == "f") read_face();
   }
-  if (mesh_.x.empty()) refuse("has no vertices, or is no OBJ file");
+  if (mesh_.x.empty()) fail("has no vertices, or is no OBJ file");
   assign_normals();
   return mesh_.finish();
 }

@@ -38,13 +38,13 @@ bool recognizes_off(Bytes file, std::string_view) {
 }
 
 void begin_row(TextScanner& text, const char* things) {
-  if (!text.more()) text.refuse_here(std::string("the file ends before the last of its ") + things);
+  if (!text.more()) text.fail_here(std::string("the file ends before the last of its ") + things);
 }
 
 std::uint64_t read_count(TextScanner& text, const char* things) {
   begin_row(text, "counts");
   const Hlong count = text.integer();
-  if (count < 0) text.refuse_here(std::string("a negative number of ") + things);
+  if (count < 0) text.fail_here(std::string("a negative number of ") + things);
   return static_cast<std::uint64_t>(count);
 }
 
@@ -64,7 +64,7 @@ void read_faces(TextScanner& text, std::uint64_t count, Mesh& mesh) {
   for (std::uint64_t i = 0; i < count; ++i, text.skip_line()) {
     begin_row(text, "faces");
     const Hlong corners = text.integer();
-    if (corners < 0) text.refuse_here("a face with a negative number of corners");
+    if (corners < 0) text.fail_here("a face with a negative number of corners");
     for (Hlong corner = 0; corner < corners; ++corner) mesh.add_corner(text.number());
     mesh.end_face();
   }
@@ -75,8 +75,8 @@ Model3dParts read_off(Bytes file) {
   TextScanner text(file);
   text.more();
   const Keyword keyword(text.word());
-  if (keyword.other_dimension) text.refuse_here("only points of three coordinates are read");
-  if (TextScanner(text).word() == "BINARY") text.refuse_here("binary OFF files are not read");
+  if (keyword.other_dimension) text.fail_here("only points of three coordinates are read");
+  if (TextScanner(text).word() == "BINARY") text.fail_here("binary OFF files are not read");
   const std::uint64_t vertices = read_count(text, "vertices");
   const std::uint64_t faces = read_count(text, "faces");
   text.skip_line();

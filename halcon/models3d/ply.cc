@@ -51,7 +51,7 @@ Type parse_type(const TextScanner& text, std::string_view name) {
       {"float", Type::Float}, {"float32", Type::Float}, {"double", Type::Double}, {"float64", Type::Double}};
   for (const auto& [known, type] : names)
     if (name == known) return type;
-  text.refuse_here(quoted(name) + " is no type of a property");
+  text.fail_here(quoted(name) + " is no type of a property");
 }
 
 bool is_real(Type type) noexcept { return type == Type::Float || type == Type::Double; }
@@ -68,7 +68,7 @@ void connect_vertex_property(const TextScanner& text, Property& property, std::s
     if (name == known) property.levels = target;
   if (property.levels && !is_real(property.type)) mesh.colour_scale = property.type == Type::UInt16 ? 1 / 257.0f : 1.0f;
   if ((property.numbers || property.levels) && property.count_type)
-    text.refuse_here("the vertex property " + quoted(name) + " is a list");
+    text.fail_here("the vertex property " + quoted(name) + " is a list");
 }
 
 void parse_property(TextScanner& text, Element& element, Mesh& mesh) {
@@ -76,16 +76,16 @@ void parse_property(TextScanner& text, Element& element, Mesh& mesh) {
   std::string_view word = text.word();
   if (word == "list") {
     property.count_type = parse_type(text, text.word());
-    if (is_real(*property.count_type)) text.refuse_here("a list is counted by integers");
+    if (is_real(*property.count_type)) text.fail_here("a list is counted by integers");
     word = text.word();
   }
   property.type = parse_type(text, word);
   const std::string_view name = text.word();
-  if (name.empty()) text.refuse_here("a property has no name");
+  if (name.empty()) text.fail_here("a property has no name");
   if (element.name == "vertex") connect_vertex_property(text, property, name, mesh);
   if (element.name == "face" && property.count_type) {
     property.corners = name == "vertex_indices" || name == "vertex_index";
-    if (property.corners && is_real(property.type)) text.refuse_here("points are numbered by integers");
+    if (property.corners && is_real(property.type)) text.fail_here("points are numbered by integers");
   }
   element.properties.push_back(property);
 }
@@ -95,14 +95,14 @@ Encoding parse_format(TextScanner& text) {
   if (word == "ascii") return Encoding::Text;
   if (word == "binary_little_endian") return Encoding::LittleEndian;
   if (word == "binary_big_endian") return Encoding::BigEndian;
-  text.refuse_here(quoted(word) + " is no PLY format");
+  text.fail_here(quoted(word) + " is no PLY format");
 }
 
 void parse_element(TextScanner& text, Header& header) {
   Element element;
   element.name = text.word();
   const Hlong count = text.integer();
-  if (count < 0) text.refuse_here("a negative count");
+  if (count < 0) text.fail_here("a negative count");
   element.count = static_cast<std::uint64_t>(count);
   header.elements.push_back(std::move(element));
 }
@@ -114,7 +114,7 @@ Header parse_header(TextScanner& text, Mesh& mesh) {
   for (text.skip_line(); text.more(); text.skip_line()) {
     const std::string_view word = text.word();
     if (word == "end_header") {
-      if (!has_format) text.refuse_here("the header names no format");
+      if (!has_format) text.fail_here("the header names no format");
       return header;
     }
     if (word == "format") {
@@ -125,26 +125,26 @@ Header parse_header(TextScanner& text, Mesh& mesh) {
     } else if (word == "property" && !header.elements.empty()) {
       parse_property(text, header.elements.back(), mesh);
     } else if (word != "comment" && word != "obj_info") {
-      text.refuse_here(quoted(word) + " is out of place in a PLY header");
+      text.fail_here(quoted(word) + " is out of place in a PLY header");
     }
   }
-  text.refuse_here("the file ends inside the header");
+  text.fail_here("the file ends inside the header");
 }
 
 void check_header(const Header& header, const Mesh& mesh) {
   const auto is_vertex = [](const Element& element) { return element.name == "vertex"; };
   const auto vertex = std::find_if(header.elements.begin(), header.elements.end(), is_vertex);
-  if (vertex == header.elements.end()) refuse("the header declares no element 'vertex'");
-  if (std::count_if(vertex, header.elements.end(), is_vertex) > 1) refuse("the header declares 'vertex' twice");
+  if (vertex == header.elements.end()) fail("the header declares no element 'vertex'");
+  if (std::count_if(vertex, header.elements.end(), is_vertex) > 1) fail("the header declares 'vertex' twice");
   const auto kept = [&](const void* target) {
     return std::count_if(vertex->properties.begin(), vertex->properties.end(), [=](const Property& property) {
       return property.numbers == target || property.levels == target;
     });
   };
-  if (!kept(&mesh.x) || !kept(&mesh.y) || !kept(&mesh.z)) refuse("the vertices have no x, y and z");
+  if (!kept(&mesh.x) || !kept(&mesh.y) || !kept(&mesh.z)) fail("the vertices have no x, y and z");
   for (const Property& property : vertex->properties)
     if ((property.numbers && kept(property.numbers) > 1) || (property.levels && kept(property.levels) > 1))
-      refuse("the header declares a property of 'vertex' twice");
+      fail("the header declares a property of 'vertex' twice");
 }
 
 class TextValues {
@@ -154,7 +154,7 @@ class TextValues {
   static constexpr std::size_t least_bytes(Type) noexcept { return 2; }
   std::size_t left() const noexcept { return text_.left(); }
   void begin_row() {
-    if (!text_.more()) text_.refuse_here("the file ends before its last element");
+    if (!text_.more()) text_.fail_here("the file ends before its last element");
   }
   double value(Type) { return text_.number(); }
   void end_row() noexcept { text_.skip_line(); }
@@ -172,7 +172,7 @@ class BinaryValues {
   void begin_row() noexcept {}
   double value(Type type) {
     const std::size_t size = type_size(type);
-    if (left() < size) refuse("the file ends before its last element");
+    if (left() < size) fail("the file ends before its last element");
     return convert(std::exchange(at_, at_ + size), type);
   }
   void end_row() noexcept {}
@@ -209,7 +209,7 @@ void read_list(Values& values, const Property& property, Mesh& mesh) {
   const double count = values.value(*property.count_type);
   if (!(count >= 0 &&
         count * static_cast<double>(Values::least_bytes(property.type)) <= static_cast<double>(values.left() + 1)))
-    refuse("a list promises more elements than the file holds");
+    fail("a list promises more elements than the file holds");
   for (double i = 0; i < count; ++i) {
     const double value = values.value(property.type);
     if (property.corners) mesh.add_corner(value);
@@ -255,7 +255,7 @@ Model3dParts read_elements(Values values, const Header& header, Mesh& mesh) {
 
 // What follows the line of "end_header"; that line ends at LF or CR LF, or CR alone.
 Bytes values_behind(Bytes file, TextScanner& text) {
-  if (text.more_on_line()) text.refuse_here("the line of end_header does not end");
+  if (text.more_on_line()) text.fail_here("the line of end_header does not end");
   auto at = static_cast<std::size_t>(text.at() - text_of(file).data());
   if (text_of(file).substr(at).starts_with('\r')) ++at;
   if (text_of(file).substr(at).starts_with('\n')) ++at;

@@ -83,7 +83,7 @@ bool begins_as_text(Bytes file) {
 void expect(TextScanner& text, std::string_view wanted) {
   const bool more = text.more();
   if (!more || !same_word(text.word(), wanted))
-    text.refuse_here((more ? "'" : "the file ends where '") + std::string(wanted) + "' is expected");
+    text.fail_here((more ? "'" : "the file ends where '") + std::string(wanted) + "' is expected");
 }
 
 // A facet behind its first word. Its normal follows from the corners.
@@ -106,10 +106,10 @@ void read_solids(TextScanner& text, PointIndex& points, Mesh& mesh) {
   while (text.more()) {
     expect(text, "solid");
     for (text.skip_line();;) {
-      if (!text.more()) text.refuse_here("the file ends inside a solid");
+      if (!text.more()) text.fail_here("the file ends inside a solid");
       const std::string_view word = text.word();
       if (same_word(word, "endsolid")) break;
-      if (!same_word(word, "facet")) text.refuse_here("'facet' or 'endsolid' is expected");
+      if (!same_word(word, "facet")) text.fail_here("'facet' or 'endsolid' is expected");
       read_facet(text, points, mesh);
     }
     text.skip_line();
@@ -139,11 +139,11 @@ Model3dParts read_stl(Bytes file) {
     TextScanner text(file);
     read_solids(text, points, mesh);
   } else if (file.size() < header_bytes) {
-    refuse("is no STL file, or is cut off: a binary one has at least " + std::to_string(header_bytes) + " bytes");
+    fail("is no STL file, or is cut off: a binary one has at least " + std::to_string(header_bytes) + " bytes");
   } else {
-    refuse("is no STL file, or is damaged: as a binary one of " + std::to_string(promised_facets(file)) +
-           " facets it would have " + std::to_string(header_bytes + facet_bytes * promised_facets(file)) +
-           " bytes, but it has " + std::to_string(file.size()));
+    fail("is no STL file, or is damaged: as a binary one of " + std::to_string(promised_facets(file)) +
+         " facets it would have " + std::to_string(header_bytes + facet_bytes * promised_facets(file)) +
+         " bytes, but it has " + std::to_string(file.size()));
   }
   return mesh.finish();
 }

@@ -27,7 +27,7 @@ std::string_view TextScanner::word() noexcept {
 }
 
 const char* TextScanner::start_of_number() {
-  if (!more_on_line()) refuse_here("a number is missing");
+  if (!more_on_line()) fail_here("a number is missing");
   return at_ + (*at_ == '+' ? 1 : 0);
 }
 
@@ -35,7 +35,7 @@ Hlong TextScanner::integer() {
   const char* digits = start_of_number();
   Hlong value;
   const auto [after, error] = std::from_chars(digits, end_, value);
-  if (error != std::errc() || !ends_word(after)) refuse_here(quoted(word()) + " is no integer");
+  if (error != std::errc() || !ends_word(after)) fail_here(quoted(word()) + " is no integer");
   at_ = after;
   return value;
 }
@@ -48,16 +48,16 @@ double TextScanner::unusual_number() {
   if (e != std::string::npos && (usual[e - 1] == '+' || usual[e - 1] == '-')) std::swap(usual[e - 1], usual[e]);
   double value;
   const auto [after, error] = std::from_chars(usual.data(), usual.data() + usual.size(), value);
-  if (error == std::errc::result_out_of_range) refuse_here(quoted(text) + " is beyond the range of numbers");
-  if (error != std::errc() || after != usual.data() + usual.size()) refuse_here(quoted(text) + " is no number");
+  if (error == std::errc::result_out_of_range) fail_here(quoted(text) + " is beyond the range of numbers");
+  if (error != std::errc() || after != usual.data() + usual.size()) fail_here(quoted(text) + " is no number");
   return value;
 }
 
-void TextScanner::refuse_here(std::string_view reason) const {
+void TextScanner::fail_here(std::string_view reason) const {
   std::size_t line = 1;
   for (const char* c = first_; c < at_; ++c)
     if (*c == '\n' || (*c == '\r' && (c + 1 == end_ || c[1] != '\n'))) ++line;
-  refuse("line " + std::to_string(line) + ": " + std::string(reason));
+  fail("line " + std::to_string(line) + ": " + std::string(reason));
 }
 
 }  // namespace HalconCpp::detail

@@ -1,4 +1,4 @@
-// Words and numbers of a text file, read strictly: what is malformed is refused with the number of its line.
+// Words and numbers of a text file, read strictly: what is malformed is rejected with the number of its line.
 #ifndef HALCONCPP_MODELS3D_TEXT_SCANNER_H
 #define HALCONCPP_MODELS3D_TEXT_SCANNER_H
 
@@ -49,7 +49,7 @@ class TextScanner {
   const char* at() const noexcept { return at_; }
   std::size_t left() const noexcept { return static_cast<std::size_t>(end_ - at_); }
   // "line n: reason", n being where the scanner is.
-  [[noreturn]] void refuse_here(std::string_view reason) const;
+  [[noreturn]] void fail_here(std::string_view reason) const;
 
  private:
   static bool is_blank(char c) noexcept { return c == ' ' || c == '\t' || c == '\v' || c == '\f'; }

@@ -14,7 +14,7 @@ HALCONCPP_API void release(const ObjectTuple* data) noexcept;
 class HRegion;
 
 // A tuple of iconic objects: images, regions, XLD contours, polygons and parallels in any mix. Copies share the
-// objects. A default-made one is unset and every operator refuses it; an empty tuple is a value like any other.
+// objects. A default-made one is unset and every operator rejects it; an empty tuple is a value like any other.
 class HALCONCPP_API HObject {
  public:
   HObject() noexcept = default;

@@ -46,7 +46,7 @@ class HALCONCPP_API HTupleElement {
   friend class HTuple;
   friend struct detail::Access;
   HTupleElement(const HTuple& tuple, Hlong index) noexcept : tuple_(&tuple), index_(index) {}
-  [[noreturn]] void refuse(const char* operation) const;
+  [[noreturn]] void fail(const char* operation) const;
   Hlong rare_integer() const;
   double rare_real() const;
 

@@ -20,7 +20,7 @@ HALCONCPP_API void SetSystem(const HTuple& name, const HTuple& value);
 HALCONCPP_API void GetSystem(const HTuple& query, HTuple* information);
 
 // Handles. "keys" (with an empty key) lists the keys, "key_data_type" answers "object" or "tuple"; a handle without
-// keys refuses.
+// keys rejects.
 HALCONCPP_API void GetHandleParam(const HTuple& handle, const HTuple& gen_name, const HTuple& key, HTuple* value);
 HALCONCPP_API void GetHandleTuple(const HTuple& handle, const HTuple& key, HTuple* tuple);
 HALCONCPP_API void GetHandleObject(HObject* object, const HTuple& handle, const HTuple& key);
