@@ -1,9 +1,18 @@
 // Dictionaries, generic handle queries, matrices and system settings of the class interface.
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <thread>
 
+#if !defined(_WIN32)
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+#include "support/files.h"
 #include "support/values.h"
 
 namespace {
@@ -83,7 +92,7 @@ TEST(Dictionaries, RefuseWithReasons) {
       {"accepted are 'keys' and 'key_data_type'", [&] { good.GetDictParam("key_exists", "t"); }},
       {"'keys' takes an empty tuple", [&] { good.GetDictParam("keys", "t"); }},
       {"GetDictParam: the dictionary is an empty handle", [&] { none.GetDictParam("keys", HTuple()); }},
-      {"a handle of type 'matrix' is no dictionary", [&] { wrong.GetDictParam("keys", HTuple()); }},
+      {"a handle of type 'matrix' is not a dictionary", [&] { wrong.GetDictParam("keys", HTuple()); }},
       {"WriteDict: the dictionary is an empty handle", [&] { none.WriteDict("x.json", HTuple(), HTuple()); }},
       {"SetDictTuple: a key is one string", [&] { SetDictTuple(dict, pair, 1); }},
       {"SetDictObject: the object is not set", [&] { SetDictObject(object, dict, "x"); }},
@@ -95,6 +104,50 @@ TEST(Dictionaries, RefuseWithReasons) {
   for (const auto& [message, call] : rows) EXPECT_THAT(failure(call), HasSubstr(message));
 }
 
+#if !defined(_WIN32)
+
+// A name that stands for a file one moment and for a pipe the next: opening it must never wait for the pipe's other
+// end.
+TEST(Files, ANameThatBecomesAPipeIsNotWaitedFor) {
+  namespace fs = std::filesystem;
+  const TempDir folder;
+  const std::string pipe = folder / "pipe";
+  write(folder / "file", "{}");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_THAT(failure([&] { read_dict(pipe); }), HasSubstr("is not a regular file"));
+  fs::create_symlink("file", folder / "name");
+  std::atomic<bool> done{false};
+  std::thread changer([&] {
+    for (int i = 0; !done; ++i) {
+      fs::create_symlink(i % 2 ? "file" : "pipe", folder / "next");
+      fs::rename(folder / "next", folder / "name");
+    }
+  });
+  std::atomic<bool> waits{true};
+  std::thread reader([&] {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
+    while (std::chrono::steady_clock::now() < end) failure([&] { read_dict(folder / "name"); });
+    waits = false;
+  });
+  for (int i = 0; waits && i < 100; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(waits) << "opening a pipe waits";
+  done = true;
+  changer.join();
+  for (int i = 0; waits && i < 100; ++i) {  // let go of a reader that waits
+    close(open(pipe.c_str(), O_RDWR | O_NONBLOCK));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  reader.join();
+}
+
+#endif
+
+TEST(Files, NamesThatAreNotUtf8AreReportedAsSuch) {
+  EXPECT_THAT(failure([] { read_dict("none \xEF\xBF\xBD.json"); }),
+              HasSubstr("a file whose name is not UTF-8 cannot be opened"));
+  EXPECT_THAT(failure([] { read_dict("none.json"); }), testing::EndsWith("no such file"));
+}
+
 TEST(Matrices, HoldRealsRowByRow) {
   EXPECT_EQ(shown(new_matrix(2, 3, tuple({1, 2.5, 3, 4, 5, -6}))), "matrix2x3(1.,2.5,3.,4.,5.,-6.)");
   EXPECT_EQ(shown(new_matrix(0, 0, 7)) + shown(new_matrix(1, 1, 7)) + shown(new_matrix(2, 2, 7)),
@@ -104,7 +157,7 @@ TEST(Matrices, HoldRealsRowByRow) {
   EXPECT_THAT(failure([] { new_matrix(1, 1, "1"); }), HasSubstr("numbers only"));
   EXPECT_THAT(failure([] { new_matrix(-1, 1, 0); }), HasSubstr("rows is -1"));
   EXPECT_THAT(failure([] { new_matrix(Hlong{1} << 40, Hlong{1} << 40, 0); }), HasSubstr("out of memory"));
-  EXPECT_THAT(failure([&] { GetFullMatrix(new_dict(), &values); }), HasSubstr("no matrix"));
+  EXPECT_THAT(failure([&] { GetFullMatrix(new_dict(), &values); }), HasSubstr("not a matrix"));
 }
 
 TEST(System, AnswersVersionAndClipping) {

@@ -1,5 +1,13 @@
 #include "core/file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -19,18 +27,54 @@ std::string system_reason(int error) {
   return error ? std::generic_category().message(error) : std::string("the system gives no reason");
 }
 
-// Rejects what cannot be read as a file: nothing there, a folder, a device.
-void require_regular_file(const fs::path& path) {
+#if defined(_WIN32)
+
+using Status = struct _stat64;
+
+int open_to_read(const fs::path& name) noexcept { return _wopen(name.c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT); }
+bool read_status(int file, Status& status) noexcept { return _fstat64(file, &status) == 0; }
+std::ptrdiff_t read_some(int file, void* to, std::size_t bytes) noexcept {
+  return _read(file, to, static_cast<unsigned>(bytes));
+}
+void close_file(int file) noexcept { _close(file); }
+bool is_regular(const Status& status) noexcept { return (status.st_mode & _S_IFMT) == _S_IFREG; }
+
+#else
+
+using Status = struct stat;
+
+// O_NONBLOCK: opening a pipe waits for its other end, and no check before can tell what the name stands for by then.
+int open_to_read(const fs::path& name) noexcept { return ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }
+bool read_status(int file, Status& status) noexcept { return ::fstat(file, &status) == 0; }
+std::ptrdiff_t read_some(int file, void* to, std::size_t bytes) noexcept {
+  ssize_t count;
+  do count = ::read(file, to, bytes);
+  while (count < 0 && errno == EINTR);
+  return count;
+}
+void close_file(int file) noexcept { ::close(file); }
+bool is_regular(const Status& status) noexcept { return S_ISREG(status.st_mode); }
+
+#endif
+
+// Callers convert names to UTF-8, where U+FFFD stands for what could not be converted.
+bool has_replacement(std::string_view path) noexcept { return path.find("\xEF\xBF\xBD") != path.npos; }
+
+[[noreturn]] void reject_kind(const fs::path& name) {
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (status.type() == fs::file_type::not_found) fail("no such file");
-  if (error) fail(error.message());
-  if (status.type() == fs::file_type::directory) fail("is a folder, not a file");
-  if (status.type() != fs::file_type::regular) fail("is no regular file");
+  fail(fs::is_directory(name, error) ? "is a folder, not a file" : "is not a regular file");
 }
 
-// A name beside the target that nothing has yet: of its own length, as the target's may be the longest possible, and
-// drawn by chance, so that no other writer has the same and nobody can have laid a link there.
+[[noreturn]] void fail_to_open(const fs::path& name, int reason) {
+  std::error_code error;
+  if (reason == ENXIO || fs::is_directory(name, error)) reject_kind(name);  // ENXIO: a socket
+  if (reason != ENOENT && reason != ENOTDIR) fail("cannot be opened: " + system_reason(reason));
+  if (!has_replacement(name.string())) fail("no such file");
+  fail("no such file; the name holds U+FFFD, and a file whose name is not UTF-8 cannot be opened");
+}
+
+// An unused name in the folder of the target. It is not made from the target's, which may have the greatest length
+// possible, and is random, so that no other writer has the same one and nobody can have prepared a link there.
 fs::path unused_neighbour(const fs::path& target) {
   std::random_device random;
   char digits[40];
@@ -39,11 +83,11 @@ fs::path unused_neighbour(const fs::path& target) {
   return target.parent_path() / digits;
 }
 
-// Where the bytes end up: the file behind a link, there already or not, so that the link stays one.
+// The file, existing or not, that a link leads to: written there, the bytes leave the link in place.
 fs::path behind_links(fs::path path) {
-  constexpr int most_links = 40;  // as many as Linux follows
+  constexpr int max_links = 40;  // as many as Linux follows
   std::error_code error;
-  for (int links = 0; links <= most_links; ++links) {
+  for (int links = 0; links <= max_links; ++links) {
     if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
     const fs::path next = fs::read_symlink(path, error);
     if (error) fail("is a link that cannot be followed: " + error.message());
@@ -52,7 +96,7 @@ fs::path behind_links(fs::path path) {
   fail("is a link that leads to itself");
 }
 
-// Replacing a file asks no permission of the file; whoever protects it wants to be asked.
+// Renaming needs no permission on the file that it replaces, but whoever took that permission away meant to keep it.
 void require_writable(const fs::path& file) {
   errno = 0;
   if (!std::fstream(file, std::ios::in | std::ios::out | std::ios::binary))
@@ -77,24 +121,31 @@ std::string extension_of(std::string_view path) {
   return extension;
 }
 
-InputFile::InputFile(std::string_view path) {
+// Delegates, so that the destructor closes the file when a check fails.
+InputFile::InputFile(std::string_view path) : InputFile() {
   const fs::path name = native_path(path);
-  require_regular_file(name);
-  errno = 0;
-  stream_.rdbuf()->pubsetbuf(nullptr, 0);
-  stream_.open(name, std::ios::binary);
-  if (!stream_) fail("cannot be opened: " + system_reason(errno));
-  stream_.seekg(0, std::ios::end);
-  const std::streamoff end = stream_.tellg();
-  stream_.seekg(0);
-  if (end < 0 || !stream_) fail("its size cannot be read");
-  size_ = static_cast<std::uint64_t>(end);
+  descriptor_ = open_to_read(name);
+  if (descriptor_ < 0) fail_to_open(name, errno);
+  Status status;
+  if (!read_status(descriptor_, status)) fail("its size cannot be read: " + system_reason(errno));
+  if (!is_regular(status)) reject_kind(name);
+  size_ = static_cast<std::uint64_t>(status.st_size);
+}
+
+InputFile::~InputFile() {
+  if (descriptor_ >= 0) close_file(descriptor_);
 }
 
 void InputFile::read(void* to, std::size_t bytes) {
   if (bytes > left()) fail("the file ends too early");
-  stream_.read(static_cast<char*>(to), static_cast<std::streamsize>(bytes));
-  if (static_cast<std::size_t>(stream_.gcount()) != bytes) fail("the file could not be read to its end");
+  constexpr std::size_t max_read = std::size_t{1} << 30;  // what every system reads in one call
+  auto* at = static_cast<std::byte*>(to);
+  for (std::size_t left = bytes; left > 0;) {
+    const std::ptrdiff_t count = read_some(descriptor_, at, std::min(left, max_read));
+    if (count <= 0) fail("the file could not be read to its end" + (count < 0 ? ": " + system_reason(errno) : ""));
+    at += count;
+    left -= static_cast<std::size_t>(count);
+  }
   position_ += bytes;
 }
 
@@ -106,7 +157,7 @@ Buffer<std::byte> InputFile::read_all() {
 
 Buffer<std::byte> read_file(std::string_view path) { return InputFile(path).read_all(); }
 
-// Delegates, so that the destructor tidies up when opening runs out of memory half-way.
+// Delegates, so that the destructor removes the new file when memory runs out after it was made.
 OutputFile::OutputFile(std::string_view path) : OutputFile() {
   target_ = written_ = behind_links(native_path(path));
   std::error_code error;

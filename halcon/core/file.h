@@ -1,4 +1,4 @@
-// Files: opened by UTF-8 names of any language; every failure is a Failure whose reason can follow the quoted name.
+// Files, named in UTF-8. Every failure is a Failure whose reason can follow the quoted name ("'a.png': no such file").
 #ifndef HALCONCPP_CORE_FILE_H
 #define HALCONCPP_CORE_FILE_H
 
@@ -12,27 +12,31 @@
 
 namespace HalconCpp::detail {
 
-// A backslash separates components like '/' does, on every system. Windows gets backslashes only: it takes nothing else
-// in paths of the form that may be long.
+// A backslash separates components like '/' does, on every system. On Windows the result has backslashes only: paths of
+// the form that may be long ("\\?\") take nothing else.
 std::filesystem::path native_path(std::string_view utf8);
 // The text after the last '.' of the last component, folded to lower case (ASCII); empty when there is none.
 std::string extension_of(std::string_view path);
 
-// A regular file open for reading.
+// A regular file open for reading. Folders, pipes and devices are rejected and never waited for.
 class InputFile {
  public:
   explicit InputFile(std::string_view path);
+  ~InputFile();
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
 
   std::uint64_t size() const noexcept { return size_; }
-  // What has not been read yet, by the size that the file had when it was opened.
+  // The bytes that have not been read, by the size that the file had when it was opened.
   std::uint64_t left() const noexcept { return size_ - position_; }
-  // Reads exactly that many bytes; rejects when the file ends before.
+  // Reads exactly that many bytes; fails when the file ends before.
   void read(void* to, std::size_t bytes);
-  // Everything that is left.
-  Buffer<std::byte> read_all();
+  Buffer<std::byte> read_all();  // that are left
 
  private:
-  std::ifstream stream_;
+  InputFile() = default;
+
+  int descriptor_ = -1;
   std::uint64_t size_ = 0;
   std::uint64_t position_ = 0;
 };
@@ -52,7 +56,7 @@ class OutputFile {
 
   void write(const void* from, std::size_t bytes);
   void write(std::string_view text) { write(text.data(), text.size()); }
-  // Flushes, checks and moves the file to its place.
+  // Flushes, checks for errors and renames the new file to the target.
   void commit();
 
  private:
