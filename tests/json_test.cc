@@ -175,6 +175,19 @@ TEST_F(Json, WritesReadableText) {
 )");
 }
 
+TEST_F(Json, KeepsTrueFalseAndNull) {
+  const std::string document = R"({
+  "words": [true, false, null, "true", 1],
+  "one": null,
+  "text": "null"
+}
+)";
+  const HTuple dict = read(document);
+  EXPECT_EQ(shown(dict), "{'words':('true','false','null','true',1),'one':'null','text':'null'}");
+  EXPECT_EQ(written(dict), document);
+  EXPECT_EQ(written(read("{\"a\":true}", "json_value_true", "true")), "{\n  \"a\": \"true\"\n}\n");
+}
+
 TEST_F(Json, WrittenDocumentsReadBackEqual) {
   const char* const documents[] = {"{}",
                                    "[]",

@@ -174,6 +174,11 @@ std::string place_of(std::string_view text, std::size_t offset) {
 
 }  // namespace
 
+const JsonWords& json_words() {
+  static const JsonWords words{new_lasting_string("true"), new_lasting_string("false"), new_lasting_string("null")};
+  return words;
+}
+
 HHandle read_json(std::string_view path, const JsonReading& options) {
   InputFile file(path);
   const auto size = static_cast<std::size_t>(file.size());

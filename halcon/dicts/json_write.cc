@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <typeinfo>
 #include <unordered_set>
 
 #include "core/failure.h"
@@ -21,7 +20,7 @@ constexpr std::size_t deepest_indent = 32;
 
 std::string unfit_handle(const HandleData* data) {
   if (!data) return "an empty handle";
-  return typeid(*data) == typeid(DictData) ? std::string() : "a handle of type " + quoted(data->semantic_type());
+  return is_a<DictData>(*data) ? std::string() : "a handle of type " + quoted(data->semantic_type());
 }
 
 // What JSON cannot hold; empty when it can hold all.
@@ -47,6 +46,13 @@ bool is_array(const EntryTable& table) {
   for (const Entry& entry : table.entries())
     if (!unfit_part(entry).empty()) return false;
   return table.size() > 0;
+}
+
+// Whether the string was read from true, false or null.
+bool is_word(const HTuple& element) {
+  const StringData* const text = Access::string_data(element);
+  const JsonWords& words = json_words();
+  return text == words.true_text || text == words.false_text || text == words.null_text;
 }
 
 bool is_dict(const HTuple& element) { return Access::kind(element) == TupleKind::Handle; }
@@ -175,7 +181,7 @@ void JsonWriter::element(const HTuple& element) {
     case TupleKind::Real:
       return real(Access::real(element));
     case TupleKind::String:
-      return text(Access::text(element));
+      return is_word(element) ? void(out_ += Access::text(element)) : text(Access::text(element));
     default:
       return dict(*Access::handle_data(element));
   }
