@@ -195,7 +195,7 @@ TEST(Container, RefusesContentThatCannotBe) {
       {File().tags({1}).counts({huge}), "claims 9223372036854775808 elements"},
       {File().tags({1}).counts({0}), "that nothing refers to"},
       {File().tags({1}).counts({1}).tags({2}).counts({0, 0}).tags({0}), "another type"},
-      {File().tags({4}).counts({1}), "\"dl_model\", not a handle of type \"dict\""},
+      {File().tags({4}).counts({1}), "holds a deep-learning model: ReadDlModel opens it"},
       {dict().tags({8}).counts({huge}), "claims 9223372036854775808 elements"},
       {dict().tags({5}).counts({2, 6, 6}).tags({0, 0}), "a key twice"},
       {dict().tags({5}).counts({2, 6, 7}).tags({0}), "more keys than values"},
@@ -240,9 +240,9 @@ TEST(Container, SaysWhatAForeignFileIs) {
   } cases[] = {{"empty.hobj", "", "the file is empty"},
                {"other.hobj", "no such thing", "an installed HALCON"},
                {"short.HOBJ", "x", "an installed HALCON"},
-               {"other.bin", "no such thing", "of no format that is read"},
+               {"other.bin", "no such thing", "is not an object file of a known format"},
                {"new.hobj", "QVHALCON\7\1 and more", "container of version 7"},
-               {"dict.hobj", "QVHALCON\1\1 and more", "\"dict\", not iconic objects"}};
+               {"dict.hobj", "QVHALCON\1\1 and more", "holds a dictionary: ReadDict opens it"}};
   for (const auto& each : cases) {
     write(folder / each.name, each.content);
     EXPECT_THAT(failure([&] { read_objects(folder / each.name); }), HasSubstr(each.reason)) << each.name;

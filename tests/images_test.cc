@@ -101,7 +101,11 @@ TEST(Images, BadFilesAreRejectedWithTheReason) {
   const std::tuple<const char*, std::string, std::string> cases[] = {
       {"empty", "", "the file is empty"},
       {"text", "Hello", "is not an image file of a known format"},
-      {"objects", "QVHALCON and more", "is an object file"},
+      {"objects", "QVHALCON\1" + std::string(9, 0), "holds iconic objects: ReadObject opens it"},
+      {"a.hdict", "QVHALCON\1\1 and more", "holds a dictionary: ReadDict opens it"},
+      {"a.om3", "QVHALCON\1\3 and more", "holds a 3D object model: ReadObjectModel3d opens it"},
+      {"a.hdl", "QVHALCON\1\4 and more", "holds a deep-learning model: ReadDlModel opens it"},
+      {"a.json", "{}", "ReadDict opens files named .json"},
       {"a.ima", "Hello", "an installed HALCON"},
       {"maximum 0", "P5\n1 1\n0\n1", "the largest sample is 0"},
       {"maximum 65536", "P5\n1 1\n65536\n1", "the largest sample is 65536"},

@@ -163,8 +163,8 @@ TEST_F(Model3d, RefusalsSayWhatIsWrong) {
       {"empty.obj", "# nothing\n", "no vertices"},
       {"facets.stl", binary_stl() + "x", "of 2 facets it would have 184 bytes, but it has 185"},
       {"word.stl", "solid a\nfacet normal 0 0 1\nouter lop\n", "line 3: 'loop' is expected"},
-      {"a.om3", "HALCON", "need a build against it"},
-      {"a.txt", "some text", "of no format"},
+      {"a.om3", "HALCON", "needs a build against it"},
+      {"a.txt", "some text", "is not a 3D model file of a known format"},
       {"nothing.ply", "", "empty"},
   };
   for (const auto& [name, content, reason] : cases)

@@ -86,7 +86,7 @@ TEST_F(Onnx, RefusesWhatIsNoModel) {
       {"graph.onnx", opset, "holds no graph"},
       {"long.onnx", whole + '\x3a' + varint(1u << 30), "cut off"},
       {"varint.onnx", std::string(60, '\xff'), "is no ONNX model"},
-      {"a.hdl", whole, "need a build against it"},
+      {"a.hdl", whole, "needs a build against it"},
   };
   for (const auto& [name, content, reason] : cases)
     EXPECT_THAT(refusal(name, content), ::testing::AllOf(HasSubstr(name), HasSubstr(reason)));

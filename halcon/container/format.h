@@ -1,16 +1,15 @@
-// The container's bytes. All numbers are little-endian.
+// The bytes of a container, a format of our own. All numbers are little-endian.
 //
 //   file     = "QVHALCON" version:u8 root:HandleKind body checksum:u64
-//   body     = objects (when the root is None), else count:u64 part*count, the last part being the root
-//   part     = kind:HandleKind content; parts come before the part that refers to them, and each but the last is
-//   referred
-//              to exactly once: what is read is a tree, whatever the file says
+//   body     = objects (when the root is None), otherwise count:u64 part*count; the last part is the root
+//   part     = kind:HandleKind content; a part comes before the part that refers to it, and each but the last is
+//              referred to exactly once: what is read is a tree, whatever the file says
 //   tuple    = tag:Tag values; a handle is the number of its part plus 1, or 0 when it is empty
 //   table    = tuple of keys, then per key a tuple or Tag::Objects and objects
 //   objects  = count:u64, then per object its class:u8 and content
 //
-// Counts stand in front of what they count, and are checked against the bytes left in the file before they are
-// believed. Compact forms of equal elements do not exist, so a file never unfolds to much more than its size.
+// A count precedes the elements it counts and is compared with the bytes left in the file before memory is allocated.
+// There is no compact form for equal elements, so a file never expands to much more than its size.
 #ifndef HALCONCPP_CONTAINER_FORMAT_H
 #define HALCONCPP_CONTAINER_FORMAT_H
 
@@ -22,7 +21,7 @@
 
 namespace HalconCpp::detail::container {
 
-static_assert(std::endian::native == std::endian::little, "numbers are read and written as they lie in memory");
+static_assert(std::endian::native == std::endian::little, "numbers are copied between memory and file");
 
 inline constexpr std::string_view magic = "QVHALCON";
 inline constexpr std::uint8_t version = 1;
@@ -31,20 +30,20 @@ enum class HandleKind : std::uint8_t { None, Dict, Matrix, Model3d, DlModel };
 
 enum class Tag : std::uint8_t {
   Empty,
-  Integer,  // i64
-  Real,     // f64
-  String,   // count of bytes, UTF-8
-  Handle,   // number of the part plus 1
-  Integers,
-  Integers32,
-  Reals,
-  Strings,  // count, total bytes, the u32 length of each, the bytes of all
-  Mixed,    // count, then elements: tuples of one
-  Objects,  // in tables only
+  Integer,     // i64
+  Real,        // f64
+  String,      // count of bytes, UTF-8
+  Handle,      // number of the part plus 1
+  Integers,    // count, i64 each
+  Integers32,  // count, i32 each
+  Reals,       // count, f64 each
+  Strings,     // count, total bytes, the u32 length of each, the bytes of all
+  Mixed,       // count, then elements: tuples of one
+  Objects,     // in tables only
 };
 
-// A checksum that any change of a single word is sure to alter. Bytes come in blocks of `block` bytes; only the last
-// piece of a file may have another size.
+// Differs whenever a single word of the file differs. Bytes come in multiples of `block` bytes, except the last ones of
+// a file. Four independent sums let a processor work on four words at a time.
 class Checksum {
  public:
   static constexpr std::size_t block = 32;
@@ -59,21 +58,22 @@ class Checksum {
   }
   std::uint64_t value() const noexcept {
     std::uint64_t result = size_;
-    for (const std::uint64_t lane : lanes_) result = mix(result, lane);
+    for (const std::uint64_t sum : sums_) result = mix(result, sum);
     return result;
   }
 
  private:
+  // One-to-one for a given sum: the factor is odd.
   static std::uint64_t mix(std::uint64_t sum, std::uint64_t word) noexcept {
     return std::rotl(sum ^ word, 29) * 0x9E3779B97F4A7C15u;
   }
   void add_block(const std::byte* bytes) noexcept {
     std::uint64_t words[4];
     std::memcpy(words, bytes, block);
-    for (int i = 0; i < 4; ++i) lanes_[i] = mix(lanes_[i], words[i]);
+    for (int i = 0; i < 4; ++i) sums_[i] = mix(sums_[i], words[i]);
   }
 
-  std::uint64_t lanes_[4] = {1, 2, 3, 4};
+  std::uint64_t sums_[4] = {1, 2, 3, 4};
   std::uint64_t size_ = 0;
 };
 

@@ -12,11 +12,10 @@ namespace HalconCpp::detail::container {
 namespace {
 
 bool may_hold_handles(const HTuple& tuple) noexcept {
-  if (Access::kind(tuple) != TupleKind::Array) return Access::kind(tuple) == TupleKind::Handle;
-  return Access::array(tuple).kind == ArrayKind::Mixed || Access::element_kind(tuple, 0) == TupleKind::Handle;
+  const TupleKind kind = Access::common_kind(tuple);
+  return kind == TupleKind::Handle || kind == TupleKind::Array;
 }
 
-// The same handle may stand at several places; it is listed, and will be written, once for each.
 class PartList {
  public:
   void add(const HandleData& handle, int depth) {
@@ -24,6 +23,7 @@ class PartList {
       fail("a handle of type " + quoted(handle.semantic_type()) + " cannot be written");
     if (depth > limits::nesting)
       fail("nested deeper than " + std::to_string(limits::nesting) + " levels, or inside itself");
+    // Each reference is written in full: two references per dictionary would double the file at every level.
     if (!met_.insert(&handle).second && ++repeated_ > limits::repeated_dicts)
       fail("its handles refer to one another more than " + std::to_string(limits::repeated_dicts) + " times");
     parts_.push_back({&handle, depth});

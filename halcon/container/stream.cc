@@ -1,6 +1,9 @@
 #include "container/stream.h"
 
 #include <algorithm>
+#include <cstring>
+#include <string>
+#include <utility>
 
 #include "core/failure.h"
 
@@ -8,7 +11,8 @@ namespace HalconCpp::detail::container {
 
 namespace {
 
-// Larger pieces would leave the cache before they are summed up.
+// Fits in a processor's cache, where the checksum finds it. Large arrays go in pieces of this size between file and
+// destination, without a copy in the buffer.
 constexpr std::size_t piece = std::size_t{64} << 10;
 static_assert(piece % Checksum::block == 0);
 
@@ -21,36 +25,28 @@ Reader::Reader(std::string_view path) : file_(path), buffer_(piece) {
 void Reader::read(void* to, std::size_t bytes) {
   if (bytes > left()) fail("the file ends too early");
   auto* out = static_cast<std::byte*>(to);
-  if (bytes > end_ - at_) {
-    const std::size_t ready = end_ - at_;
-    if (ready > 0) std::memcpy(out, buffer_.data() + at_, ready);
-    out += ready;
-    bytes -= ready;
-    at_ = end_;
-    const std::size_t direct = bytes >= piece ? bytes / Checksum::block * Checksum::block : 0;
-    read_directly(out, direct);
-    out += direct;
-    bytes -= direct;
-    refill();
-  }
-  if (bytes > 0) std::memcpy(out, buffer_.data() + at_, bytes);
-  at_ += bytes;
-}
-
-void Reader::read_directly(std::byte* to, std::size_t bytes) {
-  for (std::size_t done = 0; done < bytes;) {
-    const std::size_t size = std::min(piece, bytes - done);
-    file_.read(to + done, size);
-    checksum_.add(to + done, size);
-    done += size;
+  while (bytes > 0) {
+    std::size_t count = bytes;
+    if (at_ == end_ && bytes >= piece) {
+      read_piece(out, count = piece);
+    } else {
+      if (at_ == end_) {
+        end_ = static_cast<std::size_t>(std::min<std::uint64_t>(piece, left()));
+        at_ = 0;
+        read_piece(buffer_.data(), end_);
+      }
+      count = std::min(bytes, end_ - at_);
+      std::memcpy(out, buffer_.data() + at_, count);
+      at_ += count;
+    }
+    out += count;
+    bytes -= count;
   }
 }
 
-void Reader::refill() {
-  end_ = static_cast<std::size_t>(std::min<std::uint64_t>(piece, file_.left() - sizeof(std::uint64_t)));
-  at_ = 0;
-  file_.read(buffer_.data(), end_);
-  checksum_.add(buffer_.data(), end_);
+void Reader::read_piece(std::byte* to, std::size_t bytes) {
+  file_.read(to, bytes);
+  checksum_.add(to, bytes);
 }
 
 std::size_t Reader::count(std::size_t bytes_each) {
@@ -71,33 +67,28 @@ Writer::Writer(std::string_view path) : file_(path), buffer_(piece) {}
 
 void Writer::write(const void* from, std::size_t bytes) {
   const auto* in = static_cast<const std::byte*>(from);
-  if (bytes > piece - used_) {
-    const std::size_t fitting = piece - used_;
-    std::memcpy(buffer_.data() + used_, in, fitting);
-    write_out(buffer_.data(), piece);
-    used_ = 0;
-    in += fitting;
-    bytes -= fitting;
-    const std::size_t direct = bytes >= piece ? bytes / Checksum::block * Checksum::block : 0;
-    write_out(in, direct);
-    in += direct;
-    bytes -= direct;
+  while (bytes > 0) {
+    std::size_t count = piece;
+    if (used_ == 0 && bytes >= piece) {
+      write_piece(in, piece);
+    } else {
+      count = std::min(bytes, piece - used_);
+      std::memcpy(buffer_.data() + used_, in, count);
+      used_ += count;
+      if (used_ == piece) write_piece(buffer_.data(), std::exchange(used_, 0));
+    }
+    in += count;
+    bytes -= count;
   }
-  if (bytes > 0) std::memcpy(buffer_.data() + used_, in, bytes);
-  used_ += bytes;
 }
 
-void Writer::write_out(const std::byte* from, std::size_t bytes) {
-  for (std::size_t done = 0; done < bytes;) {
-    const std::size_t size = std::min(piece, bytes - done);
-    file_.write(from + done, size);
-    checksum_.add(from + done, size);
-    done += size;
-  }
+void Writer::write_piece(const std::byte* from, std::size_t bytes) {
+  file_.write(from, bytes);
+  checksum_.add(from, bytes);
 }
 
 void Writer::finish() {
-  write_out(buffer_.data(), used_);
+  write_piece(buffer_.data(), used_);
   const std::uint64_t sum = checksum_.value();
   file_.write(&sum, sizeof sum);
   file_.commit();

@@ -1,12 +1,9 @@
-// The bytes of a container, read and written through a buffer and summed up on the way.
+// Reads and writes the bytes of a container through a buffer, and computes its checksum on the way.
 #ifndef HALCONCPP_CONTAINER_STREAM_H
 #define HALCONCPP_CONTAINER_STREAM_H
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <span>
-#include <string>
 #include <string_view>
 
 #include "container/format.h"
@@ -15,14 +12,15 @@
 
 namespace HalconCpp::detail::container {
 
+// Every member fails when the file ends too early.
 class Reader {
  public:
-  // The file's checksum is at its end and no part of what is read.
   explicit Reader(std::string_view path);
 
+  // The bytes that have not been read, without the checksum at the end.
   std::uint64_t left() const noexcept { return file_.left() - sizeof(std::uint64_t) + (end_ - at_); }
   void read(void* to, std::size_t bytes);
-  // Into a block that has its size already.
+  // Fills a vector or buffer of the final size.
   template <class Block>
   void fill(Block& block) {
     read(block.data(), block.size() * sizeof(*block.data()));
@@ -33,7 +31,7 @@ class Reader {
     read(&result, sizeof result);
     return result;
   }
-  // A count of things that take `bytes_each` bytes at least; rejects one that the file cannot hold.
+  // A count of elements that take at least `bytes_each` bytes; fails when the file cannot hold so many.
   std::size_t count(std::size_t bytes_each);
   template <class T>
   Buffer<T> array(std::size_t size) {
@@ -41,16 +39,15 @@ class Reader {
     fill(values);
     return values;
   }
-  // Rejects bytes that nobody asked for, and a file whose checksum is another one.
+  // Fails when bytes are left over, or the checksum is wrong.
   void finish();
 
  private:
-  void refill();
-  void read_directly(std::byte* to, std::size_t bytes);
+  void read_piece(std::byte* to, std::size_t bytes);
 
   InputFile file_;
   Buffer<std::byte> buffer_;
-  std::size_t at_ = 0, end_ = 0;  // of the bytes in the buffer that are still to be read
+  std::size_t at_ = 0, end_ = 0;  // the bytes of the buffer that have not been read
   Checksum checksum_;
 };
 
@@ -68,10 +65,11 @@ class Writer {
   void values(const Block& block) {
     write(block.data(), block.size() * sizeof(*block.data()));
   }
+  // Appends the checksum and gives the file its name.
   void finish();
 
  private:
-  void write_out(const std::byte* from, std::size_t bytes);
+  void write_piece(const std::byte* from, std::size_t bytes);
 
   OutputFile file_;
   Buffer<std::byte> buffer_;

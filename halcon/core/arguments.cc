@@ -23,16 +23,20 @@ std::string_view text_argument(const HTuple& value, const char* name) {
   return Access::text(value);
 }
 
+HandleData& handle_argument(const HTuple& value, const char* name) {
+  if (Access::kind(value) != TupleKind::Handle) fail(std::string(name) + " must be one handle");
+  if (!Access::handle_data(value)) fail(std::string(name) + " is an empty handle");
+  return *Access::handle_data(value);
+}
+
 std::vector<double> number_arguments(const HTuple& values, const char* name) {
   const Hlong count = values.Length();
   std::vector<double> numbers;
   numbers.reserve(static_cast<std::size_t>(count));
   for (Hlong i = 0; i < count; ++i) {
-    const HTuple element = Access::element(values, i);
-    const TupleKind kind = Access::kind(element);
+    const TupleKind kind = Access::element_kind(values, i);
     if (kind != TupleKind::Integer && kind != TupleKind::Real) fail(std::string(name) + " must hold numbers only");
-    numbers.push_back(kind == TupleKind::Integer ? static_cast<double>(Access::integer(element))
-                                                 : Access::real(element));
+    numbers.push_back(values[i].D());
   }
   return numbers;
 }

@@ -1,7 +1,6 @@
 #include "dicts/entry_queries.h"
 
 #include <charconv>
-#include <typeinfo>
 
 #include "core/arguments.h"
 #include "core/failure.h"
@@ -24,19 +23,6 @@ const Entry& entry_of(const EntryTable& table, const HTuple& key) {
 
 }  // namespace
 
-HandleData& handle_argument(const HTuple& value, const char* name) {
-  if (Access::kind(value) != TupleKind::Handle) fail(std::string(name) + " must be one handle");
-  if (!Access::handle_data(value)) fail(std::string(name) + " is an empty handle");
-  return *Access::handle_data(value);
-}
-
-DictData& require_dict(HandleData* data) {
-  if (!data) fail("the dictionary is an empty handle");
-  if (typeid(*data) != typeid(DictData))
-    fail("a handle of type " + quoted(data->semantic_type()) + " is no dictionary");
-  return static_cast<DictData&>(*data);
-}
-
 std::string key_name(const HTuple& key) {
   switch (Access::kind(key)) {
     case TupleKind::String:
@@ -46,15 +32,16 @@ std::string key_name(const HTuple& key) {
     case TupleKind::Real:
       return digits_of(Access::real(key));
     default:
-      return "that is no key";
+      return "that is not a key";
   }
 }
 
 HTuple entry_param(const EntryTable& table, const HTuple& gen_name, const HTuple& key) {
-  static const HTuple object_type = Access::lasting_text("object");
-  static const HTuple tuple_type = Access::lasting_text("tuple");
+  static const StringData* const object_type = new_lasting_string("object");
+  static const StringData* const tuple_type = new_lasting_string("tuple");
   const std::string_view name = text_argument(gen_name, "the name of the query");
-  if (name == "key_data_type") return entry_of(table, key).holds_object() ? object_type : tuple_type;
+  if (name == "key_data_type")
+    return Access::adopt_string(entry_of(table, key).holds_object() ? object_type : tuple_type);
   if (name != "keys") fail("unknown query " + quoted(name) + "; accepted are 'keys' and 'key_data_type'");
   if (key.Length() != 0) fail("the query 'keys' takes an empty tuple as key");
   return table.keys();

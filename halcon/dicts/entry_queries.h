@@ -1,4 +1,4 @@
-// The queries that dictionaries and all other handles with keys have in common. Failures name the key.
+// The queries that all handles with keys have in common. Errors name the key.
 #ifndef HALCONCPP_DICTS_ENTRY_QUERIES_H
 #define HALCONCPP_DICTS_ENTRY_QUERIES_H
 
@@ -7,11 +7,6 @@
 #include "dicts/entry_table.h"
 
 namespace HalconCpp::detail {
-
-// One handle that is not empty; `name` is how a failure calls it.
-HandleData& handle_argument(const HTuple& value, const char* name);
-// Rejects an empty handle and a handle that is no dictionary.
-DictData& require_dict(HandleData* data);
 
 // A key as messages show it: 'name', 5, 0.25.
 std::string key_name(const HTuple& key);

@@ -64,7 +64,9 @@ class EntryTable {
 };
 
 struct DictData final : HandleData {
-  const char* semantic_type() const noexcept override { return "dict"; }
+  static constexpr const char* type = "dict";
+  static constexpr const char* name = "a dictionary";
+  const char* semantic_type() const noexcept override { return type; }
   const EntryTable* entries() const noexcept override { return &table; }
   EntryTable table;
 };

@@ -2,49 +2,58 @@
 
 #include <algorithm>
 #include <limits>
-#include <typeinfo>
+#include <new>
+#include <string>
+#include <utility>
 
 #include "HalconCreate.h"
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/limits.h"
-#include "dicts/entry_queries.h"
 
 namespace HalconCpp {
 
-using detail::Access;
-using detail::ArrayKind;
-using detail::TupleKind;
+namespace detail {
+
+HHandle new_matrix(Hlong rows, Hlong columns, HTuple values) {
+  if (columns == 0 && rows > limits::empty_rows)
+    fail("a matrix without columns has more than " + std::to_string(limits::empty_rows) + " rows");
+  const bool has_size =
+      rows >= 0 && columns >= 0 && (columns == 0 || rows <= std::numeric_limits<Hlong>::max() / columns);
+  const TupleKind kind = Access::common_kind(values);
+  if (!has_size || rows * columns != values.Length() || (kind != TupleKind::Real && kind != TupleKind::Empty))
+    fail("the values of a matrix do not fit its size");
+  auto* data = new MatrixData;
+  HHandle matrix = Access::wrap(data);
+  data->rows = rows;
+  data->columns = columns;
+  data->values = std::move(values);
+  return matrix;
+}
+
+}  // namespace detail
+
+using namespace detail;
 
 namespace {
 
-constexpr Hlong most_elements = std::numeric_limits<Hlong>::max() / sizeof(double);
+constexpr Hlong max_elements = std::numeric_limits<Hlong>::max() / sizeof(double);
 
-const detail::MatrixData& matrix_of(const HTuple& matrix) {
-  const detail::HandleData& data = detail::handle_argument(matrix, "the matrix");
-  if (typeid(data) != typeid(detail::MatrixData))
-    detail::fail("a handle of type " + detail::quoted(data.semantic_type()) + " is no matrix");
-  return static_cast<const detail::MatrixData&>(data);
+const MatrixData& matrix_of(const HTuple& matrix) {
+  return handle_cast<MatrixData>(handle_argument(matrix, "the matrix"));
 }
 
 double number_at(const HTuple& values, Hlong index) {
-  const HTuple value = Access::element(values, index);
-  if (Access::kind(value) == TupleKind::Real) return Access::real(value);
-  if (Access::kind(value) != TupleKind::Integer) detail::fail("a matrix holds numbers only");
-  return static_cast<double>(Access::integer(value));
-}
-
-bool are_reals(const HTuple& values) {
-  return Access::kind(values) == TupleKind::Array && Access::array(values).kind == ArrayKind::Reals;
+  const TupleKind kind = Access::element_kind(values, index);
+  if (kind != TupleKind::Real && kind != TupleKind::Integer) fail("a matrix holds numbers only");
+  return values[index].D();
 }
 
 // `count` reals, from one number for all or one number each.
 HTuple matrix_values(const HTuple& values, Hlong count) {
-  if (values.Length() == count && are_reals(values)) return values;
   if (values.Length() != 1 && values.Length() != count)
-    detail::fail(std::to_string(count) + " elements need as many values or one, not " +
-                 std::to_string(values.Length()));
-  detail::Buffer<double> reals(static_cast<std::size_t>(count));
+    fail(std::to_string(count) + " elements need as many values or one, not " + std::to_string(values.Length()));
+  Buffer<double> reals(static_cast<std::size_t>(count));
   if (values.Length() == 1)
     std::fill(reals.begin(), reals.end(), number_at(values, 0));
   else
@@ -55,24 +64,17 @@ HTuple matrix_values(const HTuple& values, Hlong count) {
 }  // namespace
 
 void CreateMatrix(const HTuple& rows, const HTuple& columns, const HTuple& value, HTuple* matrix) {
-  detail::operate("CreateMatrix", [&] {
-    const Hlong height = detail::integer_argument(rows, "the number of rows", 0, most_elements);
-    const Hlong width = detail::integer_argument(columns, "the number of columns", 0, most_elements);
-    if (width == 0 && height > detail::limits::empty_rows)
-      detail::fail("a matrix without columns has more than " + std::to_string(detail::limits::empty_rows) + " rows");
-    if (width != 0 && height > most_elements / width) throw std::bad_alloc();
-    HTuple values = matrix_values(value, height * width);
-    auto* made = new detail::MatrixData;
-    made->rows = height;
-    made->columns = width;
-    made->values = std::move(values);
-    *matrix = Access::handle_tuple(Access::wrap(made));
+  operate("CreateMatrix", [&] {
+    const Hlong height = integer_argument(rows, "the number of rows", 0, max_elements);
+    const Hlong width = integer_argument(columns, "the number of columns", 0, max_elements);
+    if (width != 0 && height > max_elements / width) throw std::bad_alloc();
+    *matrix = Access::handle_tuple(new_matrix(height, width, matrix_values(value, height * width)));
   });
 }
 
 void GetSizeMatrix(const HTuple& matrix, HTuple* rows, HTuple* columns) {
-  detail::operate("GetSizeMatrix", [&] {
-    const detail::MatrixData& data = matrix_of(matrix);
+  operate("GetSizeMatrix", [&] {
+    const MatrixData& data = matrix_of(matrix);
     const Hlong height = data.rows;
     const Hlong width = data.columns;
     *rows = height;  // an output may be the tuple that holds the matrix
@@ -81,7 +83,7 @@ void GetSizeMatrix(const HTuple& matrix, HTuple* rows, HTuple* columns) {
 }
 
 void GetFullMatrix(const HTuple& matrix, HTuple* values) {
-  detail::operate("GetFullMatrix", [&] { *values = matrix_of(matrix).values; });
+  operate("GetFullMatrix", [&] { *values = matrix_of(matrix).values; });
 }
 
 }  // namespace HalconCpp

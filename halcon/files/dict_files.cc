@@ -1,7 +1,8 @@
-// Dictionary files: JSON and the built-in container.
+// ReadDict and WriteDict: JSON and the built-in container.
 #include <algorithm>
 
 #include "container/container.h"
+#include "container/unknown_file.h"
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
@@ -10,14 +11,13 @@
 
 namespace HalconCpp {
 
-using detail::Access;
-using detail::TupleKind;
+using namespace detail;
 
 namespace {
 
 void require_equal_counts(const HTuple& names, const HTuple& values) {
   if (names.Length() != values.Length())
-    detail::fail(std::to_string(names.Length()) + " option names, but " + std::to_string(values.Length()) + " values");
+    fail(std::to_string(names.Length()) + " option names, but " + std::to_string(values.Length()) + " values");
 }
 
 // "true" and "false", or the two texts given.
@@ -25,11 +25,11 @@ bool choice(std::string_view name, const HTuple& value, std::string_view yes, st
   const bool is_text = Access::kind(value) == TupleKind::String;
   if (is_text && Access::text(value) == yes) return true;
   if (is_text && Access::text(value) == no) return false;
-  detail::fail("the option " + detail::quoted(name) + " takes " + detail::quoted(yes) + " or " + detail::quoted(no));
+  fail("the option " + quoted(name) + " takes " + quoted(yes) + " or " + quoted(no));
 }
 
-void set_reading_option(detail::JsonReading& options, const HTuple& option, const HTuple& value) {
-  const std::string_view name = detail::text_argument(option, "the name of an option");
+void set_reading_option(JsonReading& options, const HTuple& option, const HTuple& value) {
+  const std::string_view name = text_argument(option, "the name of an option");
   if (name == "convert_json_arrays_to") {
     options.arrays_to_dicts = choice(name, value, "dict", "tuple");
     return;
@@ -39,20 +39,17 @@ void set_reading_option(detail::JsonReading& options, const HTuple& option, cons
                        : name == "json_value_null"  ? &options.null_value
                                                     : nullptr;
   if (!word)
-    detail::fail("unknown option " + detail::quoted(name) +
-                 "; accepted are 'json_value_true', 'json_value_false', 'json_value_null' and "
-                 "'convert_json_arrays_to'");
+    fail("unknown option " + quoted(name) +
+         "; accepted are 'json_value_true', 'json_value_false', 'json_value_null' and "
+         "'convert_json_arrays_to'");
   if (Access::kind(value) == TupleKind::Handle)
-    detail::fail("the option " + detail::quoted(name) + " takes a string, an integer or a real");
+    fail("the option " + quoted(name) + " takes a string, an integer or a real");
   *word = value;
 }
 
-detail::JsonReading reading_options(const HTuple& names, const HTuple& values) {
+JsonReading reading_options(const HTuple& names, const HTuple& values) {
   require_equal_counts(names, values);
-  static const HTuple true_text = Access::lasting_text("true");
-  static const HTuple false_text = Access::lasting_text("false");
-  static const HTuple null_text = Access::lasting_text("null");
-  detail::JsonReading options{true_text, false_text, null_text};
+  JsonReading options;
   for (Hlong i = 0; i < names.Length(); ++i)
     set_reading_option(options, Access::element(names, i), Access::element(values, i));
   return options;
@@ -63,10 +60,9 @@ bool lenient_writing(const HTuple& names, const HTuple& values) {
   bool lenient = false;
   for (Hlong i = 0; i < names.Length(); ++i) {
     const HTuple option = Access::element(names, i);
-    const std::string_view name = detail::text_argument(option, "the name of an option");
+    const std::string_view name = text_argument(option, "the name of an option");
     if (name != "raise_error_if_content_not_serializable")
-      detail::fail("unknown option " + detail::quoted(name) +
-                   "; accepted is 'raise_error_if_content_not_serializable'");
+      fail("unknown option " + quoted(name) + "; accepted is 'raise_error_if_content_not_serializable'");
     lenient = !choice(name, Access::element(values, i), "true", "false");
   }
   return lenient;
@@ -74,7 +70,7 @@ bool lenient_writing(const HTuple& names, const HTuple& values) {
 
 // Whether the first character that is no white space begins an object or an array.
 bool begins_like_json(std::string_view path) {
-  detail::InputFile file(path);
+  InputFile file(path);
   char bytes[4096];
   const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(file.size(), sizeof bytes));
   file.read(bytes, count);
@@ -84,33 +80,35 @@ bool begins_like_json(std::string_view path) {
   return first != std::string_view::npos && (text[first] == '{' || text[first] == '[');
 }
 
-HHandle read_dict(std::string_view path, const detail::JsonReading& options) {
-  if (detail::is_container(path)) return detail::read_container_handle(path, "dict");
-  if (detail::extension_of(path) == "json" || begins_like_json(path)) return detail::read_json(path, options);
-  detail::reject_foreign_file(path);
+HHandle read_dict(std::string_view path, const JsonReading& options) {
+  if (is_container(path)) return read_container_handle(path, container::HandleKind::Dict);
+  if (extension_of(path) == "json" || begins_like_json(path)) return read_json(path, options);
+  reject_file(path, "a dictionary file");
 }
 
-void write_dict(std::string_view path, const detail::DictData& dict, bool lenient) {
-  if (detail::extension_of(path) == "json") return detail::write_json(path, dict, lenient);
-  detail::write_container_handle(path, dict);
+void write_dict(std::string_view path, const DictData& dict, bool lenient) {
+  if (extension_of(path) == "json") return write_json(path, dict, lenient);
+  write_container_handle(path, dict);
 }
 
 }  // namespace
 
 void HDict::ReadDict(const HTuple& file, const HTuple& gen_names, const HTuple& gen_values) {
-  detail::operate("ReadDict", [&] {
-    const std::string_view path = detail::text_argument(file, "the file name");
-    const detail::JsonReading options = reading_options(gen_names, gen_values);
-    Access::replace(*this, detail::in_file(path, [&] { return read_dict(path, options); }));
+  operate("ReadDict", [&] {
+    const std::string_view path = text_argument(file, "the file name");
+    const JsonReading options = reading_options(gen_names, gen_values);
+    Access::replace(*this, in_file(path, [&] { return read_dict(path, options); }));
   });
 }
 
 void HDict::WriteDict(const HTuple& file, const HTuple& gen_names, const HTuple& gen_values) const {
-  detail::operate("WriteDict", [&] {
-    const std::string_view path = detail::text_argument(file, "the file name");
+  operate("WriteDict", [&] {
+    const std::string_view path = text_argument(file, "the file name");
     const bool lenient = lenient_writing(gen_names, gen_values);
-    const detail::DictData& dict = detail::require_dict(Access::data(*this));
-    detail::in_file(path, [&] { write_dict(path, dict, lenient); });
+    HandleData* const data = Access::data(*this);
+    if (!data) fail("the dictionary is an empty handle");
+    const DictData& dict = handle_cast<DictData>(*data);
+    in_file(path, [&] { write_dict(path, dict, lenient); });
   });
 }
 

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "container/unknown_file.h"
 #include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
@@ -24,14 +25,6 @@ using namespace detail;
 
 namespace {
 
-[[noreturn]] void reject_unknown(std::string_view path, Bytes file) {
-  if (file.empty()) fail("the file is empty");
-  if (starts_with(file, "QVHALCON")) fail("is an object file, not an image file: ReadObject opens it");
-  if (extension_of(path) == "ima")
-    fail("files of the format \"ima\" are read by an installed HALCON only, since the format is not public");
-  fail("is not an image file of a known format");
-}
-
 Images read_images(std::string_view path) {
   const Buffer<std::byte> content = read_file(path);
   const Bytes file = content;
@@ -40,7 +33,7 @@ Images read_images(std::string_view path) {
     if (reader.read) return reader.read(file);
     fail("this build reads no " + std::string(reader.name) + " files (" + reader.missing + ")");
   }
-  reject_unknown(path, file);
+  reject_file(path, "an image file");
 }
 
 // The files of one call, read in several threads, all of which have ended when `read` returns. Each thread takes the
