@@ -84,7 +84,7 @@ std::string clear_codes(std::initializer_list<unsigned> pixels) {
 std::string pcx(int width, int height, int bits, int planes, int plane_bytes, const std::string& palette,
                 const std::string& pixels, const std::string& end = "") {
   return bytes({10, 5, 1, bits}) + le({0, 0, width - 1, height - 1, 0, 0}, 2) + palette + zeros(48 - palette.size()) +
-         bytes({0, planes, plane_bytes, 0, 1, 0}) + zeros(58) + pixels + end;
+         bytes({0, planes}) + le({plane_bytes, 1}, 2) + zeros(58) + pixels + end;
 }
 
 std::string ras(unsigned width, unsigned height, unsigned bits, unsigned kind, const std::string& map,
@@ -330,6 +330,7 @@ TEST(PlainImages, RejectWhatIsDamaged) {
       {bmp(2, 1, 8, 1, "", grays, bytes({9, 1, 0, 1})), "leave the image"},
       {bmp(1, 1, 0, 5, "", "", "no PNG here"), "should hold a PNG file"},
       {pcx(2, 1, 8, 1, 1, "", "12"), "shorter than its width"},
+      {pcx(4, 11266, 8, 3, 63524, "", "12"), "more than a file of"},
       {ras(0x7FFFFFFF, 0x7FFFFFFF, 24, 1, "", ""), "larger than the 1048576"},
       {ras(1, 1, 8, 4, "", "1234"), "type 4"},
       {xwd(65536, 65536, 1, 8, 8, 65536, 0, "", "x"), "ends too early"},

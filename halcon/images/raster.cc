@@ -206,7 +206,10 @@ std::size_t Raster::channels() const noexcept {
 }
 
 void check_raster(const Raster& raster, std::size_t file_bytes) {
-  check_image_size(raster.width, raster.height, raster.channels(), PixelType::Byte, file_bytes);
+  // With the padding of the rows, which some formats declare.
+  const std::uint64_t row_bits = std::uint64_t{8} * (raster.row_bytes / raster.planes);
+  check_image_size(std::max<std::uint64_t>(raster.width, row_bits / raster.bits), raster.height, raster.channels(),
+                   PixelType::Byte, file_bytes);
 }
 
 ImageRef read_raster(const Raster& raster, Bytes rows) {
