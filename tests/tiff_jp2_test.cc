@@ -205,6 +205,20 @@ TEST_F(TiffAndJp2, Jp2AppliesPalettes) {
   EXPECT_EQ(opened(with_palette(bytes({7, 7, 7}))), "1x1 byte | 7");
 }
 
+// Only what was checked reaches the decoder: no palette outside of the header, nothing behind the codestream, no
+// segment that hides in another one.
+TEST_F(TiffAndJp2, Jp2ReadsOnlyWhatIsChecked) {
+  const std::string file = jp2(bytes({1}));
+  const std::string palette = be({8 + 3 + 255 + 2 * 255}) + "pclr" + bytes({0, 2, 255}) + std::string(255, 7) +
+                              std::string(2 * 255, 9) + be({8 + 4 * 255}) + "cmap" + std::string(4 * 255, 0);
+  EXPECT_EQ(opened(std::string(file).insert(file.find("jp2c") - 4, palette)), "1x1 byte | 1");
+  std::string more = file;
+  more.replace(file.find("jp2c") - 4, 4, be({static_cast<int>(file.size() - file.find("jp2c") + 4)}));
+  EXPECT_EQ(opened(more + palette), "1x1 byte | 1");
+  const std::size_t coding = file.find("\xff\x52");
+  EXPECT_THAT(opened(std::string(file).insert(coding, bytes({0xff, 0x30, 0, 2}))), HasSubstr("marker 0xff30"));
+}
+
 // A claim is refused before anything is allocated for it. Distances from the marker of the segment.
 TEST_F(TiffAndJp2, Jp2RefusesClaims) {
   const std::string file = written(noise("byte", 37, 19, 3), "jp2");
@@ -212,7 +226,7 @@ TEST_F(TiffAndJp2, Jp2RefusesClaims) {
       {"\xff\x51", 6, be({1u << 31}), "larger than the 1048576"},
       {"\xff\x51", 6, be({1u << 19}) + be({1 << 19}), "bytes; at most"},
       {"\xff\x51", 6, be({1u << 14}) + be({1 << 14}), "more than a file of"},
-      {"\xff\x51", 22, be({1}) + be({1}), "claims 703 tiles"},
+      {"\xff\x51", 22, be({1}) + be({1}), "declares 703 tiles"},
       {"\xff\x51", 22, be({0}), "tiles have no size"},
       {"\xff\x51", 38, be({9999}, 2), "9999 channels"},
       {"\xff\x52", 6, be({65535}, 2), "in each of 65535 layers"},

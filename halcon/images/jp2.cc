@@ -10,7 +10,7 @@
 #include "core/failure.h"
 #include "images/colors.h"
 #include "images/formats.h"
-#include "images/jp2_claims.h"
+#include "images/jp2_check.h"
 #include "images/memory_file.h"
 
 namespace HalconCpp::detail {
@@ -51,16 +51,31 @@ void ignore(const char*, void*) {}
 
 constexpr auto failed = static_cast<OPJ_SIZE_T>(-1);
 
+// The two parts of a checked file, one behind the other.
+struct Source {
+  MemorySource boxes, codestream;
+
+  std::size_t size() const { return boxes.content.size() + codestream.content.size(); }
+  void seek(std::size_t to) {
+    boxes.position = std::min(to, boxes.content.size());
+    codestream.position = to - boxes.position;
+  }
+  std::size_t position() const { return boxes.position + codestream.position; }
+};
+
 OPJ_SIZE_T read_source(void* to, OPJ_SIZE_T bytes, void* user) {
-  const std::size_t count = static_cast<MemorySource*>(user)->read(to, bytes);
+  auto& source = *static_cast<Source*>(user);
+  const std::size_t first = source.boxes.read(to, bytes);
+  const std::size_t count = first + source.codestream.read(static_cast<char*>(to) + first, bytes - first);
   return count ? count : failed;
 }
 OPJ_OFF_T skip_source(OPJ_OFF_T bytes, void* user) {
-  static_cast<MemorySource*>(user)->position += static_cast<std::size_t>(bytes);
+  auto& source = *static_cast<Source*>(user);
+  source.seek(source.position() + static_cast<std::size_t>(bytes));
   return bytes;
 }
 OPJ_BOOL seek_source(OPJ_OFF_T to, void* user) {
-  static_cast<MemorySource*>(user)->position = static_cast<std::size_t>(to);
+  static_cast<Source*>(user)->seek(static_cast<std::size_t>(to));
   return OPJ_TRUE;
 }
 
@@ -78,10 +93,10 @@ OPJ_BOOL seek_sink(OPJ_OFF_T to, void* user) {
 
 constexpr OPJ_SIZE_T stream_buffer = 64 * 1024;
 
-Stream open_stream(MemorySource& source) {
+Stream open_stream(Source& source) {
   Stream stream = required(Stream(opj_stream_create(stream_buffer, OPJ_TRUE)));
   opj_stream_set_user_data(stream.get(), &source, nullptr);
-  opj_stream_set_user_data_length(stream.get(), source.content.size());
+  opj_stream_set_user_data_length(stream.get(), source.size());
   opj_stream_set_read_function(stream.get(), read_source);
   opj_stream_set_skip_function(stream.get(), skip_source);
   opj_stream_set_seek_function(stream.get(), seek_source);
@@ -103,10 +118,10 @@ void listen(const Codec& codec, Message& message) {
   opj_set_info_handler(codec.get(), ignore, nullptr);
 }
 
-Picture decode(Bytes file, bool boxed) {
-  MemorySource source{file};
+Picture decode(const CheckedJp2& file) {
+  Source source{{file.boxes}, {file.codestream}};
   Message message{};
-  const Codec codec = required(Codec(opj_create_decompress(boxed ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K)));
+  const Codec codec = required(Codec(opj_create_decompress(file.boxes.empty() ? OPJ_CODEC_J2K : OPJ_CODEC_JP2)));
   const Stream stream = open_stream(source);
   listen(codec, message);
   opj_dparameters_t parameters;
@@ -284,8 +299,8 @@ Picture make_picture(const Image& image) {
 }  // namespace
 
 ImageRef read_jp2(Bytes file) {
-  const Jp2Claims claims = check_jp2(file);
-  const Picture picture = decode(file, claims.boxed);
+  const CheckedJp2 checked = check_jp2(file);
+  const Picture picture = decode(checked);
   const std::uint32_t width = picture->x1 - picture->x0, height = picture->y1 - picture->y0;
   check_image_size(width, height, picture->numcomps, PixelType::Int4, file.size());
   const Colours colours = colours_of(*picture);
@@ -298,7 +313,7 @@ ImageRef read_jp2(Bytes file) {
   });
   if (scale.type == PixelType::Byte) convert_colours<std::uint8_t>(*picture, colours, scale.bits, draft);
   if (scale.type == PixelType::UInt2) convert_colours<std::uint16_t>(*picture, colours, scale.bits, draft);
-  if (claims.gray_palette && draft.channels() == 3) draft.keep_channels(1);
+  if (checked.gray_palette && draft.channels() == 3) draft.keep_channels(1);
   return draft.finish();
 }
 

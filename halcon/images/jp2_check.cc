@@ -1,6 +1,9 @@
-#include "images/jp2_claims.h"
+// JP2 boxes after ITU-T T.800 Annex I, the codestream after its Annex A.
+#include "images/jp2_check.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -65,34 +68,48 @@ std::uint64_t ceil_shifted(std::uint64_t value, unsigned bits) {
 }
 
 enum Marker : std::uint32_t {
-  start_of_codestream = 0xff4f,
-  image_and_tile_size = 0xff51,
-  coding_default = 0xff52,
-  coding_component = 0xff53,
-  start_of_tile_part = 0xff90,
-  start_of_data = 0xff93,
-  end_of_codestream = 0xffd9,
+  SOC = 0xff4f,
+  SIZ = 0xff51,
+  COD = 0xff52,
+  COC = 0xff53,
+  SOT = 0xff90,
+  SOD = 0xff93,
+  EOC = 0xffd9,
 };
+
+// Segments of headers that OpenJPEG knows: COD, COC, TLM, PLM, PLT, CPF, QCD, QCC, RGN, POC, PPM, PPT, CRG, COM, CAP,
+// and the component transforms of T.801, CBD, MCT, MCC, MCO. Behind another one it would look for the next of these.
+constexpr std::uint32_t known_segments[] = {COD,    COC,    0xff55, 0xff57, 0xff58, 0xff59, 0xff5c,
+                                            0xff5d, 0xff5e, 0xff5f, 0xff60, 0xff61, 0xff63, 0xff64,
+                                            0xff50, 0xff78, 0xff74, 0xff75, 0xff77};
+
+[[noreturn]] void reject_marker(std::uint32_t marker) {
+  char name[16];
+  std::snprintf(name, sizeof name, "0x%04x", static_cast<unsigned>(marker));
+  fail("its codestream holds the marker " + std::string(name) + " where none of that kind can be");
+}
 
 // The walk over the markers of a codestream.
 class Codestream {
  public:
   Codestream(Bytes bytes, std::uint32_t palette_channels) : bytes_(bytes), palette_channels_(palette_channels) {}
 
-  void check() {
+  // The codestream without what follows its end marker, which may be missing.
+  Bytes check() {
     Cursor cursor(bytes_);
-    if (cursor.number(2) != start_of_codestream || cursor.number(2) != image_and_tile_size)
-      fail("its codestream does not begin with the image size");
+    if (cursor.number(2) != SOC || cursor.number(2) != SIZ) fail("its codestream does not begin with the image size");
     read_size(segment(cursor));
     std::uint32_t marker = cursor.number(2);
-    for (; marker != start_of_tile_part; marker = cursor.number(2)) read_segment(marker, segment(cursor));
-    while (marker == start_of_tile_part) {
+    for (; marker != SOT; marker = cursor.number(2)) read_segment(marker, segment(cursor));
+    while (marker == SOT) {
       read_tile_part(cursor);
-      marker = cursor.left() < 2 ? std::uint32_t{end_of_codestream} : cursor.number(2);
+      marker = cursor.left() < 2 ? std::uint32_t{EOC} : cursor.number(2);
     }
+    if (marker != EOC) reject_marker(marker);
     const auto found = static_cast<std::uint64_t>(std::count(seen_.begin(), seen_.end(), true));
     if (found < tiles_)
       fail(std::to_string(tiles_ - found) + " of its " + std::to_string(tiles_) + " tiles are missing");
+    return bytes_.first(bytes_.size() - cursor.left());
   }
 
  private:
@@ -117,24 +134,26 @@ class Codestream {
     // A tile takes a header of 14 bytes and a byte for each component at least.
     constexpr std::uint64_t tile_header = 14;
     if (tiles_ > bytes_.size() / std::max<std::uint64_t>(tile_header, components_))
-      fail("claims " + std::to_string(tiles_) + " tiles, more than " + std::to_string(bytes_.size()) +
+      fail("declares " + std::to_string(tiles_) + " tiles, more than " + std::to_string(bytes_.size()) +
            " bytes can hold");
     // About what OpenJPEG keeps for a tile and for each of its components before it decodes the first one.
     constexpr std::uint64_t tile_cost = 6000, component_cost = 1200;
     const std::uint64_t tile_bytes = tiles_ * (tile_cost + component_cost * components_);
     if (tile_bytes > limits::decoded_free && tile_bytes / limits::tables_per_byte > bytes_.size())
-      fail("claims " + std::to_string(tiles_) + " tiles, too many for " + std::to_string(bytes_.size()) + " bytes");
+      fail("declares " + std::to_string(tiles_) + " tiles, too many for " + std::to_string(bytes_.size()) + " bytes");
     seen_.resize(static_cast<std::size_t>(tiles_));
   }
 
   void read_segment(std::uint32_t marker, Cursor content) {
-    if (marker == coding_default) {
+    if (std::find(std::begin(known_segments), std::end(known_segments), marker) == std::end(known_segments))
+      reject_marker(marker);
+    if (marker == COD) {
       const std::uint32_t style = content.number(1);
       content.number(1);
       layers_ = std::max(layers_, content.number(2));
       content.number(1);
       read_coding(style, content);
-    } else if (marker == coding_component) {
+    } else if (marker == COC) {
       content.number(components_ < 257 ? 1 : 2);
       const std::uint32_t style = content.number(1);
       read_coding(style, content);
@@ -146,7 +165,7 @@ class Codestream {
     const std::uint32_t levels = content.number(1);
     const unsigned block_width = content.number(1) + 2, block_height = content.number(1) + 2;
     content.number(2);
-    if (levels > 32) fail("claims " + std::to_string(levels) + " levels of decomposition; 32 are possible");
+    if (levels > 32) fail("declares " + std::to_string(levels) + " levels of decomposition; 32 are possible");
     std::uint64_t packets = 0, blocks = 0;
     for (std::uint32_t r = 0; r <= levels; ++r) {
       const std::uint32_t precinct = style & 1 ? content.number(1) : 0xff;
@@ -165,10 +184,10 @@ class Codestream {
   void check_costs(std::uint64_t packets, std::uint64_t blocks) const {
     constexpr std::uint64_t block_cost = 800;
     if (packets > bytes_.size() / std::max<std::uint32_t>(layers_, 1))
-      fail("claims " + std::to_string(packets) + " packets in each of " + std::to_string(layers_) +
+      fail("declares " + std::to_string(packets) + " packets in each of " + std::to_string(layers_) +
            " layers, more than " + std::to_string(bytes_.size()) + " bytes can hold");
     if (blocks > limits::decoded_free / block_cost && blocks > bytes_.size() * (limits::decoded_per_byte / block_cost))
-      fail("claims " + std::to_string(blocks) + " code-blocks, too many for " + std::to_string(bytes_.size()) +
+      fail("declares " + std::to_string(blocks) + " code-blocks, too many for " + std::to_string(bytes_.size()) +
            " bytes");
   }
 
@@ -184,7 +203,7 @@ class Codestream {
       fail("a tile part of " + std::to_string(length) + " bytes is too short for itself");
     Cursor part(cursor.take(length == 0 ? cursor.left() : length - used));
     if (part.left() == 0) return;
-    for (std::uint32_t marker = part.number(2); marker != start_of_data; marker = part.number(2))
+    for (std::uint32_t marker = part.number(2); marker != SOD; marker = part.number(2))
       read_segment(marker, segment(part));
   }
 
@@ -212,26 +231,66 @@ Palette read_palette(Cursor cursor) {
   return palette;
 }
 
+void append_box(Buffer<std::byte>& file, std::uint32_t type, std::size_t content) {
+  const auto length = static_cast<std::uint32_t>(content + 8);
+  for (const std::uint32_t number : {length, type})
+    for (int shift = 24; shift >= 0; shift -= 8) file.push_back(static_cast<std::byte>(number >> shift & 255));
+}
+
+void append(Buffer<std::byte>& file, Bytes bytes) { file.append(bytes.data(), bytes.size()); }
+
+// The boxes of a JP2 Header that say what the samples mean. Each comes once.
+constexpr std::uint32_t header_boxes[] = {box_type("ihdr"), box_type("bpcc"), box_type("colr"),
+                                          box_type("pclr"), box_type("cmap"), box_type("cdef")};
+
+struct Header {
+  Bytes boxes[std::size(header_boxes)];  // their contents; empty: not there
+
+  explicit Header(Bytes content) {
+    for (Cursor inner(content); inner.left() > 0;) {
+      const Box box = next_box(inner);
+      const auto* known = std::find(std::begin(header_boxes), std::end(header_boxes), box.type);
+      if (known == std::end(header_boxes)) continue;
+      if (Bytes& kept = boxes[known - header_boxes]; kept.empty()) kept = box.content;
+    }
+  }
+  Palette palette() const { return boxes[3].empty() ? Palette{} : read_palette(Cursor(boxes[3])); }
+};
+
+// A JP2 file of these boxes up to the codestream, whose box reaches to the end of the file (length 0).
+Buffer<std::byte> make_boxes(const Header& header) {
+  static constexpr std::byte signature[] = {std::byte{13}, std::byte{10}, std::byte{0x87}, std::byte{10}};
+  static constexpr std::byte file_type[] = {std::byte{'j'}, std::byte{'p'}, std::byte{'2'}, std::byte{' '},
+                                            std::byte{0},   std::byte{0},   std::byte{0},   std::byte{0},
+                                            std::byte{'j'}, std::byte{'p'}, std::byte{'2'}, std::byte{' '}};
+  Buffer<std::byte> inner, file;
+  for (std::size_t i = 0; i < std::size(header_boxes); ++i) {
+    if (header.boxes[i].empty()) continue;
+    append_box(inner, header_boxes[i], header.boxes[i].size());
+    append(inner, header.boxes[i]);
+  }
+  append_box(file, box_type("jP  "), sizeof signature);
+  append(file, signature);
+  append_box(file, box_type("ftyp"), sizeof file_type);
+  append(file, file_type);
+  append_box(file, box_type("jp2h"), inner.size());
+  append(file, inner);
+  append_box(file, box_type("jp2c"), std::size_t{0} - 8);
+  return file;
+}
+
 }  // namespace
 
-Jp2Claims check_jp2(Bytes file) {
-  Jp2Claims claims;
-  Palette palette;
-  claims.boxed = !starts_with(file, "\xff\x4f");
-  if (!claims.boxed) {
-    Codestream(file, 0).check();
-    return claims;
-  }
+CheckedJp2 check_jp2(Bytes file) {
+  if (starts_with(file, "\xff\x4f")) return {{}, Codestream(file, 0).check(), false};
   Cursor cursor(file);
+  Bytes header_content;
   Box box = next_box(cursor);
-  for (; box.type != box_type("jp2c"); box = next_box(cursor)) {
-    if (box.type != box_type("jp2h")) continue;
-    for (Cursor inner(box.content); inner.left() > 0;)
-      if (const Box part = next_box(inner); part.type == box_type("pclr")) palette = read_palette(Cursor(part.content));
-  }
-  Codestream(box.content, palette.channels).check();
-  claims.gray_palette = palette.gray;
-  return claims;
+  for (; box.type != box_type("jp2c"); box = next_box(cursor))
+    if (box.type == box_type("jp2h") && header_content.empty()) header_content = box.content;
+  const Header header(header_content);
+  const Palette palette = header.palette();
+  return {make_boxes(header), Codestream(box.content, palette.channels).check(), palette.gray};
 }
 
 }  // namespace HalconCpp::detail
