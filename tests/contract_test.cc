@@ -2,10 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <vector>
 
+#include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
-#include "support/objects.h"
+#include "support/values.h"
 
 namespace {
 
@@ -19,6 +24,35 @@ class Contract : public ::testing::Test {
     ASSERT_TRUE(root) << reader.error();
     image = qv_node_child_at(root, 0);
   }
+
+  // Calls an extraction with each argument null in turn: all buffers that it can reach are null then, counts as before.
+  template <class... Output>
+  void expect_failure_of_null(int32_t (*extract)(qv_reader*, const qv_node*, int32_t, Output*...),
+                              std::type_identity_t<Output>*... outputs) {
+    constexpr std::size_t given = 2;
+    for (std::size_t missing = 0; missing < given + sizeof...(Output); ++missing) {
+      SCOPED_TRACE("argument " + std::to_string(missing) + " is null");
+      (spoil(*outputs), ...);
+      std::size_t position = given;
+      const auto unless_missing = [&](auto* output) { return position++ == missing ? nullptr : output; };
+      const std::tuple<Output*...> passed{unless_missing(outputs)...};
+      qv_reader* const with = missing == 0 ? nullptr : static_cast<qv_reader*>(reader);
+      const qv_node* const of = missing == 1 ? nullptr : image;
+      EXPECT_EQ(std::apply([&](auto*... each) { return extract(with, of, 0, each...); }, passed), 0);
+      std::apply([&](auto*... each) { (expect_no_result(each), ...); }, passed);
+    }
+  }
+  static void spoil(uint32_t& number) { number = 7; }
+  template <class T>
+  void spoil(T*& buffer) {
+    buffer = reinterpret_cast<T*>(this);
+  }
+  static void expect_no_result(const uint32_t* number) { EXPECT_TRUE(!number || *number == 7u); }
+  template <class T>
+  static void expect_no_result(T* const* buffer) {
+    EXPECT_TRUE(!buffer || !*buffer);
+  }
+
   TempDir folder;
   Reader reader;
   const qv_node* root = nullptr;
@@ -41,9 +75,54 @@ TEST_F(Contract, NullNodesAndBadIndicesGiveTheDefaults) {
       EXPECT_EQ(qv_node_value_real_at(node, index), 0.0);
       EXPECT_EQ(narrow(qv_node_detail_line_at(node, index)), "");
     }
+  save_dict(sample_dict(), folder / "d.hdict");
+  std::vector<const qv_node*> all{reader.dict(folder / "d.hdict")};
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const qv_node* const node = all[i];
+    for (const qv_node* below : children(node)) all.push_back(below);
+    EXPECT_EQ(qv_node_child_at(node, static_cast<int32_t>(qv_node_child_count(node))), nullptr);
+    EXPECT_EQ(narrow(qv_node_detail_line_at(node, static_cast<int32_t>(qv_node_detail_line_count(node)))), "");
+    const auto behind = static_cast<int32_t>(qv_node_value_count(node));
+    EXPECT_EQ(qv_node_value_type_at(node, behind), 0u);
+    EXPECT_EQ(narrow(qv_node_value_string_at(node, behind)), "");
+    EXPECT_EQ(qv_node_value_int_at(node, behind), 0);
+    EXPECT_EQ(qv_node_value_real_at(node, behind), 0.0);
+  }
+  EXPECT_GT(all.size(), 20u);
+}
+
+TEST_F(Contract, FullTextsNeedBothAndLeaveTheErrorAlone) {
+  EXPECT_EQ(qv_node_image_channel_count(reader, image, 0), 1);
+  EXPECT_FALSE(reader.save(image, folder / "no/such/folder.png"));
+  const std::string text = reader.error();
+  ASSERT_NE(text, "");
   EXPECT_EQ(narrow(qv_node_full_value_text(nullptr, image)), "");
   EXPECT_EQ(narrow(qv_node_full_value_text(reader, nullptr)), "");
   EXPECT_EQ(reader.full(root), "");
+  EXPECT_EQ(reader.full(image), "");
+  EXPECT_EQ(reader.error(), text);
+  EXPECT_EQ(qv_node_image_channel_count(reader, image, 0), 1);
+  EXPECT_EQ(reader.error(), "");  // a channel count clears it
+}
+
+TEST(ReaderSettings, RegionsAreKeptWholeWhereHalconLets) {
+  const auto clips = [] {
+    HTuple answer;
+    HalconCpp::GetSystem("clip_region", &answer);
+    return std::string(answer[0].S().Text());
+  };
+  for (int round = 0; round < 2; ++round) {
+    HalconCpp::SetSystem("clip_region", "true");
+    const Reader reader;
+    EXPECT_EQ(clips(), "false") << "Reader " << round;
+  }
+  HalconCpp::SetSystem("clip_region", "true");
+  const Failing failing("SetSystem");
+  const Reader reader;
+  EXPECT_TRUE(failing.met);
+  EXPECT_EQ(clips(), "true");
+  EXPECT_EQ(reader.error(), "");
+  EXPECT_EQ(reader.dict("none"), nullptr);
 }
 
 TEST_F(Contract, NullPointersFailAndLeaveTheTextAlone) {
@@ -63,19 +142,6 @@ TEST_F(Contract, NullPointersFailAndLeaveTheTextAlone) {
       [&] { return qv_reader_parse_dl_model_file(r, nullptr) != nullptr; },
       [&] { return qv_node_image_channel_count(nullptr, image, 0) + 1; },
       [&] { return qv_node_image_channel_count(r, nullptr, 0) + 1; },
-      [&] { return qv_extract_image(nullptr, image, 0, &width, &height, &stride, &format, &pixels); },
-      [&] { return qv_extract_image(r, nullptr, 0, &width, &height, &stride, &format, &pixels); },
-      [&] { return qv_extract_image(r, image, 0, nullptr, &height, &stride, &format, &pixels); },
-      [&] { return qv_extract_image(r, image, 0, &width, nullptr, &stride, &format, &pixels); },
-      [&] { return qv_extract_image(r, image, 0, &width, &height, nullptr, &format, &pixels); },
-      [&] { return qv_extract_image(r, image, 0, &width, &height, &stride, nullptr, &pixels); },
-      [&] { return qv_extract_image(r, image, 0, &width, &height, &stride, &format, nullptr); },
-      [&] { return qv_extract_contour_points(r, image, 0, nullptr, &cols, &count); },
-      [&] { return qv_extract_contour_points(r, image, 0, &rows, nullptr, &count); },
-      [&] { return qv_extract_polygon_points(r, image, 0, &rows, &cols, nullptr); },
-      [&] { return qv_extract_parallel_lines(r, image, 0, &rows, &cols, nullptr, &rows2, &cols2, &count2); },
-      [&] { return qv_extract_parallel_lines(r, image, 0, &rows, &cols, &count, &rows2, nullptr, &count2); },
-      [&] { return qv_extract_region_runs(r, image, 0, &runs, &begins, nullptr, &count); },
       [&] { return qv_save_object_as(nullptr, image, file) + qv_save_object_as(r, nullptr, file); },
       [&] { return qv_save_object_as(r, image, nullptr); },
       [&] { return qv_save_objects_as(r, nullptr, 1, file) + qv_save_objects_as(r, nodes, 0, file); },
@@ -85,13 +151,15 @@ TEST_F(Contract, NullPointersFailAndLeaveTheTextAlone) {
       },
   };
   for (std::size_t i = 0; i < std::size(calls); ++i) {
-    rows = cols = rows2 = cols2 = reinterpret_cast<double*>(this);
-    runs = begins = ends = reinterpret_cast<int32_t*>(this);
-    pixels = reinterpret_cast<uint8_t*>(this);
     EXPECT_EQ(calls[i](), 0) << "call " << i;
     EXPECT_EQ(reader.error(), text) << "call " << i;
   }
-  EXPECT_EQ(width + height + stride + format + count + count2, 42u);
+  expect_failure_of_null(qv_extract_image, &width, &height, &stride, &format, &pixels);
+  expect_failure_of_null(qv_extract_contour_points, &rows, &cols, &count);
+  expect_failure_of_null(qv_extract_polygon_points, &rows, &cols, &count);
+  expect_failure_of_null(qv_extract_parallel_lines, &rows, &cols, &count, &rows2, &cols2, &count2);
+  expect_failure_of_null(qv_extract_region_runs, &runs, &begins, &ends, &count);
+  EXPECT_EQ(reader.error(), text);
   EXPECT_EQ(type(qv_node_child_at(root, 1)), "region");  // the tree stays
   qv_reader_destroy(nullptr);
   qv_free_buffer(nullptr);

@@ -55,7 +55,11 @@ TEST_F(DictTree, ValuesAndTheirTexts) {
       {0.1, "real", "0.1"},
       {2.0 / 3, "real", "0.666667"},
       {1e-7, "real", "1e-07"},
+      {1234567.0, "real", "1.23457e+06"},
+      {INFINITY, "real", "inf"},
       {-INFINITY, "real", "-inf"},
+      {NAN, "real", "nan"},
+      {std::copysign(NAN, -1.0), "real", "-nan"},
       {"abc", "string", "'abc'"},
       {"it's", "string", "'it's'"},
       {"", "string", "''"},
@@ -84,7 +88,7 @@ TEST_F(DictTree, ValuesAndTheirTexts) {
     EXPECT_EQ(qv_node_value_count(node), row.tuple.Length());
     EXPECT_EQ(qv_node_truncated(node), 0);
   }
-  const qv_node* mixed = qv_node_child_at(root, 13);
+  const qv_node* mixed = child(root, "17");
   EXPECT_EQ(qv_node_value_int_at(mixed, 0), 1);
   EXPECT_EQ(narrow(qv_node_value_string_at(mixed, 0)), "");
   EXPECT_EQ(narrow(qv_node_value_string_at(mixed, 1)), "a");
@@ -166,31 +170,63 @@ TEST_F(DictTree, QuestionsThatOnlySaveTimeMayFail) {
 
 TEST_F(DictTree, KeysKeepTheirOrderAndText) {
   const HTuple dict = new_dict();
-  const HTuple keys[] = {"z", 5, -3, 2.5, "a", "Schlüssel", ""};
+  const HTuple keys[] = {"z", 5, -3, 2.5, "a", "Schlüssel", "", 1234567.5, HTuple(HalconCpp::Hlong{INT64_MIN})};
   for (const HTuple& key : keys) SetDictTuple(dict, key, 1);
   SetDictTuple(dict, 5, 2);  // replaced in place
+  const auto labels = [](const qv_node* root) {
+    std::string all;
+    for (const qv_node* node : children(root)) all += label(node) + "|";
+    return all;
+  };
+  HalconCpp::WriteDlModel(new_dl_model(dict), (folder / "keys.hdl").c_str());
+  const std::string expected = "z|5|-3|2.5|a|Schlüssel||1.23457e+06|-9223372036854775808|";
+  EXPECT_EQ(labels(reader.parse(FileKind::DlModel, folder / "keys.hdl")), expected);
   const qv_node* root = open(dict);
-  std::string labels;
-  for (const qv_node* node : children(root)) labels += label(node) + "|";
-  EXPECT_EQ(labels, "z|5|-3|2.5|a|Schlüssel||");
-  EXPECT_EQ(summary(root), "7 keys");
+  EXPECT_EQ(labels(root), expected);
+  EXPECT_EQ(summary(root), "9 keys");
   EXPECT_EQ(type(root), "dict");
   EXPECT_EQ(summary(child(root, "5")), "2");
 }
 
+// More labels than any cache of texts has room for, each in several dictionaries.
+TEST_F(DictTree, EachEntryHasItsOwnLabel) {
+  std::string json = "{";
+  for (int i = 0; i < 6000; ++i) {
+    const std::string number = std::to_string(i);
+    json += (i == 0 ? "\"" : ", \"") + number + "\": {\"key" + std::to_string(i / 3) + "\": " + number + "}";
+  }
+  write(folder / "d.json", json + "}");
+  const qv_node* root = reader.dict(folder / "d.json");
+  ASSERT_EQ(qv_node_child_count(root), 6000) << reader.error();
+  int wrong = 0;
+  for (int i = 0; i < 6000; ++i) {
+    const qv_node* outer = qv_node_child_at(root, i);
+    const qv_node* inner = qv_node_child_at(outer, 0);
+    wrong += label(outer) != std::to_string(i) || label(inner) != "key" + std::to_string(i / 3) ||
+             summary(inner) != std::to_string(i);
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
 TEST_F(DictTree, HandlesNestAndStandInArrays) {
-  HTuple sphere, points;
+  HTuple sphere, points, no_points;
   HalconCpp::GenSphereObjectModel3d(1, 2, 3, 0.5, &sphere);
   HalconCpp::GenObjectModel3dFromPoints(tuple({-1.0, 1.0}), tuple({-1.0, 2.0}), tuple({1.0, 3.0}), &points);
+  HalconCpp::GenObjectModel3dFromPoints(HTuple(), HTuple(), HTuple(), &no_points);
   const HTuple inner = new_dict({{"x", 1}}), five = new_matrix(1, 1, 5);
+  const HTuple odd = tuple({INFINITY, -INFINITY, NAN, 1234567.0, 123456.7, 1e20});
   const qv_node* root = open(new_dict({{"dict", inner},
                                        {"array", tuple({inner, 7, "s", new_dict()})},
+                                       {"handle last", tuple({7, "s", 2.5, inner})},
+                                       {"model", new_dl_model(inner)},
+                                       {"odd matrix", new_matrix(1, 6, odd)},
                                        {"matrix", new_matrix(2, 2, tuple({1, 2.5, -3, 1e-7}))},
                                        {"no columns", new_matrix(2, 0, HTuple())},
                                        {"matrices", tuple({five, five})},
                                        {"points", points},
+                                       {"no points", no_points},
                                        {"sphere", sphere}}));
-  EXPECT_EQ(outline(root), R"( <dict> 7 keys
+  EXPECT_EQ(outline(root), R"( <dict> 11 keys
   dict <dict> 1 key
     x <integer> 1
   array <array> 4 entries
@@ -199,6 +235,16 @@ TEST_F(DictTree, HandlesNestAndStandInArrays) {
     [1] <tuple[1]> 7
     [2] <tuple[1]> 's'
     [3] <dict> 0 keys
+  handle last <array> 4 entries
+    [0] <tuple[1]> 7
+    [1] <tuple[1]> 's'
+    [2] <tuple[1]> 2.5
+    [3] <dict> 1 key
+      x <integer> 1
+  model <array> 1 entry
+    [0] <<unsupported handle>> 
+  odd matrix <matrix> 6x1
+    - [ inf  -inf  nan  1.23457e+06  123457.0  1e+20 ]
   matrix <matrix> 2x2
     - [ 1.0  2.5 ]
     - [ -3.0  1e-07 ]
@@ -210,6 +256,8 @@ TEST_F(DictTree, HandlesNestAndStandInArrays) {
     [1] <<unsupported handle>> 
   points <object_model_3d> points: 2
     - object_model_3d: points: 2, center: [0.0, 0.5, 2.0], diameter: 4.12310562561766, bounding box: [-1.0, -1.0, 1.0, 1.0, 2.0, 3.0], primitive type: none
+  no points <object_model_3d> points: 0
+    - object_model_3d: points: 0, primitive type: none
   sphere <object_model_3d> points: 0
     - object_model_3d: points: 0, center: [1.0, 2.0, 3.0], diameter: 1.73205080756888, bounding box: [0.5, 1.5, 2.5, 1.5, 2.5, 3.5], primitive type: sphere
 )");
@@ -241,6 +289,31 @@ TEST_F(DictTree, OddEntriesBecomeNodesOfTheirOwn) {
   EXPECT_EQ(type(child(root, "b")) + summary(child(root, "b")), "<error>made to fail");
   EXPECT_EQ(qv_node_kind(child(root, "b")), static_cast<uint32_t>(QV_NODE_VALUE));
   EXPECT_EQ(summary(child(root, "c")), "1");
+}
+
+// A key that does not tell what it is costs its label, a handle its type; what they hold is shown all the same.
+TEST_F(DictTree, UnknownTypesOfKeysAndHandles) {
+  const HTuple dict = new_dict();
+  for (const HTuple& key : {HTuple(5), HTuple("s"), HTuple(2.5)}) HalconCpp::SetDictObject(ramp(2, 2), dict, key);
+  save_dict(dict, folder / "d.hdict");
+  HalconCpp::WriteDlModel(new_dl_model(dict), (folder / "m.hdl").c_str());
+  HTuple chain = new_matrix(1, 1, 5);
+  for (int depth = 33; depth > 0; --depth) chain = new_dict({{"next", chain}});
+  HalconCpp::WriteDlModel(new_dl_model(chain), (folder / "chain.hdl").c_str());
+  const std::string picture = "  <unreadable key> <image> 2x2, 1ch, byte\n";
+  {
+    const Failing failing(type_questions);
+    EXPECT_EQ(outline(reader.dict(folder / "d.hdict")), " <dict> 3 keys\n" + picture + picture + picture);
+    EXPECT_EQ(outline(reader.parse(FileKind::DlModel, folder / "m.hdl")),
+              " <handle> 3 keys\n" + picture + picture + picture);
+    const Failing no_keys({"TupleSemType", "GetHandleParam"});
+    const qv_node* root = reader.parse(FileKind::DlModel, folder / "m.hdl");
+    EXPECT_EQ(outline(root) + narrow(qv_node_object_class(root)), " <handle> \nhandle");
+  }
+  const Failing failing("TupleSemType");
+  const qv_node* node = reader.parse(FileKind::DlModel, folder / "chain.hdl");
+  while (qv_node_child_count(node) > 0) node = qv_node_child_at(node, 0);
+  EXPECT_EQ(outline(node) + narrow(qv_node_object_class(node)), "next <handle> max nesting depth reached\nhandle");
 }
 
 TEST_F(DictTree, HandlesOpenDownToTheirLimit) {
@@ -298,6 +371,13 @@ TEST_F(DictTree, ReadingOptionsReachTheReader) {
   EXPECT_EQ(texts(open(all, 4)), "'yes' 0 0.5 2 keys ");
   EXPECT_EQ(texts(open(all, 0)), "'true' 'false' 'null' [1, 2] ");
   EXPECT_EQ(texts(open(nullptr, 5)), "'true' 'false' 'null' [1, 2] ");
+  for (const int32_t count : {-1, INT32_MIN}) EXPECT_EQ(texts(open(all, count)), "'true' 'false' 'null' [1, 2] ");
+  // Only the field that the type selects is read, whole, whatever the others are.
+  const auto* const nowhere = reinterpret_cast<const qv_char*>(uintptr_t{1});
+  const qv_parse_option crowded[] = {{QV_JSON_VALUE_TRUE, QV_VALUE_STRING, units(yes), 7, 7.5},
+                                     {QV_JSON_VALUE_FALSE, QV_VALUE_INTEGER, nowhere, -5000000007, 7.5},
+                                     {QV_JSON_VALUE_NULL, QV_VALUE_REAL, nowhere, 7, 1e300}};
+  EXPECT_EQ(texts(open(crowded, 3)), "'yes' -5000000007 1e+300 [1, 2] ");
   const qv_parse_option empty_string[] = {{QV_JSON_VALUE_NULL, QV_VALUE_STRING, nullptr, 0, 0}};
   EXPECT_EQ(texts(open(empty_string, 1)), "'true' 'false' '' [1, 2] ");
   const qv_parse_option refused[] = {{7, QV_VALUE_INTEGER, nullptr, 1, 0}, {QV_JSON_VALUE_TRUE, 3, nullptr, 1, 0}};

@@ -80,7 +80,7 @@ TEST_F(Extract, FailuresHaveATextUntilThePixelStage) {
     EXPECT_TRUE(failing.met) << with_text;
     EXPECT_NE(reader.error().find("made to fail"), std::string::npos) << with_text;
   }
-  for (const char* without : {"CountChannels", "RegionToBin", "InterleaveChannels"}) {
+  for (const char* without : {"CountChannels", "GetDomain", "AreaCenter", "RegionToBin", "InterleaveChannels"}) {
     const Failing failing(without);
     EXPECT_EQ(extract(reader, node), "");
     EXPECT_TRUE(failing.met) << without;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
 #include "support/values.h"
@@ -36,7 +37,7 @@ TEST(ObjectFile, SingleObjectsReadAsTheyAre) {
       {"region", rectangle(20, 30, 29, 41), "region region 0 1 | area: 120; center: 24.5, 35.5"},
       {"empty region", empty_region, "region region 0 1 | area: 0"},
       {"contour", contour({0, 0, 3}, {0, 4, 4}), "xld_cont xld_cont 0 1 | contour points: 3; length: 7.00"},
-      {"polygon", polygon({0, 3}, {0, 4}), "xld_poly xld_poly 0 1 | points: 2; length: 5.00"},
+      {"polygon", polygon({0, 3, 3}, {0, 4, 6}), "xld_poly xld_poly 0 1 | points: 3; length: 7.00"},
       {"parallels", parallels(),
        "xld_parallel xld_parallel 0 1 | first line: points: 2; length: 10.00 / second line: points: 3; length: 4.00"},
   };
@@ -65,6 +66,12 @@ TEST(ObjectFile, TuplesTellTheFirstAndListAll) {
       {"images", concat({color, gray, real, color}),
        "images[4] image 1 4 | 2x5 (first), [1ch, 3ch], [byte, real]; image: 2x5, 3ch, byte; image: 4x3, 1ch, byte; "
        "image: 4x3, 1ch, real; image: 2x5, 3ch, byte"},
+      {"heights", concat({gray, gray, ramp(4, 2)}),
+       "images[3] image 1 3 | 4x3 (first), 1ch, byte; image: 4x3, 1ch, byte; image: 4x3, 1ch, byte; "
+       "image: 4x2, 1ch, byte"},
+      {"widths", concat({gray, ramp(5, 3), ramp(5, 3)}),
+       "images[3] image 1 3 | 4x3 (first), 1ch, byte; image: 4x3, 1ch, byte; image: 5x3, 1ch, byte; "
+       "image: 5x3, 1ch, byte"},
       {"first domain only", concat({with_domain(gray, 0, 0, 0, 0), gray}),
        "images[2] image 1 2 | 4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0; "
        "image: 4x3, 1ch, byte, domain: area: 1; center: 0.0, 0.0; image: 4x3, 1ch, byte"},
@@ -86,6 +93,20 @@ TEST(ObjectFile, TuplesTellTheFirstAndListAll) {
   const qv_node* root = reader.dict(folder / "tuples.hdict");
   ASSERT_TRUE(root) << reader.error();
   for (const auto& [name, object, expected] : table) EXPECT_EQ(told(child(root, name)), expected) << name;
+}
+
+TEST(ObjectFile, DomainsThatHalconDoesNotTellAreLeftOut) {
+  const TempDir folder;
+  const Reader reader;
+  save(with_domain(ramp(4, 3), 1, 1, 1, 2), folder / "d.hobj");
+  for (const char* operation : {"GetDomain", "AreaCenter"}) {
+    const Failing failing(operation);
+    const qv_node* root = reader.objects(folder / "d.hobj");
+    EXPECT_TRUE(failing.met);
+    ASSERT_TRUE(root) << reader.error();
+    EXPECT_EQ(summary(qv_node_child_at(root, 0)), "4x3, 1ch, byte");
+    EXPECT_EQ(reader.error(), "");
+  }
 }
 
 TEST(ObjectFile, RootsCountTheirObjects) {

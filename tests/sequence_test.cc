@@ -57,6 +57,9 @@ TEST(Sequence, EntriesAreFoundInOrder) {
        "Sequence entry not found: \xEF\xBB\xBF"
        "above"},
       {"dir/", "Sequence entry not found: dir/"},
+      {"\vbeside", "Sequence entry not found: \vbeside"},  // spaces and tabs only are trimmed
+      {"beside\f", "Sequence entry not found: beside\f"},
+      {"\u00A0beside", "Sequence entry not found: \u00A0beside"},
       {"beside\r\r\n", "Sequence entry not found: beside\r"},
   };
   for (const auto& [content, expected] : cases) {
@@ -65,6 +68,21 @@ TEST(Sequence, EntriesAreFoundInOrder) {
   }
   test::write(folder / "s/list.seq", "both");
   EXPECT_EQ(test::label(qv_node_child_at(reader.objects(folder / "s\\list.seq"), 0)), "list");
+}
+
+TEST(Sequence, ExtensionsAreTriedInTheirOrder) {
+  const TempDir folder;
+  const Reader reader;
+  const char* const extensions[] = {"png", "tif", "tiff", "jpg", "jpeg", "bmp", "jp2", "jxr", "wdp", "wmp",
+                                    "hdp", "pcx", "ras",  "pgm", "ppm",  "pbm", "pnm", "xwd", "gif", "ima"};
+  const auto file = [&](std::size_t i) { return folder / (std::string("s/e.") + extensions[i]); };
+  for (std::size_t i = 0; i < std::size(extensions); ++i) test::write(file(i), pgm(static_cast<char>('a' + i)));
+  test::write(folder / "s/list.seq", "e");
+  for (std::size_t i = 0; i < std::size(extensions); ++i) {
+    EXPECT_EQ(opened(reader, folder / "s/list.seq"), std::string(1, static_cast<char>('a' + i))) << extensions[i];
+    std::filesystem::remove(test::native(file(i)));
+  }
+  EXPECT_EQ(opened(reader, folder / "s/list.seq"), "Sequence entry not found: e");
 }
 
 TEST(Sequence, LongPathsOpen) {

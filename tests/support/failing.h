@@ -1,7 +1,8 @@
-// Makes the calls of one operator fail, or answer what no file brings about.
+// Makes the calls of operators fail, or answer what no file brings about.
 #ifndef QUOVEL_TESTS_SUPPORT_FAILING_H
 #define QUOVEL_TESTS_SUPPORT_FAILING_H
 
+#include <set>
 #include <string>
 #include <utility>
 
@@ -9,23 +10,25 @@
 
 namespace test {
 
-// As long as it lives, the operator fails `times` times, from its call `first` (counted from 1) on.
+// As long as it lives, the operators fail `times` times, from their call `first` (counted from 1) on.
 class Failing : public HalconCpp::CallWatcher {
  public:
-  explicit Failing(std::string operation, int times = 1 << 30, int first = 1)
-      : operation_(std::move(operation)), before_(first - 1), left_(times) {
+  explicit Failing(std::set<std::string> operations, int times = 1 << 30, int first = 1)
+      : operations_(std::move(operations)), before_(first - 1), left_(times) {
     HalconCpp::WatchCalls(this);
   }
+  explicit Failing(const char* operation, int times = 1 << 30, int first = 1)
+      : Failing(std::set<std::string>{operation}, times, first) {}
   ~Failing() override { HalconCpp::WatchCalls(nullptr); }
   void called(const char* operation) override {
-    if (operation != operation_ || before_-- > 0 || left_-- <= 0) return;
+    if (!operations_.contains(operation) || before_-- > 0 || left_-- <= 0) return;
     met = true;
     HalconCpp::ThrowHException("made to fail");
   }
   bool met = false;
 
  private:
-  const std::string operation_;
+  const std::set<std::string> operations_;
   int before_, left_;
 };
 
@@ -48,6 +51,10 @@ class Answering : public HalconCpp::CallWatcher {
   const std::string operation_;
   const HalconCpp::HTuple answer_;
 };
+
+// Every question about what the elements of a tuple are.
+inline const std::set<std::string> type_questions{"TupleIsHandleElem", "TupleIsIntElem", "TupleIsStringElem",
+                                                  "TupleSemType", "TupleSemTypeElem"};
 
 }  // namespace test
 

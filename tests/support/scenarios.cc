@@ -16,11 +16,11 @@ namespace {
 
 constexpr const char* contained = "made to fail";
 
-// A buffer of a call that failed would be a promise broken.
+// Buffers come with success, all of them, and with nothing else.
 template <class T>
 int32_t freed(int32_t result, std::initializer_list<T*> buffers, void (*give_back)(T*)) {
   for (T* buffer : buffers) {
-    if (result != 1 && buffer) std::abort();
+    if ((result == 1) != (buffer != nullptr)) std::abort();
     give_back(buffer);
   }
   return result;
