@@ -1,4 +1,5 @@
-/* quovel_adapter_2411: opens HALCON data files and shows each as a tree of nodes.
+/** @file
+ * quovel_adapter_2411: opens HALCON data files and shows each as a tree of nodes.
  *
  * The life of a host: create a Reader, parse a file, walk the tree, extract or save what it holds, destroy the Reader.
  *
@@ -55,58 +56,58 @@
 extern "C" {
 #endif
 
-/* One UTF-16 unit. */
+/** One UTF-16 unit. */
 #if defined(_WIN32)
 typedef wchar_t qv_char;
 #else
 typedef char16_t qv_char;
 #endif
 
-/* Opens files and holds the tree of the last one. */
+/** Opens files and holds the tree of the last one. */
 typedef struct qv_reader qv_reader;
-/* One node of a tree. */
+/** One node of a tree. */
 typedef struct qv_node qv_node;
 
-/* What a node stands for. */
+/** What a node stands for. */
 enum qv_node_kind_value {
-  QV_NODE_DICT = 0,  /* a dictionary, a handle with keys, or the root of an object file: look at its children */
-  QV_NODE_ARRAY = 1, /* a tuple with handles in it: one child per element */
-  QV_NODE_VALUE = 2, /* a leaf: typed values, or a text only ("<unsupported>", "<error>") */
-  QV_NODE_OBJECT = 3 /* iconic objects, or a handle shown as a whole (matrix, 3D model, ...) */
+  QV_NODE_DICT = 0,  /**< a dictionary, a handle with keys, or the root of an object file: look at its children */
+  QV_NODE_ARRAY = 1, /**< a tuple with handles in it: one child per element */
+  QV_NODE_VALUE = 2, /**< a leaf: typed values, or a text only ("<unsupported>", "<error>") */
+  QV_NODE_OBJECT = 3 /**< iconic objects, or a handle shown as a whole (matrix, 3D model, ...) */
 };
 
-/* How a node is addressed in its parent. */
+/** How a node is addressed in its parent. */
 enum qv_path_segment_kind_value {
-  QV_PATH_KEY = 0,  /* by its label; its path index is 0 */
-  QV_PATH_INDEX = 1 /* by its path index */
+  QV_PATH_KEY = 0,  /**< by its label; its path index is 0 */
+  QV_PATH_INDEX = 1 /**< by its path index */
 };
 
-/* The type of one value. */
+/** The type of one value. */
 enum qv_value_type_value { QV_VALUE_STRING = 0, QV_VALUE_INTEGER = 1, QV_VALUE_REAL = 2 };
 
-/* Layouts of extracted pixels. */
+/** Layouts of extracted pixels. */
 enum qv_pixel_format_value {
-  QV_PIXELS_GRAY8 = 0,  /* one byte per pixel; rows are `stride` bytes apart */
-  QV_PIXELS_BGR24 = 1,  /* three bytes per pixel, rows without gaps */
-  QV_PIXELS_BGRA32 = 2, /* four bytes per pixel, rows without gaps; A is 255 inside the image's domain and 0 outside, or
-                           the fourth channel of a four-channel image */
+  QV_PIXELS_GRAY8 = 0,  /**< one byte per pixel; rows are `stride` bytes apart */
+  QV_PIXELS_BGR24 = 1,  /**< three bytes per pixel, rows without gaps */
+  QV_PIXELS_BGRA32 = 2, /**< four bytes per pixel, rows without gaps; A is 255 inside the image's domain and 0 outside,
+                           or the fourth channel of a four-channel image */
 };
 
-/* The reading options of dictionary files; they concern JSON. */
+/** The reading options of dictionary files; they concern JSON. */
 enum qv_parse_option_key_value {
-  QV_JSON_VALUE_TRUE = 0,       /* what `true` becomes: "json_value_true" */
-  QV_JSON_VALUE_FALSE = 1,      /* what `false` becomes: "json_value_false" */
-  QV_JSON_VALUE_NULL = 2,       /* what `null` becomes: "json_value_null" */
-  QV_CONVERT_JSON_ARRAYS_TO = 3 /* "tuple" or "dict": "convert_json_arrays_to" */
+  QV_JSON_VALUE_TRUE = 0,       /**< what `true` becomes: "json_value_true" */
+  QV_JSON_VALUE_FALSE = 1,      /**< what `false` becomes: "json_value_false" */
+  QV_JSON_VALUE_NULL = 2,       /**< what `null` becomes: "json_value_null" */
+  QV_CONVERT_JSON_ARRAYS_TO = 3 /**< "tuple" or "dict": "convert_json_arrays_to" */
 };
 
-/* One reading option: 32 bytes, naturally aligned. Only the field that `value_type` selects is read. */
+/** One reading option: 32 bytes, naturally aligned. Only the field that `value_type` selects is read. */
 typedef struct qv_parse_option {
-  int32_t key;                 /* qv_parse_option_key_value */
-  int32_t value_type;          /* qv_value_type_value */
-  const qv_char* string_value; /* read for QV_VALUE_STRING; null counts as the empty text */
-  int64_t int_value;           /* read for QV_VALUE_INTEGER */
-  double real_value;           /* read for QV_VALUE_REAL */
+  int32_t key;                 /**< qv_parse_option_key_value */
+  int32_t value_type;          /**< qv_value_type_value */
+  const qv_char* string_value; /**< read for QV_VALUE_STRING; null counts as the empty text */
+  int64_t int_value;           /**< read for QV_VALUE_INTEGER */
+  double real_value;           /**< read for QV_VALUE_REAL */
 } qv_parse_option;
 
 #ifdef __cplusplus
@@ -120,150 +121,172 @@ QV_STATIC_ASSERT(offsetof(qv_parse_option, string_value) == 8 && offsetof(qv_par
                  "host record");
 QV_STATIC_ASSERT(offsetof(qv_parse_option, real_value) == 24, "host record");
 
-/* ---- Reader ---- */
+/** @name Reader
+ * @{ */
 
-/* Makes a Reader; null only when memory is exhausted. Sets HALCON's process-wide "clip_region" to "false". The host
+/** Makes a Reader; null only when memory is exhausted. Sets HALCON's process-wide "clip_region" to "false". The host
  * ends the Reader with qv_reader_destroy. */
 QV_API qv_reader* qv_reader_create(void);
 
-/* Destroys the Reader and its tree. Null is ignored. */
+/** Destroys the Reader and its tree. Null is ignored. */
 QV_API void qv_reader_destroy(qv_reader* reader);
 
-/* The text of the Reader's last failure; empty when the last call that can fail succeeded, and for a null Reader. */
+/** The text of the Reader's last failure; empty when the last call that can fail succeeded, and for a null Reader. */
 QV_API const qv_char* qv_reader_last_error(const qv_reader* reader);
 
-/* ---- Opening files ---- */
+/** @} */
 
-/* Each of these reads one file and makes its tree the Reader's tree; the previous tree ends, also when reading fails.
- * The result is the root, or null: then the Reader holds no tree and the last-error text tells why. */
+/** @name Opening files
+ * Each of these reads one file and makes its tree the Reader's tree; the previous tree ends, also when reading fails.
+ * The result is the root, or null: then the Reader holds no tree and the last-error text tells why.
+ * @{ */
 
-/* A dictionary file: a HALCON dictionary or JSON. */
+/** A dictionary file: a HALCON dictionary or JSON. */
 QV_API const qv_node* qv_reader_parse_file(qv_reader* reader, const qv_char* path);
 
-/* The same with `option_count` reading options, applied in order. Null `options`, or a count below 1: none. */
+/** The same with `option_count` reading options, applied in order. Null `options`, or a count below 1: none. */
 QV_API const qv_node* qv_reader_parse_file_with_options(qv_reader* reader, const qv_char* path,
                                                         const qv_parse_option* options, int32_t option_count);
 
-/* Iconic data, by extension: "hobj" an object file; "seq" a text file that lists one image file per line, without its
+/** Iconic data, by extension: "hobj" an object file; "seq" a text file that lists one image file per line, without its
  * extension where one likes, looked for in the folder above the list's own and then beside it; anything else an image.
  * The root has one child per object. */
 QV_API const qv_node* qv_reader_parse_object_file(qv_reader* reader, const qv_char* path);
 
-/* A 3D object model, by its keys. */
+/** A 3D object model, by its keys. */
 QV_API const qv_node* qv_reader_parse_object_model_3d_file(qv_reader* reader, const qv_char* path);
 
-/* A deep-learning model, by its keys. */
+/** A deep-learning model, by its keys. */
 QV_API const qv_node* qv_reader_parse_dl_model_file(qv_reader* reader, const qv_char* path);
 
-/* ---- Nodes ---- */
+/** @} */
 
-/* These read fields and cannot fail. A null node, or an index that is negative or not below the count, gives 0, the
- * empty text or null, except where another default is named. */
+/** @name Nodes
+ * These read fields and cannot fail. A null node, or an index that is negative or not below the count, gives 0, the
+ * empty text or null, except where another default is named.
+ * @{ */
 
-/* The dictionary key, "[i]" of a tuple element, or a name made from the file's or the object's. Empty for a root. */
+/** The dictionary key, "[i]" of a tuple element, or a name made from the file's or the object's. Empty for a root. */
 QV_API const qv_char* qv_node_label(const qv_node* node);
-/* qv_node_kind_value. */
+/** qv_node_kind_value. */
 QV_API uint32_t qv_node_kind(const qv_node* node);
-/* A short type text: "dict", "array", "integer", "real[5]", "image", "<unsupported>", "<error>", ... */
+/** A short type text: "dict", "array", "integer", "real[5]", "image", "<unsupported>", "<error>", ... */
 QV_API const qv_char* qv_node_type_label(const qv_node* node);
-/* One line: a key count, values, the description of an object, an error's text. */
+/** One line: a key count, values, the description of an object, an error's text. */
 QV_API const qv_char* qv_node_value_summary(const qv_node* node);
-/* qv_path_segment_kind_value. */
+/** qv_path_segment_kind_value. */
 QV_API uint32_t qv_node_path_segment_kind(const qv_node* node);
-/* The 0-based position in the parent of a node that is addressed by index. */
+/** The 0-based position in the parent of a node that is addressed by index. */
 QV_API uint32_t qv_node_path_index(const qv_node* node);
-/* The number of values that the node stands for; more than qv_node_value_count when `truncated`. */
+/** The number of values that the node stands for; more than qv_node_value_count when `truncated`. */
 QV_API uint32_t qv_node_total_count(const qv_node* node);
-/* 1 when only the first 1000 values were kept. */
+/** 1 when only the first 1000 values were kept. */
 QV_API int32_t qv_node_truncated(const qv_node* node);
-/* "image", "region", "xld_cont", ..., "mixed", "empty_obj", or the type of a handle shown as a whole. */
+/** "image", "region", "xld_cont", ..., "mixed", "empty_obj", or the type of a handle shown as a whole. */
 QV_API const qv_char* qv_node_object_class(const qv_node* node);
-/* 1 when the first of the node's objects is an image. */
+/** 1 when the first of the node's objects is an image. */
 QV_API int32_t qv_node_is_image(const qv_node* node);
-/* The number of iconic objects; 1 for a null node and for nodes that hold none. */
+/** The number of iconic objects; 1 for a null node and for nodes that hold none. */
 QV_API uint32_t qv_node_object_count(const qv_node* node);
-/* How many objects the detail lines describe. */
+/** How many objects the detail lines describe. */
 QV_API uint32_t qv_node_detail_entry_count(const qv_node* node);
 
-/* The typed values of a value node, at most 1000. Of the three readings, the one of the value's type tells it. */
+/** The number of typed values of a value node, at most 1000. The accessor of a value's type returns it. */
 QV_API int64_t qv_node_value_count(const qv_node* node);
-/* qv_value_type_value. */
+/** qv_value_type_value. */
 QV_API uint32_t qv_node_value_type_at(const qv_node* node, int32_t index);
-/* The value when it is a string, an integer, a real; otherwise the empty text, 0 and 0.0. */
+/** The value when it is a string; otherwise the empty text. */
 QV_API const qv_char* qv_node_value_string_at(const qv_node* node, int32_t index);
+/** The value when it is an integer; otherwise 0. */
 QV_API int64_t qv_node_value_int_at(const qv_node* node, int32_t index);
+/** The value when it is a real; otherwise 0.0. */
 QV_API double qv_node_value_real_at(const qv_node* node, int32_t index);
 
-/* Lines of text beside the node: one per object of a list, one per row of a matrix. */
+/** The number of detail lines of the node: one per object of a list, one per row of a matrix. */
 QV_API int64_t qv_node_detail_line_count(const qv_node* node);
+/** One detail line. */
 QV_API const qv_char* qv_node_detail_line_at(const qv_node* node, int32_t index);
 
-/* The nodes below, in the file's order; they live as long as the node. */
+/** The number of child nodes. */
 QV_API int64_t qv_node_child_count(const qv_node* node);
+/** A child node, in the order of the file; it lives as long as the node. */
 QV_API const qv_node* qv_node_child_at(const qv_node* node, int32_t index);
 
-/* All values of a value node as one text, however many; empty for nodes of another kind. Leaves the last-error text
+/** All values of a value node as one text, however many; empty for nodes of another kind. Leaves the last-error text
  * alone. */
 QV_API const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* node);
 
-/* ---- Pixels and geometry ---- */
+/** @} */
 
-/* `node` is an object node of the Reader's tree, `index` the number of one of its objects. A node of another kind and
- * an index out of range fail with an empty last-error text. The results are 1 or 0. */
+/** @name Pixels and geometry
+ * `node` is an object node of the Reader's tree, `index` the number of one of its objects. A node of another kind and
+ * an index out of range fail with an empty last-error text. The results are 1 or 0.
+ * @{ */
 
-/* The number of channels of an image as stored, or -1. A node that is no image fails with an empty text. */
+/** The number of channels of an image as stored, or -1. A node that is no image fails with an empty text. */
 QV_API int32_t qv_node_image_channel_count(qv_reader* reader, const qv_node* node, int32_t index);
 
-/* The pixels of an image as 8 bits each: `height` rows of `width` pixels, `stride` bytes apart, in `stride` * `height`
+/** The pixels of an image as 8 bits each: `height` rows of `width` pixels, `stride` bytes apart, in `stride` * `height`
  * bytes at `buffer`. One channel gives gray, three BGR, and both BGRA when the image's domain leaves pixels out; four
  * give BGRA. Pixel types other than "byte" are stretched to 0..255. Two channels and more than four fail with an empty
  * text, as a failure while the pixels are laid out does. */
 QV_API int32_t qv_extract_image(qv_reader* reader, const qv_node* node, int32_t index, uint32_t* width,
                                 uint32_t* height, uint32_t* stride, uint32_t* pixel_format, uint8_t** buffer);
 
-/* The points of an XLD contour: `count` rows and columns. */
+/** The points of an XLD contour: `count` rows and columns. */
 QV_API int32_t qv_extract_contour_points(qv_reader* reader, const qv_node* node, int32_t index, double** rows,
                                          double** cols, uint32_t* count);
 
-/* The control points of an XLD polygon. */
+/** The control points of an XLD polygon. */
 QV_API int32_t qv_extract_polygon_points(qv_reader* reader, const qv_node* node, int32_t index, double** rows,
                                          double** cols, uint32_t* count);
 
-/* The two point lists of an XLD parallel pair, each with its own count. */
+/** The two point lists of an XLD parallel pair, each with its own count. */
 QV_API int32_t qv_extract_parallel_lines(qv_reader* reader, const qv_node* node, int32_t index, double** rows1,
                                          double** cols1, uint32_t* count1, double** rows2, double** cols2,
                                          uint32_t* count2);
 
-/* The runs of a region: row, first column and last column (both included) of each horizontal run. */
+/** The runs of a region: row, first column and last column (both included) of each horizontal run. */
 QV_API int32_t qv_extract_region_runs(qv_reader* reader, const qv_node* node, int32_t index, int32_t** rows,
                                       int32_t** column_begins, int32_t** column_ends, uint32_t* count);
 
-/* Gives back a buffer of any qv_extract_* call; null is ignored. The three are one operation under three names. */
+/** Frees a buffer of any qv_extract_* call; null is ignored. The three are one operation under three names. */
 QV_API void qv_free_buffer(uint8_t* buffer);
+/** The same as qv_free_buffer. */
 QV_API void qv_free_double_buffer(double* buffer);
+/** The same as qv_free_buffer. */
 QV_API void qv_free_int_buffer(int32_t* buffer);
 
-/* ---- Writing ---- */
+/** @} */
 
-/* Writes all objects of an object node; 1 or 0. The path's extension, in any case, decides: "hobj" an object file,
+/** @name Writing
+ * @{ */
+
+/** Writes all objects of an object node; 1 or 0. The path's extension, in any case, decides: "hobj" an object file,
  * "dxf" for contours and polygons, otherwise the image format of that name ("png", "tif", "jpg", "bmp", ...). A node of
  * another kind fails with an empty last-error text. */
 QV_API int32_t qv_save_object_as(qv_reader* reader, const qv_node* node, const qv_char* path);
 
-/* Writes the objects of `count` nodes, in order, to one object file, whatever the path's extension; 1 or 0. The first
+/** Writes the objects of `count` nodes, in order, to one object file, whatever the path's extension; 1 or 0. The first
  * must be an object node (or the call fails with an empty text), later nodes of another kind and null ones are left
  * out. */
 QV_API int32_t qv_save_objects_as(qv_reader* reader, const qv_node* const* nodes, int32_t count, const qv_char* path);
 
-/* Reads one dictionary file and writes it as another, in the form that the output path's extension asks for; 1 or 0.
+/** Reads one dictionary file and writes it as another, in the form that the output path's extension asks for; 1 or 0.
  * The Reader's tree stays. Content that the output cannot hold is a failure, or, with `lenient` not 0, left out. */
 QV_API int32_t qv_reader_convert_dict_file(qv_reader* reader, const qv_char* input_path, const qv_char* output_path,
                                            int32_t lenient);
 
-/* ---- Version ---- */
+/** @} */
 
-/* The version of the HALCON that the library runs against, or "unknown". Asked once; the text lives until unloading. */
+/** @name Version
+ * @{ */
+
+/** The version of the HALCON that the library runs against, or "unknown". Asked once; the text lives until unloading.
+ */
 QV_API const qv_char* qv_adapter_halcon_version(void);
+
+/** @} */
 
 #ifdef __cplusplus
 }
