@@ -1,12 +1,26 @@
-# The everyday commands (`make help` lists them). Each installs the packages that it misses, brings what it needs up to
-# date, and does no needless work. The builds themselves are CMake's: see CMakePresets.json.
+# The everyday commands; `make help` lists them. Each installs the packages that it needs and rebuilds only what changed.
+# The builds themselves are CMake's: see CMakePresets.json.
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory --no-builtin-rules
+
+ifeq ($(firstword $(MAKECMDGOALS))$(if $(word 2,$(MAKECMDGOALS)),+),run+)
+# make run PATH: make takes PATH for a target. It becomes FILE instead, and no rule below can match it. A path that holds
+# "=" or several spaces in a row needs FILE=.
+export FILE := $(wordlist 2,$(words $(MAKECMDGOALS)),$(MAKECMDGOALS))
+.PHONY: run path
+run:
+	@$(MAKE) run
+%: path
+	@:
+path: ;
+else
+
 JOBS := $(shell nproc)
 SOURCES = find . -path ./build -prune -o \( -name '*.h' -o -name '*.c' -o -name '*.cc' \) -print0
-export FILE
+PREFIX ?= /usr/local
+export FILE PREFIX CORPUS DESTDIR
 
-# Newer kernels scatter memory further than the thread sanitizer of GCC 12 can follow. A container may forbid the cure.
+# Newer kernels scatter memory further than the thread sanitizer of GCC 12 can follow. A container may forbid this setting.
 FIXED_LAYOUT := $(shell setarch -R true 2>/dev/null && echo setarch -R)
 
 # What to try next; a CI log has no use for it.
@@ -14,19 +28,24 @@ next = @[ -n "$$CI" ] || printf 'Next: %s\n' $(1)
 
 SAMPLE = build/release/samples/scene
 
-run: ready-release ## show a sample, or with FILE=path any file, as a tree; of the sample also a page for a browser
+run: configured-release ## show a sample file as a tree, or your own: make run PATH
+	@cmake --build build/release --target qv_inspect samples
 	@build/release/bin/qv_inspect "$${FILE:-$(SAMPLE).hobj}"
 	@[ -n "$$FILE" ] || build/release/bin/qv_inspect $(SAMPLE).hobj --html $(SAMPLE).html
-	$(call next,'make run FILE=path/of/your/file' 'build/release/bin/qv_inspect --help' 'make test')
+	$(call next,'make run path/of/your/file' 'build/release/bin/qv_inspect --help' 'make test')
 
 build: ready-release ## build libraries, programs and tests
 	$(call next,'make run' 'make test')
 
 test: packages-test ready-release ## run all tests
 	@ctest --preset release -j$(JOBS)
-	$(call next,'make run FILE=path/of/your/file' 'make asan or make tsan: the tests under sanitizers')
+	$(call next,'make run path/of/your/file' 'make asan or make tsan: the tests under sanitizers')
 
-asan: ready-asan ## run all tests under the address and undefined-behaviour sanitizers
+install: configured-release ## install below PREFIX (/usr/local)
+	@cmake --build build/release --target quovel_adapter_2411 qv_inspect
+	@cmake --install build/release --prefix "$$PREFIX"
+
+asan: ready-asan ## run all tests under the address and undefined sanitizers
 	@ctest --preset asan -j$(JOBS)
 
 tsan: ready-tsan ## run all tests under the thread sanitizer
@@ -35,16 +54,18 @@ tsan: ready-tsan ## run all tests under the thread sanitizer
 valgrind: packages-valgrind ready-release ## run the test programs under Valgrind (takes long)
 	@tools/under-valgrind build/release
 
-fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=time for each target, TARGET=one)
+fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=, TARGET=)
 	@tools/fuzz $(or $(SECONDS),600) $(TARGET)
 
-bench: ready-bench ## measure against what people would use instead (JSON=file: also with that file)
+bench: ready-bench ## measure against other libraries (JSON=file: that file too)
 	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(BENCH_OPTIONS)
 
-corpus: ready-release ready-asan ## compare with a folder of real files and known results (CORPUS=folder)
-	@[ -d "$(CORPUS)" ] || { echo "Name a folder of real files: make corpus CORPUS=folder"; false; }
-	@build/release/tests/corpus/qv_corpus "$(CORPUS)"
-	@build/asan/tests/corpus/qv_corpus "$(CORPUS)"
+corpus: ## compare with a folder of real files (CORPUS=folder)
+	@[ -d "$$CORPUS" ] || { echo "Name a folder of real files: make corpus CORPUS=folder"; false; }
+	@$(MAKE) configured-release configured-asan
+	@for build in release asan; do cmake --build build/$$build --target qv_corpus || exit; done
+	@build/release/tests/corpus/qv_corpus "$$CORPUS"
+	@build/asan/tests/corpus/qv_corpus "$$CORPUS"
 
 windows: ready-windows ## cross-build for 64-bit Windows
 	$(call next,'make test-windows')
@@ -54,36 +75,35 @@ test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@awk '/ Testing: / { test = $$3 } /: Skipped$$/ { getline; print "Skipped " test ": " $$0 } /^Skipped / { print }' \
 	  build/windows/Testing/Temporary/LastTest.log
 
-package: packages-package ready-release ## make a Debian package and, where there is a Windows build, a zip of it
+package: packages-package ready-release ## make a Debian package, and a zip of the Windows build if any
 	@cd build/release && cpack
 	@[ ! -e build/windows/build.ninja ] || { cmake --build build/windows && cd build/windows && cpack; }
 	@tools/check-packages build/packages
 
-docs: packages-docs ## make pages from the host header, and check the manual page
+docs: packages-docs ## make pages of the host header; check the manual page
 	@mkdir -p build/docs && doxygen docs/Doxyfile && echo "build/docs/html/index.html"
 	@mandoc -T lint -W warning docs/qv_inspect.1
 
-pictures: packages-pictures ready-release ## make the pictures of the documents anew
+pictures: packages-pictures ready-release ## make the pictures of the documents again
 	@tools/make-pictures build/release/bin/qv_inspect build/release/samples docs/pictures
 
-lint: check configured-lint ## check format, header, class interface and code
+lint: check configured-lint ## check format, header and code
 	@tools/check-code build/lint
 
-check: packages-build packages-lint ## the quick part of lint: format, header, class interface
-	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror --ferror-limit=1 || { echo "make format mends it"; false; }
+check: packages-build packages-lint ## the quick part of lint: format and header
+	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror --ferror-limit=1 || { echo "make format fixes it"; false; }
 	@tools/check-header gcc clang-14
-	@tools/check-class-interface
 
-format: packages-lint ## lay out all sources by .clang-format
+format: packages-lint ## format all sources
 	@$(SOURCES) | xargs -0 clang-format-14 -i
 
 clean: ## remove everything that was built
 	@rm -rf build
 
 help: ## list the commands
-	@awk -F ':.*## ' '/^[a-z-]+:.*##/ { printf "make %-14s%s\n", $$1, $$2 }' Makefile
+	@awk -F ':.*## ' '/^[a-z-]+:.*##/ { printf "make %-15s%s\n", $$1, $$2 }' Makefile
 
-# packages-PURPOSE: what a purpose needs is installed.
+# packages-PURPOSE: the packages of a purpose are installed.
 packages-%:
 	@tools/install-packages $*
 
@@ -102,4 +122,5 @@ configured-bench: packages-bench
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test asan tsan valgrind fuzz bench corpus windows test-windows package docs pictures lint check format clean help
+.PHONY: run build test install asan tsan valgrind fuzz bench corpus windows test-windows package docs pictures lint check format clean help
+endif
