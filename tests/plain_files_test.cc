@@ -28,7 +28,7 @@ TEST(PlainFiles, OpenAsTrees) {
   } rows[] = {
       {FileKind::Object, "image.pgm", {"image 3x2, 1ch, byte"}},
       {FileKind::Object, "list.seq", {"image 3x2, 1ch, byte", "image 3x2, 1ch, byte"}},
-      {FileKind::Dict, "values.json", {"integer 5", "string washer", "real 2.5", "dict 1 entry"}},
+      {FileKind::Dict, "values.json", {"integer 5", "string 'washer'", "real 2.5", "dict 1 key"}},
   };
   const Reader reader;
   for (const auto& row : rows) {
