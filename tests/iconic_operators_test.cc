@@ -251,6 +251,21 @@ TEST(ObjectTuples, KeepTheirOrder) {
   EXPECT_EQ(shown(names), "('xld_parallel','xld_poly','image','region','xld_cont','xld_cont')");
 }
 
+TEST(ObjectTuples, GrowByThemselvesInLinearTime) {
+  const HObject one = region_of({1}, {2}, {3});
+  HObject all = one, other;
+  for (int i = 0; i < 100000; ++i) {
+    if (i == 3) other = all;  // shared from here: a change of `all` must not show in it
+    ConcatObj(all, one, &all);
+  }
+  ConcatObj(all, all, &all);
+  HTuple number;
+  CountObj(all, &number);
+  EXPECT_EQ(number[0].L(), 200002);
+  CountObj(other, &number);
+  EXPECT_EQ(number[0].L(), 4);
+}
+
 TEST(Refusals, NameTheOperatorAndTheReason) {
   const HObject unset, gray = image_of<std::uint8_t>("byte", {1, 2, 3, 4}, 2), deep = image_of<float>("real", {1});
   const HObject region = region_of({0}, {0}, {0});

@@ -24,11 +24,15 @@ struct IconicObject {
 
 using ObjectRef = std::shared_ptr<const IconicObject>;
 
-// What an HObject refers to: the shared list of its objects.
+// What an HObject refers to: the shared list of its objects. It changes only while one HObject alone refers to it.
 class ObjectTuple {
  public:
   explicit ObjectTuple(std::vector<ObjectRef> objects) noexcept : objects_(std::move(objects)) {}
   const std::vector<ObjectRef>& objects() const noexcept { return objects_; }
+  // Whether one HObject alone refers to it, so that nobody sees a change.
+  bool is_unique() const noexcept { return references_.load(std::memory_order_acquire) == 1; }
+  // `more` is not the own list.
+  void append(const std::vector<ObjectRef>& more) { objects_.insert(objects_.end(), more.begin(), more.end()); }
 
  private:
   friend void retain(const ObjectTuple* data) noexcept;

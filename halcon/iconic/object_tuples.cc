@@ -69,10 +69,15 @@ void GetObjClass(const HObject& objects, HTuple* names) {
   operate("GetObjClass", [&] { *names = class_names(objects_of(objects)); });
 }
 
+// A tuple that is extended by itself grows in place, so that collecting n objects one by one takes time in proportion
+// to n.
 void ConcatObj(const HObject& objects1, const HObject& objects2, HObject* concat) {
   operate("ConcatObj", [&] {
     const auto& first = objects_of(objects1);
     const auto& second = objects_of(objects2);
+    const ObjectTuple* tuple = Access::data(objects1);
+    if (concat == &objects1 && &first != &second && tuple->is_unique())
+      return const_cast<ObjectTuple*>(tuple)->append(second);
     std::vector<ObjectRef> all;
     all.reserve(first.size() + second.size());
     all.insert(all.end(), first.begin(), first.end());
