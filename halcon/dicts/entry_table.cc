@@ -1,11 +1,12 @@
 #include "dicts/entry_table.h"
 
 #include <bit>
-#include <chrono>
+#include <cstdint>
 #include <new>
+#include <utility>
 
 #include "core/failure.h"
-#include "dicts/text_hash.h"
+#include "core/hash.h"
 
 namespace HalconCpp::detail {
 
@@ -15,12 +16,6 @@ namespace {
 constexpr std::size_t small_table = 8;
 // Positions and bucket counts are 32 bits wide.
 constexpr std::size_t most_entries = std::size_t{1} << 29;
-
-HashSeed new_seed() noexcept {
-  const auto now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-  const auto place = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&now));
-  return {now * 0xD6E8FEB86659FD93u ^ place, place * 0xA0761D6478BD642Fu ^ now};
-}
 
 // A key to compare and hash, without a reference to it. Reals go by their bits, so that each is equal to itself.
 struct KeyView {
@@ -67,8 +62,6 @@ void put_in_bucket(std::uint32_t* index, const KeyView& key, std::size_t positio
 }
 
 }  // namespace
-
-const HashSeed hash_seed = new_seed();
 
 void EntryTable::set(const HTuple& key, HTuple value) {
   Entry& entry = slot(key);

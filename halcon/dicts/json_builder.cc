@@ -4,8 +4,9 @@
 #include <bit>
 #include <numeric>
 
+#include "core/hash.h"
 #include "core/limits.h"
-#include "dicts/text_hash.h"
+#include "core/memory_limit.h"
 
 namespace HalconCpp::detail {
 
@@ -41,6 +42,7 @@ bool may_have_repeats(std::span<const StringData* const> keys, bool by_place) {
 }
 
 std::vector<Entry> entries_of(std::span<HTuple> values) {
+  charge_memory(sizeof(DictData) + values.size() * sizeof(Entry));
   std::vector<Entry> entries(values.size());
   for (std::size_t i = 0; i < values.size(); ++i) entries[i].tuple = std::move(values[i]);
   return entries;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "dicts/text_hash.h"
+#include "core/hash.h"
 
 namespace HalconCpp::detail {
 

@@ -1,10 +1,14 @@
 // STL, text and binary: triangles with their corners in full. Corners at the same place become one point.
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
 #include <string>
-#include <vector>
+#include <string_view>
+#include <unordered_map>
 
 #include "core/failure.h"
-#include "dicts/text_hash.h"
+#include "core/hash.h"
 #include "models3d/mesh.h"
 #include "models3d/mesh_file.h"
 #include "models3d/text_scanner.h"
@@ -16,48 +20,32 @@ namespace {
 constexpr std::size_t header_bytes = 84;
 constexpr std::size_t facet_bytes = 50;
 
-// Finds the number of a point by its place.
+// Gives equal corners the same number.
 class PointIndex {
  public:
-  explicit PointIndex(Mesh& mesh) : mesh_(mesh), buckets_(1 << 10) {}
+  explicit PointIndex(Mesh& mesh) : mesh_(mesh) {}
 
   std::uint32_t number_of(double x, double y, double z) {
-    if (mesh_.x.size() * 2 > buckets_.size()) grow();
-    const Place place{bits_of(x), bits_of(y), bits_of(z)};
-    std::uint32_t& bucket = bucket_of(place);
-    if (bucket == 0) {
-      mesh_.add_point(x, y, z);
-      bucket = static_cast<std::uint32_t>(mesh_.x.size());
-    }
-    return bucket - 1;
+    const auto next = static_cast<std::uint32_t>(mesh_.x.size());
+    const auto [found, is_new] = numbers_.try_emplace({bits_of(x), bits_of(y), bits_of(z)}, next);
+    if (is_new) mesh_.add_point(x, y, z);
+    return found->second;
   }
 
  private:
-  struct Place {
-    std::uint64_t x, y, z;
-    bool operator==(const Place&) const = default;
+  using Bits = std::array<std::uint64_t, 3>;
+  struct Hash {
+    std::size_t operator()(const Bits& bits) const noexcept {
+      SipHash hash;
+      for (const std::uint64_t word : bits) hash.add(word);
+      return hash.finish();
+    }
   };
   // Equal coordinates have equal bits, -0 those of 0.
   static std::uint64_t bits_of(double value) noexcept { return std::bit_cast<std::uint64_t>(value + 0.0); }
-  Place place_of(std::size_t point) const noexcept {
-    return {bits_of(mesh_.x[point]), bits_of(mesh_.y[point]), bits_of(mesh_.z[point])};
-  }
-
-  // The bucket that holds the place, or the free one where it belongs.
-  std::uint32_t& bucket_of(const Place& place) noexcept {
-    const std::size_t mask = buckets_.size() - 1;
-    std::size_t at = finish_hash(mix_hash(mix_hash(mix_hash(hash_seed.low, place.x), place.y), place.z)) & mask;
-    while (buckets_[at] != 0 && !(place_of(buckets_[at] - 1) == place)) at = (at + 1) & mask;
-    return buckets_[at];
-  }
-  void grow() {
-    buckets_.assign(buckets_.size() * 4, 0);
-    for (std::size_t point = 0; point < mesh_.x.size(); ++point)
-      bucket_of(place_of(point)) = static_cast<std::uint32_t>(point + 1);
-  }
 
   Mesh& mesh_;
-  std::vector<std::uint32_t> buckets_;  // open addressing; 0: free, else 1 + number of the point
+  std::unordered_map<Bits, std::uint32_t, Hash> numbers_;
 };
 
 // How many facets a binary file promises in its header, if it is long enough to have one.
