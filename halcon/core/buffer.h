@@ -58,6 +58,11 @@ class Buffer {
   void reserve(std::size_t capacity) {
     if (capacity > capacity_) move_to(capacity);
   }
+  // The block, which the caller frees with `free_block`.
+  T* release() noexcept {
+    size_ = capacity_ = 0;
+    return values_.release();
+  }
 
  private:
   using Block = std::unique_ptr<T, FreeBlock>;

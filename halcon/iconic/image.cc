@@ -1,5 +1,6 @@
 #include "iconic/image.h"
 
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -15,10 +16,38 @@ ImageDraft::ImageDraft(PixelType type, std::int32_t width, std::int32_t height, 
   for (std::size_t i = 0; i < channels; ++i) planes_.emplace_back(bytes);
 }
 
-std::shared_ptr<const Image> ImageDraft::finish(RunsRef domain) {
+namespace {
+
+// Planes of a few bytes would cost far more than their pixels: they live and die together, in two allocations.
+constexpr std::size_t small_plane = 256;
+
+std::vector<Plane> joined_planes(const std::vector<Buffer<std::byte>>& from) {
+  const std::shared_ptr<PixelPlane[]> joined(new PixelPlane[from.size()]);
+  Buffer<std::byte> pixels(from.size() * from[0].size());
   std::vector<Plane> planes;
-  planes.reserve(planes_.size());
-  for (auto& plane : planes_) planes.push_back(std::make_shared<const PixelPlane>(std::move(plane)));
+  planes.reserve(from.size());
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::byte* to = pixels.data() + i * from[i].size();
+    std::memcpy(to, from[i].data(), from[i].size());
+    joined[i].show(to);
+    planes.emplace_back(joined, &joined[i]);
+  }
+  joined[0].hold(std::move(pixels));
+  return planes;
+}
+
+std::vector<Plane> separate_planes(std::vector<Buffer<std::byte>>& from) {
+  std::vector<Plane> planes;
+  planes.reserve(from.size());
+  for (auto& plane : from) planes.push_back(std::make_shared<const PixelPlane>(std::move(plane)));
+  return planes;
+}
+
+}  // namespace
+
+std::shared_ptr<const Image> ImageDraft::finish(RunsRef domain) {
+  const bool join = planes_.size() > 1 && plane_bytes() <= small_plane;
+  std::vector<Plane> planes = join ? joined_planes(planes_) : separate_planes(planes_);
   return std::make_shared<const Image>(type_, width_, height_, std::move(planes), std::move(domain));
 }
 

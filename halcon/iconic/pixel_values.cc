@@ -98,7 +98,9 @@ ObjectRef converted_image(const ObjectRef& object, PixelType type) {
   const auto& image = static_cast<const Image&>(*object);
   if (image.type == type) return object;
   if (type == PixelType::Real && pixel_size(image.type) <= 2)
-    return with_planes(image, type, [&](const Plane& p) { return std::make_shared<const PixelPlane>(p, image.type); });
+    return with_planes(image, type, [&](const Plane& plane) {
+      return std::make_shared<const PixelPlane>(plane, image.type, image.pixels());
+    });
   ImageDraft draft(type, image.width, image.height, image.channels.size());
   with_pixel_type(image.type, [&](auto from) {
     with_pixel_type(type, [&](auto to) {

@@ -31,19 +31,26 @@ std::size_t pixel_size(PixelType type) noexcept {
   return with_pixel_type(type, [](auto pixel) { return sizeof pixel; });
 }
 
-void PixelPlane::convert() const {
-  const std::lock_guard lock(converting_);
-  if (converted_.load(std::memory_order_relaxed)) return;
-  const std::size_t count = integers_->pixels_.size() / pixel_size(integer_type_);
-  Buffer<std::byte> pixels(count * sizeof(float));
+PixelPlane::~PixelPlane() {
+  if (owns_ || integers_) free_block(const_cast<std::byte*>(data_.load(std::memory_order_relaxed)));
+}
+
+void PixelPlane::hold(Buffer<std::byte> pixels) noexcept {
+  show(pixels.release());
+  owns_ = true;
+}
+
+// Two threads may both convert; the first to publish its pixels wins.
+const std::byte* PixelPlane::convert() const {
+  Buffer<std::byte> pixels(integer_count_ * sizeof(float));
   with_pixel_type(integer_type_, [&](auto integer) {
-    const auto* from =
-        reinterpret_cast<const decltype(integer)*>(integers_->pixels_.data());  // integers are never lazy
-    std::transform(from, from + count, reinterpret_cast<float*>(pixels.data()),
+    const auto* from = reinterpret_cast<const decltype(integer)*>(integers_->data());
+    std::transform(from, from + integer_count_, reinterpret_cast<float*>(pixels.data()),
                    [](auto value) { return static_cast<float>(value); });
   });
-  pixels_ = std::move(pixels);
-  converted_.store(true, std::memory_order_release);
+  const std::byte* expected = nullptr;
+  if (data_.compare_exchange_strong(expected, pixels.data(), std::memory_order_acq_rel)) return pixels.release();
+  return expected;
 }
 
 }  // namespace HalconCpp::detail

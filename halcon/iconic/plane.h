@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -23,33 +22,40 @@ const char* pixel_type_name(PixelType type) noexcept;
 PixelType pixel_type_of(std::string_view name);
 std::size_t pixel_size(PixelType type) noexcept;
 
-// width x height pixels, row by row, no padding, in native byte order. A plane of reals that was
-// made from integers converts them on the first call of data(), once for all threads: most such planes are only scaled
-// to bytes for display, which uses the integers and saves four bytes per pixel.
+// width x height pixels, row by row, no padding, in native byte order. A plane of reals that was made from integers
+// converts them on the first call of data(): most such planes are only scaled to bytes for display, which uses the
+// integers and saves four bytes per pixel. The class is small because a file may have thousands of channels of 1 pixel.
 class PixelPlane {
  public:
-  explicit PixelPlane(Buffer<std::byte> pixels) noexcept : pixels_(std::move(pixels)) {}
-  // Integers of 8 or 16 bits, which a 32-bit float represents exactly.
-  PixelPlane(std::shared_ptr<const PixelPlane> integers, PixelType type) noexcept
-      : integers_(std::move(integers)), integer_type_(type) {}
+  PixelPlane() noexcept = default;
+  explicit PixelPlane(Buffer<std::byte> pixels) noexcept { hold(std::move(pixels)); }
+  // `count` integers of 8 or 16 bits, which a 32-bit float represents exactly.
+  PixelPlane(std::shared_ptr<const PixelPlane> integers, PixelType type, std::size_t count) noexcept
+      : integers_(std::move(integers)), integer_count_(count), integer_type_(type) {}
+  ~PixelPlane();
+  PixelPlane(const PixelPlane&) = delete;
+  PixelPlane& operator=(const PixelPlane&) = delete;
+
+  // Fill an empty plane: with pixels of its own, or with some that outlive it.
+  void hold(Buffer<std::byte> pixels) noexcept;
+  void show(const std::byte* pixels) noexcept { data_.store(pixels, std::memory_order_relaxed); }
 
   const std::byte* data() const {
-    if (integers_ && !converted_.load(std::memory_order_acquire)) convert();
-    return pixels_.data();
+    const std::byte* pixels = data_.load(std::memory_order_acquire);
+    return pixels || !integers_ ? pixels : convert();
   }
   // What the plane was made from; null for a plane that holds its pixels from the start.
   const std::shared_ptr<const PixelPlane>& integers() const noexcept { return integers_; }
   PixelType integer_type() const noexcept { return integer_type_; }
 
  private:
-  void convert() const;
+  const std::byte* convert() const;
 
-  mutable Buffer<std::byte> pixels_;
-  // Not std::call_once: some standard libraries keep its lock when an exception leaves the call.
-  mutable std::mutex converting_;
-  mutable std::atomic<bool> converted_ = false;
+  mutable std::atomic<const std::byte*> data_ = nullptr;
   std::shared_ptr<const PixelPlane> integers_;
+  std::size_t integer_count_ = 0;
   PixelType integer_type_ = PixelType::Byte;
+  bool owns_ = false;  // pixels that were not made from integers
 };
 
 using Plane = std::shared_ptr<const PixelPlane>;
