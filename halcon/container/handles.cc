@@ -5,6 +5,7 @@
 #include "container/parts.h"
 #include "core/failure.h"
 #include "core/limits.h"
+#include "core/memory_limit.h"
 #include "dicts/entry_table.h"
 #include "dicts/matrix.h"
 #include "dlmodels/dl_model.h"
@@ -33,6 +34,7 @@ HHandle read_table(Reader& in, ReadParts& parts) {
   const HTuple keys = read_plain_tuple(in);
   const auto count = static_cast<std::size_t>(keys.Length());
   if (count > in.left()) fail("a dictionary has more keys than values");
+  charge_memory(sizeof(Data) + count * sizeof(Entry));
   data->table.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     const HTuple key = Access::element(keys, static_cast<Hlong>(i));

@@ -3,6 +3,7 @@
 
 #include "container/parts.h"
 #include "core/failure.h"
+#include "core/memory_limit.h"
 #include "iconic/image.h"
 #include "iconic/region.h"
 #include "iconic/xld.h"
@@ -13,6 +14,8 @@ namespace {
 
 // The least that an object takes: its class and a count.
 constexpr std::size_t least_object = 9;
+// What an object takes in memory without its points, runs or pixels.
+constexpr std::size_t object_bytes = 200;
 
 void write_runs(Writer& out, const Runs& runs) {
   out.count(runs.size());
@@ -64,6 +67,7 @@ void check_order(const Runs& runs) {
 
 RunsRef read_runs(Reader& in) {
   const std::size_t count = in.count(3 * sizeof(std::int32_t));
+  charge_memory(count * 3 * sizeof(std::int32_t));
   Runs runs;
   for (auto* values : {&runs.rows, &runs.begins, &runs.ends}) {
     values->resize(count);
@@ -75,6 +79,7 @@ RunsRef read_runs(Reader& in) {
 
 Points read_points(Reader& in) {
   const std::size_t count = in.count(2 * sizeof(double));
+  charge_memory(count * 2 * sizeof(double));
   Points points;
   for (auto* values : {&points.rows, &points.cols}) {
     values->resize(count);
@@ -135,7 +140,9 @@ void write_objects(Writer& out, const HObject& objects) {
 }
 
 HObject read_objects(Reader& in) {
-  std::vector<ObjectRef> objects(in.count(least_object));
+  const std::size_t count = in.count(least_object);
+  charge_memory(count * object_bytes);
+  std::vector<ObjectRef> objects(count);
   for (ObjectRef& object : objects) object = read_object(in);
   return make_object(std::move(objects));
 }

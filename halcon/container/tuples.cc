@@ -5,6 +5,7 @@
 
 #include "container/parts.h"
 #include "core/failure.h"
+#include "core/memory_limit.h"
 
 namespace HalconCpp::detail::container {
 
@@ -124,7 +125,9 @@ HTuple read_element(Reader& in, Tag tag, ReadParts& parts) {
 }
 
 HTuple read_mixed(Reader& in, ReadParts& parts) {
-  std::vector<HTuple> elements(in.count(least_element));
+  const std::size_t count = in.count(least_element);
+  charge_memory(count * sizeof(HTuple));
+  std::vector<HTuple> elements(count);
   for (HTuple& element : elements) element = read_element(in, in.value<Tag>(), parts);
   return Access::elements(std::move(elements));
 }

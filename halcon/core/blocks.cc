@@ -4,12 +4,20 @@
 #include <new>
 
 #if defined(__linux__)
+#include <malloc.h>
 #include <sys/mman.h>
+#elif defined(_WIN32)
+#include <malloc.h>
 #endif
+
+#include "core/memory_limit.h"
 
 namespace HalconCpp::detail {
 
 namespace {
+
+// Smaller blocks are too many to count one by one, and too small to matter.
+constexpr std::size_t counted = std::size_t{1} << 20;
 
 void* try_allocate(std::size_t bytes) noexcept {
 #if defined(__linux__)
@@ -25,13 +33,32 @@ void* try_allocate(std::size_t bytes) noexcept {
   return std::malloc(bytes);
 }
 
+// At least what was asked for.
+std::size_t size_of(void* block) noexcept {
+#if defined(__linux__)
+  return malloc_usable_size(block);
+#elif defined(_WIN32)
+  return _msize(block);
+#else
+  static_cast<void>(block);
+  return 0;
+#endif
+}
+
 }  // namespace
 
 void* allocate_block(std::size_t bytes) {
+  const bool counts = bytes >= counted;
+  if (counts) charge_memory(bytes);
   if (void* block = try_allocate(bytes)) return block;
+  if (counts) credit_memory(bytes);
   throw std::bad_alloc();
 }
 
-void free_block(void* block) noexcept { std::free(block); }
+void free_block(void* block) noexcept {
+  if (block && counts_memory())
+    if (const std::size_t bytes = size_of(block); bytes >= counted) credit_memory(bytes);
+  std::free(block);
+}
 
 }  // namespace HalconCpp::detail

@@ -1,4 +1,4 @@
-// Where large arrays come from.
+// The allocator of large arrays.
 #ifndef HALCONCPP_CORE_BLOCKS_H
 #define HALCONCPP_CORE_BLOCKS_H
 
@@ -6,8 +6,8 @@
 
 namespace HalconCpp::detail {
 
-// Bytes that hold nothing yet, aligned for every plain type; std::bad_alloc when there are none. A block of many
-// megabytes stands on large pages where the system has them.
+// Uninitialised bytes, aligned for every plain type; std::bad_alloc when there are none. A block of many megabytes lies
+// on large pages where the system has them. Blocks of 1 MiB and more count towards the ceiling of core/memory_limit.h.
 void* allocate_block(std::size_t bytes);
 void free_block(void* block) noexcept;
 

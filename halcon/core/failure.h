@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "HalconCpp.h"
+#include "core/memory_limit.h"
 
 namespace HalconCpp::detail {
 
@@ -64,10 +65,11 @@ auto operate(const char* operation, Body&& body) {
   }
 }
 
-// Runs a body on behalf of one file: its failures name the file.
+// Runs a body on behalf of one file: its failures name the file, and its memory counts towards the ceiling of the call.
 template <class Body>
 auto in_file(std::string_view path, Body&& body) {
   try {
+    const MemoryAccount account;
     return body();
   } catch (const Failure& failure) {
     fail(quoted(path) + ": " + failure.reason());

@@ -1,4 +1,5 @@
 // ONNX models, read by their own schema. The one file that includes its headers.
+#include <google/protobuf/arena.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/wire_format_lite.h>
 #include <onnx/onnx_pb.h>
@@ -16,6 +17,7 @@
 
 #include "core/failure.h"
 #include "core/limits.h"
+#include "core/memory_limit.h"
 #include "dlmodels/dl_model.h"
 
 namespace HalconCpp::detail {
@@ -244,6 +246,17 @@ bool fields_fill(std::span<const std::byte> file) {
   return stream.ConsumedEntireMessage();
 }
 
+// The memory of the messages, in blocks of some KiB.
+void* allocate_counted(std::size_t bytes) {
+  charge_memory(bytes);
+  return ::operator new(bytes);
+}
+
+void free_counted(void* block, std::size_t bytes) {
+  credit_memory(bytes);
+  ::operator delete(block);
+}
+
 void parse(std::span<const std::byte> file, onnx::ModelProto& proto) {
   if (file.size() > INT_MAX) fail("has more than 2 GiB, the limit of ONNX files");
   Stream stream = stream_of(file);
@@ -262,7 +275,11 @@ void parse(std::span<const std::byte> file, onnx::ModelProto& proto) {
 }  // namespace
 
 HHandle read_onnx(std::span<const std::byte> file) {
-  onnx::ModelProto proto;
+  google::protobuf::ArenaOptions options;
+  options.block_alloc = allocate_counted;
+  options.block_dealloc = free_counted;
+  google::protobuf::Arena arena(options);
+  onnx::ModelProto& proto = *google::protobuf::Arena::CreateMessage<onnx::ModelProto>(&arena);
   parse(file, proto);
   Model model;
   show_origin(model, proto);

@@ -16,6 +16,7 @@
 #include "core/failure.h"
 #include "core/file.h"
 #include "core/limits.h"
+#include "core/memory_limit.h"
 #include "images/codec.h"
 #include "images/file_identity.h"
 
@@ -81,6 +82,7 @@ class ImageFiles {
       while (helpers.size() + 1 < wanted)
         helpers.emplace_back([this] {
           const QuietScope quiet;
+          const MemoryAccount account(account_);
           work();
         });
     } catch (const std::exception&) {  // no thread, or no memory for one
@@ -128,6 +130,7 @@ class ImageFiles {
     failed_ = true;
   }
 
+  MemoryAccount account_;           // of the call
   std::vector<std::string> names_;  // of the different files
   std::vector<std::size_t> order_;  // for each element of the call its place in names_
   std::vector<Images> images_;      // of names_
