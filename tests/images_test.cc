@@ -68,6 +68,8 @@ TEST(Images, FilesOpenAsWhatTheyHold) {
       {"p3", "P3 1 2 255 1 2 3 4 5 6", "1x2 byte | 1 4 | 2 5 | 3 6"},
       {"p4", "P4\n9 1\n\x80\x7f", "9x1 byte | 0 255 255 255 255 255 255 255 255"},
       {"p5", "P5\n2 1\n255\n#\n", "2x1 byte | 35 10"},
+      {"p5 and p4", "P5 1 1 255\n#\nP4 2 1\n\x40", "1x1 byte | 35 + 2x1 byte | 255 0"},
+      {"p5 and a line", "P5 1 1 255\n#\nPS", "1x1 byte | 35"},
       {"p5 wide", "P5\n1 2\n65535\n\1\2\3\4", "1x2 uint2 | 258 772"},
       {"p6", "P6 1 1 127 \x7f\0\1"s, "1x1 byte | 255 | 0 | 2"},
       {"p7", "P7\n# named\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE X\nENDHDR\n\x08\x09", "1x1 byte | 8 | 9"},

@@ -228,20 +228,6 @@ TEST_F(GifImages, CodeSizesUpTo11OpenAlike) {
   for (const unsigned size : {9u, 10u, 11u}) EXPECT_EQ(opened_with(size), eight) << size;
 }
 
-// The pixels of each image of a file.
-std::vector<std::string> frames_of(const std::string& path) {
-  const HObject images = read_image(path.c_str());
-  HTuple count;
-  CountObj(images, &count);
-  std::vector<std::string> all;
-  for (Hlong i = 1; i <= count[0].L(); ++i) {
-    HObject one;
-    SelectObj(images, &one, i);
-    all.push_back(pixels(one));
-  }
-  return all;
-}
-
 // Each frame paints the middle column or a pixel of it; "at" says what the next one is painted on.
 TEST_F(GifImages, FramesAreTheScreenAsAViewerShowsIt) {
   const std::string whole = frame({0, 0, 3, 3}, clear_codes({0, 0, 0, 0, 0, 0, 0, 0, 0})),
@@ -271,7 +257,7 @@ TEST_F(GifImages, FramesAreTheScreenAsAViewerShowsIt) {
     write(folder / "a.gif", file);
     std::vector<std::string> screens;
     for (const std::string& each : expected) screens.push_back("3x3 byte | " + each);
-    EXPECT_EQ(frames_of(folder / "a.gif"), screens) << name;
+    EXPECT_EQ(all_pixels(read_image((folder / "a.gif").c_str())), screens) << name;
   }
 }
 
@@ -280,7 +266,7 @@ TEST_F(GifImages, FramesShareTheirChannels) {
   const TempDir folder;
   const std::string first = control(1, 2) + frame({0, 0, 3, 3}, clear_codes({2, 2, 2, 2, 2, 2, 2, 2, 1}));
   write(folder / "a.gif", gif_of(rgbk, first + control(1, 0) + frame({0, 0, 2, 1}, clear_codes({0, 3}))));
-  const std::vector<std::string> all = frames_of(folder / "a.gif");
+  const std::vector<std::string> all = all_pixels(read_image((folder / "a.gif").c_str()));
   ASSERT_EQ(all.size(), 2u);
   EXPECT_THAT(all[0], testing::EndsWith("| 0 0 0 0 0 0 0 0 255"));
   EXPECT_EQ(all[1],

@@ -1,4 +1,4 @@
-// TIFF and JPEG 2000 files of the built-in class interface: odd layouts and colours, all types there and back, damage.
+// TIFF and JPEG 2000 files of the built-in class interface: odd layouts and colors, all types there and back, damage.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -10,6 +10,7 @@
 #include "support/values.h"
 
 using namespace test;
+using namespace std::string_literals;
 using testing::AnyOf;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -114,7 +115,7 @@ std::vector<Sample> tiff_samples() {
       {"YCbCr in blocks",
        tiff(2, 2, bytes({10, 20, 30, 255, 128, 128}), {{photometric, {6}}, {samples, {3}}, {subsampling, {2, 2}}}),
        "2x2 byte | 10 20 30 255 | 10 20 30 255 | 10 20 30 255"},
-      {"first page, not turned", tiff(2, 1, "ab", {{274, {6}}}), "2x1 byte | 97 98"},
+      {"not turned", tiff(2, 1, "ab", {{274, {6}}}), "2x1 byte | 97 98"},
   };
 }
 
@@ -151,12 +152,51 @@ TEST_F(TiffAndJp2, TiffOpensAsStored) {
   for (const Sample& sample : tiff_samples()) EXPECT_EQ(opened(sample.file), sample.picture) << sample.name;
 }
 
+// A little-endian file with its last page so often.
+std::string paged(std::string file, int pages) {
+  const auto* at = reinterpret_cast<const unsigned char*>(file.data() + 4);
+  const std::string page = file.substr(at[0] + 256u * at[1]);
+  for (int i = 1; i < pages; ++i) {
+    file.replace(file.size() - 4, 4, le({static_cast<int>(file.size())}));
+    file += page;
+  }
+  return file;
+}
+
+TEST_F(TiffAndJp2, TiffOpensAllPages) {
+  constexpr unsigned subfile = 254;  // 1: the page is a smaller copy of another one, 4: a mask
+  const std::string one = tiff(2, 1, "ab", {{subfile, {0}}});
+  EXPECT_EQ(opened(paged(one, 3)), "2x1 byte | 97 98 + 2x1 byte | 97 98 + 2x1 byte | 97 98");
+  for (const char kind : {1, 4}) {
+    std::string copy = paged(one, 2);
+    copy[copy.rfind(le({subfile}, 2)) + 8] = kind;
+    EXPECT_EQ(opened(copy), "2x1 byte | 97 98");
+  }
+  std::string damaged = paged(one, 2);
+  damaged[damaged.rfind(le({bits}, 2)) + 8] = 24;
+  EXPECT_THAT(opened(damaged), HasSubstr("page 2: its samples are 24-bit"));
+}
+
+// Pages that name the same bytes as often as they like, and strips.
+TEST_F(TiffAndJp2, TiffCountsSharedBytesOnce) {
+  constexpr unsigned pack_bits = 32773;
+  const std::string idle = std::string(59998, '\x80') + "\0x"s;  // codes that give no pixel, then one of one pixel
+  std::vector<unsigned> same(1200, 8), size(1200, 60000);
+  const std::string strips =
+      tiff(1, 1200, idle, {{compression, {pack_bits}}, {rows, {1}}, {offsets, same}, {counts, size}});
+  EXPECT_THAT(opened(strips), HasSubstr("strips overlap by more than 67108864 bytes"));
+  std::string blank;
+  for (int i = 0; i < 8; ++i) blank += bytes({0x81, 7});
+  const std::string page = tiff(1024, 1, blank, {{compression, {pack_bits}}});
+  EXPECT_THAT(opened(paged(page, 70000)), HasSubstr("holds more than 65536 images"));
+}
+
 TEST_F(TiffAndJp2, TiffRefusesWhatNoPixelHolds) {
   const std::pair<std::string, const char*> table[] = {
       {tiff(1, 1, "abc", {{bits, {24}}}), "24-bit unsigned integers"},
       {tiff(1, 1, "abcdefgh", {{bits, {64}}}), "64-bit unsigned integers"},
       {tiff(1, 1, "abcdefgh", {{bits, {64}}, {format, {6}}}), "64-bit complex numbers"},
-      {tiff(1, 1, "abc", {{photometric, {32845}}, {samples, {3}}}), "SGI LogLuv colours"},
+      {tiff(1, 1, "abc", {{photometric, {32845}}, {samples, {3}}}), "SGI LogLuv colors"},
       {tiff(1u << 31, 1u << 31, "a", {}), "larger than the 1048576"},
       {tiff(1 << 20, 1 << 12, "a", {{compression, {5}}}), "more than a file of"},
       {tiff(100, 100, "a", {}), "of at least 10000 bytes"},
@@ -185,11 +225,11 @@ TEST_F(TiffAndJp2, KeepEveryTypeAndChannelCount) {
     }
 }
 
-TEST_F(TiffAndJp2, Jp2TurnsColoursIntoRgb) {
-  constexpr std::size_t colour_space = 4 + 3 + 3;  // its last byte, from the name of the box on
+TEST_F(TiffAndJp2, Jp2TurnsColorsIntoRgb) {
+  constexpr std::size_t color_space = 4 + 3 + 3;  // its last byte, from the name of the box on
   const std::string ycc = jp2(bytes({77, 83, 250})), cmyk = jp2(bytes({0, 173, 172, 93}));
-  EXPECT_EQ(opened(patched(ycc, "colr", colour_space, bytes({18}))), "1x1 byte | 248 | 5 | 0");
-  EXPECT_EQ(opened(patched(cmyk, "colr", colour_space, bytes({12}))), "1x1 byte | 162 | 52 | 53");
+  EXPECT_EQ(opened(patched(ycc, "colr", color_space, bytes({18}))), "1x1 byte | 248 | 5 | 0");
+  EXPECT_EQ(opened(patched(cmyk, "colr", color_space, bytes({12}))), "1x1 byte | 162 | 52 | 53");
 }
 
 TEST_F(TiffAndJp2, Jp2AppliesPalettes) {

@@ -31,12 +31,6 @@ bool is_jxr(Bytes file) { return starts_with(file, "II\xbc"); }
 bool is_gif(Bytes file) { return starts_with(file, "GIF87a") || starts_with(file, "GIF89a"); }
 bool is_ras(Bytes file) { return starts_with(file, "\x59\xa6\x6a\x95"); }
 
-bool is_pnm(Bytes file) {
-  if (file.size() < 3 || !starts_with(file, "P")) return false;
-  const auto kind = byte_at(file, 1), next = byte_at(file, 2);
-  return kind >= '1' && kind <= '7' && (next == ' ' || (next >= '\t' && next <= '\r') || next == '#');
-}
-
 bool is_bmp(Bytes file) { return starts_with(file, "BM"); }
 
 // header_size below 64 KiB, file_version 7, one of the three formats; in either byte order.
@@ -76,12 +70,12 @@ Images one(Bytes file) {
 constexpr ImageReader readers[] = {
     {"PNG", is_png, HALCONCPP_CODEC(PNG, one<read_png>), "built without libpng"},
     {"JPEG", is_jpeg, HALCONCPP_CODEC(JPEG, one<read_jpeg>), "built without libjpeg"},
-    {"TIFF", is_tiff, HALCONCPP_CODEC(TIFF, one<read_tiff>), "built without libtiff"},
+    {"TIFF", is_tiff, HALCONCPP_CODEC(TIFF, read_tiff), "built without libtiff"},
     {"JPEG 2000", is_jp2, HALCONCPP_CODEC(JP2, one<read_jp2>), "built without OpenJPEG"},
     {"JPEG XR", is_jxr, HALCONCPP_CODEC(JPEGXR, one<read_jxr>), "build it with -DHALCON_JPEGXR=ON"},
     {"GIF", is_gif, HALCONCPP_CODEC(GIF, read_gif), "built without giflib"},
     {"Sun raster", is_ras, one<read_ras>, nullptr},
-    {"PNM", is_pnm, one<read_pnm>, nullptr},
+    {"PNM", is_pnm, read_pnm, nullptr},
     {"XWD", is_xwd, one<read_xwd>, nullptr},
     {"PCX", is_pcx, one<read_pcx>, nullptr},
     {"BMP", is_bmp, one<read_bmp>, nullptr},

@@ -9,7 +9,7 @@ namespace HalconCpp::detail {
 // Each is called with a file whose first bytes formats.cc has recognized; the codec checks everything else.
 ImageRef read_png(Bytes file);
 ImageRef read_jpeg(Bytes file);
-ImageRef read_tiff(Bytes file);
+Images read_tiff(Bytes file);
 ImageRef read_jp2(Bytes file);  // JP2 files and bare codestreams
 ImageRef read_jxr(Bytes file);
 ImageRef read_bmp(Bytes file);
@@ -17,7 +17,8 @@ Images read_gif(Bytes file);
 ImageRef read_pcx(Bytes file);
 ImageRef read_ras(Bytes file);  // Sun raster
 ImageRef read_xwd(Bytes file);
-ImageRef read_pnm(Bytes file);
+bool is_pnm(Bytes file);
+Images read_pnm(Bytes file);
 
 // Each rejects (`reject_to_write`) an image that its format cannot hold exactly.
 Buffer<std::byte> write_png(const Image& image);

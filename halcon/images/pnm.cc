@@ -52,11 +52,11 @@ class Scanner {
     return word;
   }
   Bytes rest() const noexcept { return file_.subspan(at_); }
+  static bool is_space(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
  private:
   static constexpr std::uint32_t max_number = 99'999'999;  // ten times that fits into 32 bits
 
-  static bool is_space(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
   char skip_comment() noexcept {
     while (at_ < file_.size()) {
       const char c = static_cast<char>(file_[at_++]);
@@ -226,13 +226,7 @@ Buffer<std::byte> write_samples(const Image& image, std::size_t a, std::size_t b
   return file;
 }
 
-}  // namespace
-
-ImageRef read_pnm(Bytes file) {
-  Scanner text(file, 1);
-  const Header header = read_header(text);
-  check_image_size(header.width, header.height, header.channels, header.type(), file.size());
-  if (text.rest().size() < raster_bytes(header)) fail("the file ends too early");
+ImageRef read_one(Scanner& text, const Header& header) {
   if (header.bits && !header.plain) return read_raw_bits(header, text.rest());
   ImageDraft draft(header.type(), static_cast<std::int32_t>(header.width), static_cast<std::int32_t>(header.height),
                    header.channels);
@@ -243,6 +237,31 @@ ImageRef read_pnm(Bytes file) {
   else
     read_rows<std::uint16_t>(text, header, draft);
   return draft.finish();
+}
+
+}  // namespace
+
+bool is_pnm(Bytes file) {
+  if (file.size() < 3 || !starts_with(file, "P")) return false;
+  const char kind = static_cast<char>(file[1]), next = static_cast<char>(file[2]);
+  return kind >= '1' && kind <= '7' && (Scanner::is_space(next) || next == '#');
+}
+
+// Raw images may follow one another, with white space between them at most; what else follows is not looked at.
+Images read_pnm(Bytes file) {
+  ImageBudget budget(file.size());
+  Images images;
+  while (true) {
+    Scanner text(file, 1);
+    const Header header = read_header(text);
+    budget.charge(header.width, header.height, header.channels, header.type());
+    if (text.rest().size() < raster_bytes(header)) fail("the file ends too early");
+    images.push_back(read_one(text, header));
+    if (header.plain) return images;
+    file = text.rest().subspan(static_cast<std::size_t>(raster_bytes(header)));
+    while (!file.empty() && Scanner::is_space(static_cast<char>(file[0]))) file = file.subspan(1);
+    if (!is_pnm(file)) return images;
+  }
 }
 
 Buffer<std::byte> write_pnm(const Image& image) {

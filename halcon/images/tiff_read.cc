@@ -1,12 +1,17 @@
-// TIFF to images: the first page, as stored, whatever its layout.
+// TIFF after "TIFF Revision 6.0" (Adobe, 1992) with its supplements, read with libtiff: every page as stored, whatever
+// its layout. Pages that repeat another one in a smaller size, and masks, are left out (NewSubfileType).
+#include <algorithm>
 #include <bit>
+#include <memory>
 #include <string>
 
 #include "core/failure.h"
 #include "core/limits.h"
 #include "images/colors.h"
+#include "images/file_ranges.h"
 #include "images/formats.h"
 #include "images/pixels.h"
+#include "images/raster.h"
 #include "images/tiff_file.h"
 #include "images/tiff_samples.h"
 
@@ -57,64 +62,97 @@ Page read_page(TIFF* tiff) {
 }
 
 // What the samples mean that no pixel of ours can say.
-void reject_strange_colours(const Page& page) {
+void reject_strange_colors(const Page& page) {
   const char* name = page.photometric == PHOTOMETRIC_LOGL     ? "SGI LogL"
                      : page.photometric == PHOTOMETRIC_LOGLUV ? "SGI LogLuv"
                      : page.photometric == PHOTOMETRIC_ITULAB ? "ITU L*a*b*"
                                                               : nullptr;
-  if (name) fail(std::string(name) + " colours are not read");
+  if (name) fail(std::string(name) + " colors are not read");
   const bool plain = page.sample_format == SAMPLEFORMAT_UINT || page.sample_format == SAMPLEFORMAT_VOID;
   if (page.palette() && (page.bits > 8 || !plain))
     fail("a palette with " + std::to_string(page.bits) + "-bit indices is not read; 8 bits at most");
-  if (page.cmyk() && (page.bits > 16 || !plain)) fail("CMYK colours are read with up to 16 unsigned bits");
+  if (page.cmyk() && (page.bits > 16 || !plain)) fail("CMYK colors are read with up to 16 unsigned bits");
   if (page.lab() && ((page.bits != 8 && page.bits != 16) || page.channels < 3 || page.sample_format > SAMPLEFORMAT_INT))
-    fail("L*a*b* colours are read with three channels of 8 or 16 bits");
+    fail("L*a*b* colors are read with three channels of 8 or 16 bits");
 }
 
-class Reader {
+// What the pages of a file have in common.
+struct TiffSource {
+  explicit TiffSource(Bytes bytes) : file(bytes), budget(bytes.size()) { tiff = open_tiff(source, messages); }
+
+  Bytes file;
+  MemorySource source{file};
+  TiffMessages messages;
+  TiffHandle tiff;
+  ImageBudget budget;
+  FileRanges stored;          // the strips and tiles of all pages
+  std::uint64_t decoded = 0;  // what they decompress to
+};
+
+// Reads the page that libtiff is at.
+class PageReader {
  public:
-  explicit Reader(Bytes file)
-      : source_{file}, tiff_(open_tiff(source_, messages_)), page_(read_page(tiff_.get())), file_(file) {
+  explicit PageReader(TiffSource& source)
+      : source_(source),
+        messages_(source.messages),
+        tiff_(source.tiff.get()),
+        page_(read_page(tiff_)),
+        file_(source.file) {
     messages_.error = {};  // what is wrong but could be opened anyway
   }
 
   ImageRef read() {
     if (page_.photometric == PHOTOMETRIC_YCBCR) {
       if (page_.compression != COMPRESSION_JPEG || page_.separate) return read_converted();
-      TIFFSetField(tiff_.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+      TIFFSetField(tiff_, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
     }
-    reject_strange_colours(page_);
+    reject_strange_colors(page_);
     samples_ = tiff_samples(page_.lab() ? std::uint16_t{SAMPLEFORMAT_UINT} : page_.sample_format, page_.bits,
                             !page_.palette());
-    check_sizes();
-    const std::size_t added = page_.palette() ? 2 : 0;
-    ImageDraft draft(samples_.type, static_cast<std::int32_t>(page_.width), static_cast<std::int32_t>(page_.height),
-                     page_.channels + added);
+    if (page_.palette()) palette_ = read_palette();
+    ImageDraft draft = make_draft(samples_.type, page_.channels + palette_.channels() - 1);
+    check_parts();
     with_pixel_type(samples_.type, [&](auto pixel) { read_parts<decltype(pixel)>(draft); });
-    finish_colours(draft);
+    finish_colors(draft);
     return draft.finish();
   }
 
  private:
   std::size_t pixels() const { return std::size_t{page_.width} * page_.height; }
 
-  void check_sizes() {
-    check_image_size(page_.width, page_.height, page_.channels + (page_.palette() ? 2u : 0u), samples_.type,
-                     file_.size());
+  ImageDraft make_draft(PixelType type, std::size_t channels) {
+    source_.budget.charge(page_.width, page_.height, channels, type);
+    return ImageDraft(type, static_cast<std::int32_t>(page_.width), static_cast<std::int32_t>(page_.height), channels);
+  }
+
+  void check_parts() {
     if (page_.part_width == 0 || page_.part_height == 0) fail("its strips or tiles have no size");
-    row_bytes_ =
-        static_cast<std::size_t>(page_.tiled ? TIFFTileRowSize64(tiff_.get()) : TIFFScanlineSize64(tiff_.get()));
-    part_bytes_ = page_.tiled ? TIFFTileSize64(tiff_.get()) : TIFFStripSize64(tiff_.get());
+    row_bytes_ = static_cast<std::size_t>(page_.tiled ? TIFFTileRowSize64(tiff_) : TIFFScanlineSize64(tiff_));
+    part_bytes_ = page_.tiled ? TIFFTileSize64(tiff_) : TIFFStripSize64(tiff_);
     const std::uint64_t least = (std::uint64_t{page_.part_width} * page_.part_channels() * page_.bits + 7) / 8;
     if (row_bytes_ < least || part_bytes_ / page_.part_height < row_bytes_) fail("its strips or tiles are too large");
-    const std::uint64_t most = std::max(limits::decoded_free, limits::decoded_per_byte * file_.size());
-    if (part_bytes_ > most)
-      fail("a strip or tile of " + std::to_string(part_bytes_) + " bytes is too large for the file");
     const std::uint64_t planes = page_.separate ? page_.channels : 1;
     const std::uint64_t row = (std::uint64_t{page_.width} * page_.part_channels() * page_.bits + 7) / 8;
     if (page_.compression == COMPRESSION_NONE && row * page_.height * planes > file_.size())
       fail("the file ends too early: " + std::to_string(file_.size()) + " of at least " +
            std::to_string(row * page_.height * planes) + " bytes");
+    charge_parts();
+  }
+
+  // All strips or tiles lie in the file, and what they decompress to, with their padding, is what its bytes can hold.
+  // Bytes that several of them name are decompressed again for each: what that may cost has a limit of its own.
+  void charge_parts() {
+    const char* const kind = page_.tiled ? " tiles" : " strips";
+    const std::uint32_t parts = page_.tiled ? TIFFNumberOfTiles(tiff_) : TIFFNumberOfStrips(tiff_);
+    if (parts > file_.size() / 2)  // each takes at least two bytes of StripOffsets or TileOffsets
+      fail("declares " + std::to_string(parts) + kind + ", more than " + std::to_string(file_.size()) +
+           " bytes can hold");
+    for (std::uint32_t i = 0; i < parts; ++i) source_.stored.add(TIFFGetStrileOffset(tiff_, i), stored_bytes(i).size());
+    if (source_.stored.repeated() > limits::decoded_free)
+      fail("its" + std::string(kind) + " overlap by more than " + std::to_string(limits::decoded_free) + " bytes");
+    const std::uint64_t max = std::max(limits::decoded_free, limits::decoded_per_byte * source_.stored.distinct());
+    if (part_bytes_ > max || (source_.decoded += parts * part_bytes_) > max)
+      fail("its" + std::string(kind) + " of " + std::to_string(part_bytes_) + " bytes are too large for the file");
   }
 
   template <class T>
@@ -150,14 +188,13 @@ class Reader {
   std::uint32_t part_index(std::size_t plane, std::size_t x, std::size_t y) const {
     const auto column = static_cast<std::uint32_t>(x), row = static_cast<std::uint32_t>(y);
     const auto sample = static_cast<std::uint16_t>(plane);
-    return page_.tiled ? TIFFComputeTile(tiff_.get(), column, row, 0, sample)
-                       : TIFFComputeStrip(tiff_.get(), row, sample);
+    return page_.tiled ? TIFFComputeTile(tiff_, column, row, 0, sample) : TIFFComputeStrip(tiff_, row, sample);
   }
 
   // Uncompressed samples in the right order are taken straight from the file.
   const std::byte* bytes_in_file(std::uint32_t index, std::size_t bytes) {
     if (page_.compression != COMPRESSION_NONE || page_.fill_order != FILLORDER_MSB2LSB) return nullptr;
-    if (page_.bits > 8 && page_.bits % 8 == 0 && TIFFIsByteSwapped(tiff_.get())) return nullptr;
+    if (page_.bits > 8 && page_.bits % 8 == 0 && TIFFIsByteSwapped(tiff_)) return nullptr;
     const Bytes stored = stored_bytes(index);
     if (stored.size() < bytes) reject_short(index, stored.size(), bytes);
     return stored.data();
@@ -170,8 +207,8 @@ class Reader {
 
   // Where the file says that a strip or tile lies.
   Bytes stored_bytes(std::uint32_t index) const {
-    const std::uint64_t begin = TIFFGetStrileOffset(tiff_.get(), index);
-    const std::uint64_t bytes = TIFFGetStrileByteCount(tiff_.get(), index);
+    const std::uint64_t begin = TIFFGetStrileOffset(tiff_, index);
+    const std::uint64_t bytes = TIFFGetStrileByteCount(tiff_, index);
     const std::uint64_t available = file_.size() - std::min<std::uint64_t>(begin, file_.size());
     if (bytes > available) reject_short(index, available, bytes);
     return file_.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(bytes));
@@ -180,8 +217,8 @@ class Reader {
   void decode(std::uint32_t index, void* to, std::size_t bytes) {
     stored_bytes(index);
     const auto wanted = static_cast<tmsize_t>(bytes);
-    const tmsize_t count = page_.tiled ? TIFFReadEncodedTile(tiff_.get(), index, to, wanted)
-                                       : TIFFReadEncodedStrip(tiff_.get(), index, to, wanted);
+    const tmsize_t count =
+        page_.tiled ? TIFFReadEncodedTile(tiff_, index, to, wanted) : TIFFReadEncodedStrip(tiff_, index, to, wanted);
     if (count < 0 || messages_.error[0]) reject_tiff(messages_);
     if (count != wanted) reject_short(index, static_cast<std::uint64_t>(count), bytes);
   }
@@ -211,8 +248,8 @@ class Reader {
     return out;
   }
 
-  // The plane of a stored channel: a palette leaves room for green and blue behind its index.
-  std::size_t target(std::size_t channel) const { return page_.palette() && channel > 0 ? channel + 2 : channel; }
+  // The plane of a stored channel: that of an index is the first of its colors.
+  std::size_t target(std::size_t channel) const { return channel > 0 ? channel + palette_.channels() - 1 : channel; }
 
   template <class T>
   void place(const T* samples, std::size_t pixels_of_part, ImageDraft& draft, std::size_t plane, std::size_t at) const {
@@ -226,12 +263,12 @@ class Reader {
         split_channel(samples + c, channels, pixels_of_part, draft.plane<T>(target(c)) + at);
   }
 
-  void finish_colours(ImageDraft& draft) {
+  void finish_colors(ImageDraft& draft) {
     if (page_.palette()) {
       apply_palette(draft);
     } else if (page_.photometric == PHOTOMETRIC_MINISWHITE) {
-      const std::size_t colours = page_.extra < page_.channels ? page_.channels - page_.extra : page_.channels;
-      for (std::size_t c = 0; c < colours; ++c) turn(draft, c);
+      const std::size_t colors = page_.extra < page_.channels ? page_.channels - page_.extra : page_.channels;
+      for (std::size_t c = 0; c < colors; ++c) turn(draft, c);
     } else if (page_.cmyk()) {
       const std::uint32_t max = page_.bits <= 8 ? 255 : (1u << page_.bits) - 1;
       if (page_.bits <= 8)
@@ -268,45 +305,44 @@ class Reader {
     lab_to_rgb<T>(draft, pixels(), coding, static_cast<T>(~T{0}));
   }
 
-  void apply_palette(ImageDraft& draft) {
+  Palette read_palette() const {
     std::uint16_t* map[3] = {};
-    if (!TIFFGetField(tiff_.get(), TIFFTAG_COLORMAP, &map[0], &map[1], &map[2])) fail("its palette is missing");
+    if (!TIFFGetField(tiff_, TIFFTAG_COLORMAP, &map[0], &map[1], &map[2])) fail("its palette is missing");
     const std::size_t entries = std::size_t{1} << page_.bits;
-    std::uint16_t highest = 0;
-    bool gray = true;
+    const bool short_values = std::all_of(std::begin(map), std::end(map), [&](const std::uint16_t* values) {
+      return *std::max_element(values, values + entries) < 256;
+    });
+    const int shift = short_values ? 0 : 8;  // some writers store 8 bits
+    Palette palette;
     for (std::size_t i = 0; i < entries; ++i) {
-      highest = std::max({highest, map[0][i], map[1][i], map[2][i]});
-      gray = gray && map[0][i] == map[1][i] && map[0][i] == map[2][i];
+      const auto value = [&](std::size_t c) { return static_cast<std::uint8_t>(map[c][i] >> shift); };
+      palette.set(i, value(0), value(1), value(2));
     }
-    const int shift = highest < 256 ? 0 : 8;  // some writers store 8 bits
-    const std::size_t used = gray ? 1 : 3;
-    std::uint8_t table[3][256] = {};
-    for (std::size_t c = 0; c < used; ++c)
-      for (std::size_t i = 0; i < entries; ++i) table[c][i] = static_cast<std::uint8_t>(map[c][i] >> shift);
+    return palette;
+  }
+
+  void apply_palette(ImageDraft& draft) const {
     const std::uint8_t* index = draft.plane<std::uint8_t>(0);
-    for (std::size_t c = used; c-- > 0;) {
+    for (std::size_t c = palette_.channels(); c-- > 0;) {
       std::uint8_t* plane = draft.plane<std::uint8_t>(c);
-      for (std::size_t i = 0; i < pixels(); ++i) plane[i] = table[c][index[i]];
+      for (std::size_t i = 0; i < pixels(); ++i) plane[i] = palette_.value(c, index[i]);
     }
-    for (std::size_t c = 3; c-- > used;) draft.drop_channel(c);
   }
 
   // YCbCr in blocks of its own kind and JPEG of the old style: libtiff's converter knows them, to 8-bit RGB.
   ImageRef read_converted() {
-    if (messages_.tag_lost) fail("the file ends too early");  // the tag could be one that makes the colours
-    check_image_size(page_.width, page_.height, 4, PixelType::Byte, file_.size());
+    if (messages_.tag_lost) fail("the file ends too early");  // the tag could be one that makes the colors
     std::uint16_t across = 1, down = 1;
-    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_YCBCRSUBSAMPLING, &across, &down);
-    if (page_.separate && across * down != 1) fail("YCbCr colours in planes of different sizes are not read");
-    const std::uint32_t parts = page_.tiled ? TIFFNumberOfTiles(tiff_.get()) : TIFFNumberOfStrips(tiff_.get());
-    for (std::uint32_t i = 0; i < parts; ++i) stored_bytes(i);
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_YCBCRSUBSAMPLING, &across, &down);
+    if (page_.separate && across * down != 1) fail("YCbCr colors in planes of different sizes are not read");
+    ImageDraft draft = make_draft(PixelType::Byte, 3);
+    part_bytes_ = page_.tiled ? TIFFTileSize64(tiff_) : TIFFStripSize64(tiff_);
+    charge_parts();
     char reason[1024] = "";
     TIFFRGBAImage converter;
-    if (!TIFFRGBAImageBegin(&converter, tiff_.get(), 1, reason)) fail(reason);
+    if (!TIFFRGBAImageBegin(&converter, tiff_, 1, reason)) fail(reason);
     const std::unique_ptr<TIFFRGBAImage, void (*)(TIFFRGBAImage*)> ended(&converter, TIFFRGBAImageEnd);
     converter.req_orientation = converter.orientation;
-    ImageDraft draft(PixelType::Byte, static_cast<std::int32_t>(page_.width), static_cast<std::int32_t>(page_.height),
-                     3);
     Buffer<std::uint32_t> raster(pixels());
     if (!TIFFRGBAImageGet(&converter, raster.data(), page_.width, page_.height) || messages_.error[0])
       reject_tiff(messages_);
@@ -317,19 +353,41 @@ class Reader {
     return draft.finish();
   }
 
-  TiffMessages messages_;
-  MemorySource source_;
-  TiffHandle tiff_;
+  TiffSource& source_;
+  TiffMessages& messages_;
+  TIFF* tiff_;
   Page page_;
   Bytes file_;
   TiffSamples samples_;
+  Palette palette_;
   std::size_t row_bytes_ = 0;
   std::uint64_t part_bytes_ = 0;
   Buffer<std::byte> part_, row_;
 };
 
+bool is_image(TIFF* tiff) {
+  std::uint32_t kind = 0;
+  TIFFGetField(tiff, TIFFTAG_SUBFILETYPE, &kind);
+  return (kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) == 0;
+}
+
 }  // namespace
 
-ImageRef read_tiff(Bytes file) { return Reader(file).read(); }
+Images read_tiff(Bytes file) {
+  TiffSource source(file);
+  TIFF* const tiff = source.tiff.get();
+  Images images{PageReader(source).read()};
+  while (!TIFFLastDirectory(tiff)) {
+    const std::string page = "page " + std::to_string(TIFFCurrentDirectory(tiff) + 2) + ": ";
+    source.messages.error = {};
+    try {
+      if (!TIFFReadDirectory(tiff)) reject_tiff(source.messages);
+      if (is_image(tiff)) images.push_back(PageReader(source).read());
+    } catch (const Failure& failure) {
+      fail(page + failure.reason());
+    }
+  }
+  return images;
+}
 
 }  // namespace HalconCpp::detail

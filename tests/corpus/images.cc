@@ -93,7 +93,7 @@ class Expectation {
     const std::string size = cell("width") + " x " + cell("height"),
                       found_size = std::to_string(found.width) + " x " + std::to_string(found.height);
     if (size != found_size) return differ(size, found_size);
-    if (is("gif") && cell("frames") != std::to_string(found.images))
+    if ((is("gif") || is("tif") || is("tiff")) && cell("frames") != std::to_string(found.images))
       return differ(cell("frames") + " frames", std::to_string(found.images));
     const std::size_t wanted = is_cmyk() ? channels() - 1 : channels();
     if (found.channels.size() != wanted)

@@ -207,9 +207,23 @@ std::string pixels(const HObject& image) {
   return text;
 }
 
+std::vector<std::string> all_pixels(const HObject& images) {
+  HTuple count;
+  CountObj(images, &count);
+  std::vector<std::string> all;
+  for (Hlong i = 1; i <= count[0].L(); ++i) {
+    HObject one;
+    SelectObj(images, &one, i);
+    all.push_back(pixels(one));
+  }
+  return all;
+}
+
 std::string opened(const HTuple& path) {
   std::string text;
-  const std::string reason = failure([&] { text = pixels(read_image(path)); });
+  const std::string reason = failure([&] {
+    for (const std::string& each : all_pixels(read_image(path))) text += (text.empty() ? "" : " + ") + each;
+  });
   return text + reason;
 }
 

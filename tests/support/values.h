@@ -62,7 +62,9 @@ HObject image_of(const char* type, const std::vector<T>& pixels, Hlong width = 0
 
 // "2x1 byte | 1 2 | 3 4" is an image of two columns, one row and two channels.
 std::string pixels(const HObject& image);
-// The pixels of an image file, or why it is refused.
+// Of each image.
+std::vector<std::string> all_pixels(const HObject& images);
+// The pixels of the images of a file, with " + " between them, or why it is rejected.
 std::string opened(const HTuple& path);
 
 // Values to the last bit, with all they hold: {'key':1,2.5:(1,'x',-0.)}; objects by class with pixels, runs or points.
