@@ -3,9 +3,9 @@
 
 #include "HalconCpp.h"
 #include "adapter/reader.h"
-#include "content/model_loaders.h"
-#include "iconic/object_loader.h"
-#include "tree/dict_loader.h"
+#include "loading/dict_loader.h"
+#include "loading/model_loaders.h"
+#include "loading/object_loader.h"
 
 using namespace quovel;
 

@@ -1,4 +1,4 @@
-#include "content/model_loaders.h"
+#include "loading/model_loaders.h"
 
 #include "platform/failure.h"
 #include "tree/builders.h"

@@ -1,6 +1,6 @@
 // Dictionary files.
-#ifndef QUOVEL_TREE_DICT_LOADER_H
-#define QUOVEL_TREE_DICT_LOADER_H
+#ifndef QUOVEL_LOADING_DICT_LOADER_H
+#define QUOVEL_LOADING_DICT_LOADER_H
 
 #include <memory>
 #include <string>

@@ -1,8 +1,8 @@
-#include "iconic/object_loader.h"
+#include "loading/object_loader.h"
 
 #include <optional>
 
-#include "iconic/sequence_file.h"
+#include "loading/sequence_file.h"
 #include "platform/failure.h"
 #include "platform/path_text.h"
 #include "platform/text.h"

@@ -1,6 +1,6 @@
 // Sequence files: plain text that lists image files, one path per line.
-#ifndef QUOVEL_ICONIC_SEQUENCE_FILE_H
-#define QUOVEL_ICONIC_SEQUENCE_FILE_H
+#ifndef QUOVEL_LOADING_SEQUENCE_FILE_H
+#define QUOVEL_LOADING_SEQUENCE_FILE_H
 
 #include <optional>
 #include <span>

@@ -1,6 +1,6 @@
 // 3D object model and deep-learning model files, shown by the keys of their handle.
-#ifndef QUOVEL_CONTENT_MODEL_LOADERS_H
-#define QUOVEL_CONTENT_MODEL_LOADERS_H
+#ifndef QUOVEL_LOADING_MODEL_LOADERS_H
+#define QUOVEL_LOADING_MODEL_LOADERS_H
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-#include "tree/dict_loader.h"
+#include "loading/dict_loader.h"
 
 #include "platform/failure.h"
 #include "tree/builders.h"

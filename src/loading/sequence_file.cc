@@ -1,4 +1,4 @@
-#include "iconic/sequence_file.h"
+#include "loading/sequence_file.h"
 
 #include <unordered_map>
 
