@@ -1,11 +1,12 @@
 // Data nested far deeper than any file may be: building, walking and destroying cost no stack.
 #include <gtest/gtest.h>
 
+#include "loading/dispatcher.h"
 #include "support/files.h"
 #include "support/host.h"
 #include "support/small_stack.h"
 #include "support/values.h"
-#include "tree/builders.h"
+#include "tree/dict_builder.h"
 
 namespace {
 
@@ -17,7 +18,10 @@ TEST(Deep, TheBuilderNeedsNoStackPerLevel) {
     quovel::Tree tree;
     {
       const HTuple dict = nested_dicts(depth);
-      tree.root = &quovel::build_dict_node(tree, HalconCpp::HDict(dict[0].H()), quovel::empty_text, quovel::by_key);
+      tree.root = &tree.make_node();
+      quovel::WorkList list;
+      quovel::build_dict_node(tree, *tree.root, HalconCpp::HDict(dict[0].H()), list);
+      quovel::build_pending(tree, list);
     }
     int levels = 0;
     for (const quovel::Node* node = tree.root; node->child_count > 0; node = node->children[0])

@@ -25,7 +25,7 @@ void hand_over(PointListData& points, double** rows, double** cols, uint32_t* co
   *cols = points.cols.release();
 }
 
-using ExtractPoints = std::optional<PointListData> (*)(const Node&, std::int32_t, std::u16string&);
+using ExtractPoints = std::optional<PointListData> (*)(const Node&, std::int32_t);
 
 int32_t extract_points(ExtractPoints extract, qv_reader* host_reader, const qv_node* node, int32_t index, double** rows,
                        double** cols, uint32_t* count) {
@@ -33,7 +33,7 @@ int32_t extract_points(ExtractPoints extract, qv_reader* host_reader, const qv_n
   if (any_null(host_reader, node, rows, cols, count)) return 0;
   Reader& reader = *from_host(host_reader);
   return guarded(reader, 0, [&] {
-    auto points = extract(*from_host(node), index, reader.last_error);
+    auto points = extract(*from_host(node), index);
     if (!points) return 0;
     hand_over(*points, rows, cols, count);
     return 1;
@@ -45,7 +45,7 @@ int32_t extract_points(ExtractPoints extract, qv_reader* host_reader, const qv_n
 int32_t qv_node_image_channel_count(qv_reader* host_reader, const qv_node* node, int32_t index) {
   if (any_null(host_reader, node)) return -1;
   Reader& reader = *from_host(host_reader);
-  return guarded(reader, -1, [&] { return image_channel_count(*from_host(node), index, reader.last_error); });
+  return guarded(reader, -1, [&] { return image_channel_count(*from_host(node), index); });
 }
 
 int32_t qv_extract_image(qv_reader* host_reader, const qv_node* node, int32_t index, uint32_t* width, uint32_t* height,
@@ -54,7 +54,7 @@ int32_t qv_extract_image(qv_reader* host_reader, const qv_node* node, int32_t in
   if (any_null(host_reader, node, width, height, stride, pixel_format, buffer)) return 0;
   Reader& reader = *from_host(host_reader);
   return guarded(reader, 0, [&] {
-    auto data = extract_image(*from_host(node), index, reader.last_error);
+    auto data = extract_image(*from_host(node), index);
     if (!data) return 0;
     *width = data->width;
     *height = data->height;
@@ -81,7 +81,7 @@ int32_t qv_extract_parallel_lines(qv_reader* host_reader, const qv_node* node, i
   if (any_null(host_reader, node, rows1, cols1, count1, rows2, cols2, count2)) return 0;
   Reader& reader = *from_host(host_reader);
   return guarded(reader, 0, [&] {
-    auto lines = extract_parallel_lines(*from_host(node), index, reader.last_error);
+    auto lines = extract_parallel_lines(*from_host(node), index);
     if (!lines) return 0;
     hand_over(lines->first, rows1, cols1, count1);
     hand_over(lines->second, rows2, cols2, count2);
@@ -95,7 +95,7 @@ int32_t qv_extract_region_runs(qv_reader* host_reader, const qv_node* node, int3
   if (any_null(host_reader, node, rows, column_begins, column_ends, count)) return 0;
   Reader& reader = *from_host(host_reader);
   return guarded(reader, 0, [&] {
-    auto runs = extract_region_runs(*from_host(node), index, reader.last_error);
+    auto runs = extract_region_runs(*from_host(node), index);
     if (!runs) return 0;
     *count = static_cast<uint32_t>(runs->rows.size());
     *rows = runs->rows.release();

@@ -10,27 +10,24 @@ using namespace quovel;
 
 int32_t qv_save_object_as(qv_reader* host_reader, const qv_node* node, const qv_char* path) {
   if (!host_reader || !node || !path) return 0;
-  Reader& reader = *from_host(host_reader);
-  return guarded(reader, 0,
-                 [&] { return save_object_as(*from_host(node), from_host(path), reader.last_error) ? 1 : 0; });
+  return guarded(*from_host(host_reader), 0, [&] { return save_object_as(*from_host(node), from_host(path)) ? 1 : 0; });
 }
 
 int32_t qv_save_objects_as(qv_reader* host_reader, const qv_node* const* nodes, int32_t count, const qv_char* path) {
   if (!host_reader || !nodes || count < 1 || !path) return 0;
-  Reader& reader = *from_host(host_reader);
-  return guarded(reader, 0, [&] {
+  return guarded(*from_host(host_reader), 0, [&] {
     std::vector<const Node*> copies;
     for (int32_t i = 0; i < count; ++i) copies.push_back(from_host(nodes[i]));
-    return save_objects_as(copies, from_host(path), reader.last_error) ? 1 : 0;
+    return save_objects_as(copies, from_host(path)) ? 1 : 0;
   });
 }
 
 int32_t qv_reader_convert_dict_file(qv_reader* host_reader, const qv_char* input_path, const qv_char* output_path,
                                     int32_t lenient) {
   if (!host_reader || !input_path || !output_path) return 0;
-  Reader& reader = *from_host(host_reader);
-  return guarded(reader, 0, [&] {
-    return convert_dict_file(from_host(input_path), from_host(output_path), lenient != 0, reader.last_error) ? 1 : 0;
+  return guarded(*from_host(host_reader), 0, [&] {
+    convert_dict_file(from_host(input_path), from_host(output_path), lenient != 0);
+    return 1;
   });
 }
 

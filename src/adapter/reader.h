@@ -26,6 +26,10 @@ inline const qv_node* to_host(const Node* node) noexcept { return reinterpret_ca
 inline const qv_char* to_host(Text text) noexcept { return reinterpret_cast<const qv_char*>(text); }
 inline std::u16string from_host(const qv_char* text) { return reinterpret_cast<const char16_t*>(text); }
 
+// Inside a handler: what is being handled becomes the Reader's error text. That of an HException and of a ReportedError
+// is taken unchanged; any other exception, as for exhausted memory, leaves an empty text.
+void keep_error(Reader& reader) noexcept;
+
 // The guard around every export: an exception of any kind ends here as the call's failure value.
 template <class Result, class Body>
 Result guarded(Result failure_value, Body&& body) noexcept {
@@ -36,25 +40,24 @@ Result guarded(Result failure_value, Body&& body) noexcept {
   }
 }
 
-// The same for calls with a last-error text, past their argument checks: cleared first, and empty when anything but
-// HALCON failed.
+// The same for calls with a last-error text, which is cleared first; past their argument checks.
 template <class Result, class Body>
 Result guarded(Reader& reader, Result failure_value, Body&& body) noexcept {
   reader.last_error.clear();
   try {
     return body();
   } catch (...) {
-    reader.last_error.clear();
+    keep_error(reader);
     return failure_value;
   }
 }
 
-// The shape of every parse export: `load(path, error)` gives the new tree or null; the old tree ends either way.
+// The shape of every parse export: `load(path)` gives the new tree. The old one is destroyed, also when loading fails.
 template <class Load>
 const qv_node* parse(qv_reader* host_reader, const qv_char* path, Load&& load) noexcept {
   Reader* const reader = from_host(host_reader);
   if (!reader || !path) return nullptr;
-  reader->tree = guarded(*reader, std::unique_ptr<Tree>(), [&] { return load(from_host(path), reader->last_error); });
+  reader->tree = guarded(*reader, std::unique_ptr<Tree>(), [&] { return load(from_host(path)); });
   return reader->tree ? to_host(reader->tree->root) : nullptr;
 }
 

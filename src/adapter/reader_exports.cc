@@ -11,7 +11,8 @@ using namespace quovel;
 
 namespace {
 
-// Regions are kept whole, also where they reach outside of every image. A HALCON that refuses is used as it is.
+// Regions are kept whole, also where they reach outside of every image. A HALCON that rejects the setting is used as it
+// is: creating a Reader has no failure to report.
 void keep_regions_whole() {
   try {
     HalconCpp::SetSystem("clip_region", "false");
@@ -49,15 +50,13 @@ const qv_char* qv_reader_last_error(const qv_reader* reader) {
 }
 
 const qv_node* qv_reader_parse_file(qv_reader* reader, const qv_char* path) {
-  return parse(reader, path,
-               [](const std::u16string& file, std::u16string& error) { return load_dict_tree(file, {}, error); });
+  return parse(reader, path, [](const std::u16string& file) { return load_dict_tree(file, {}); });
 }
 
 const qv_node* qv_reader_parse_file_with_options(qv_reader* reader, const qv_char* path, const qv_parse_option* options,
                                                  int32_t option_count) {
-  return parse(reader, path, [&](const std::u16string& file, std::u16string& error) {
-    return load_dict_tree(file, copy_options(options, option_count), error);
-  });
+  return parse(reader, path,
+               [&](const std::u16string& file) { return load_dict_tree(file, copy_options(options, option_count)); });
 }
 
 const qv_node* qv_reader_parse_object_file(qv_reader* reader, const qv_char* path) {

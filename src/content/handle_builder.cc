@@ -1,6 +1,10 @@
-#include <string_view>
+#include "content/handle_builder.h"
 
-#include "tree/builders.h"
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "tree/entry.h"
 
 namespace quovel {
 
@@ -10,22 +14,14 @@ using HalconCpp::HTuple;
 
 namespace {
 
+// A handle whose type cannot be read is still some handle.
 Text semantic_type(Tree& tree, const HTuple& handle) {
   try {
     const HTuple name = handle.TupleSemType();
     if (name.Length() >= 1) return tree.text(name[0].S());
   } catch (const HException&) {
-    // Some handle, then.
   }
   return u"handle";
-}
-
-// A handle that is not expanded.
-Node& make_whole_handle(Tree& tree, Text type, Text label, PathSegment segment) {
-  Node& node = tree.make_node(NodeKind::Object, label, segment);
-  node.type_label = type;
-  tree.make_object_part(node).object_class = type;
-  return node;
 }
 
 HTuple query_handle(const HTuple& handle, const HTuple& query, const HTuple& key) {
@@ -34,62 +30,71 @@ HTuple query_handle(const HTuple& handle, const HTuple& query, const HTuple& key
   return answer;
 }
 
-// NOLINTBEGIN(misc-no-recursion): handles within handles, down to max_handle_depth.
+class HandleEntries final : public PendingChildren {
+ public:
+  HandleEntries(Tree& tree, Node& parent, const HTuple& handle, HTuple keys, int depth)
+      : tree_(tree), parent_(parent), handle_(handle), keys_(std::move(keys)), count_(keys_.Length()), depth_(depth) {}
 
-Node& build_tuple_entry(Tree& tree, const HTuple& handle, const HTuple& key, Text label, int depth) {
-  HTuple tuple;
-  HalconCpp::GetHandleTuple(handle, key, &tuple);
-  if (tuple.Length() == 1 && tuple.TupleIsHandleElem()[0].L() != 0)
-    return build_handle_node(tree, tuple, label, by_key, depth + 1);
-  return build_tuple_node(tree, tuple, label, by_key);
-}
+  bool has_more() const noexcept override { return next_ < count_; }
 
-Node& build_entry(Tree& tree, const HTuple& handle, const HTuple& key, int depth) {
-  const Text label = key_text(tree, key);
-  const HalconCpp::HString data_type = query_handle(handle, "key_data_type", key)[0].S();
-  const std::string_view name = data_type.Text();
-  if (name == "object") {
-    HalconCpp::HObject object;
-    HalconCpp::GetHandleObject(&object, handle, key);
-    return build_object_node(tree, object, label, by_key);
-  }
-  if (name == "tuple") return build_tuple_entry(tree, handle, key, label, depth);
-  return make_unsupported_node(tree, label, data_type);
-}
-
-Node& build_expanded_handle(Tree& tree, const HTuple& handle, Text type, Text label, PathSegment segment, int depth) {
-  const HTuple keys = query_handle(handle, "keys", HTuple());
-  const Hlong count = keys.Length();
-  Node& node = tree.make_node(NodeKind::Dict, label, segment);
-  node.type_label = type;
-  node.value_summary = tree.count_text(count, u"key", u"keys");
-  for (Hlong i = 0; i < count; ++i) {
-    const HTuple key = keys[i];
-    try {
-      tree.append_child(node, build_entry(tree, handle, key, depth));
-    } catch (const HException&) {
-      // An entry that fails is left out.
+  Work take_next() override {
+    Node& node = tree_.add_child(parent_, NodeKind::Value, u"<unreadable key>", by_key);
+    const HTuple key = keys_[next_++];
+    node.label = key_text(tree_, key);
+    const HalconCpp::HString data_type = query_handle(handle_, "key_data_type", key)[0].S();
+    const std::string_view name = data_type.Text();
+    if (name == "object") {
+      HalconCpp::HObject object;
+      HalconCpp::GetHandleObject(&object, handle_, key);
+      return {&node, std::move(object)};
     }
+    if (name == "tuple") {
+      HTuple tuple;
+      HalconCpp::GetHandleTuple(handle_, key, &tuple);
+      return {&node, EntryTuple{std::move(tuple), depth_ + 1}};
+    }
+    make_unsupported(tree_, node, data_type);
+    return {&node, {}};
   }
-  return node;
+
+  // A key that fails is left out.
+  void replace_failed(const HException&) override { tree_.remove_last_child(parent_); }
+
+ private:
+  Tree& tree_;
+  Node& parent_;
+  const HTuple handle_;
+  const HTuple keys_;
+  const Hlong count_;
+  const int depth_;
+  Hlong next_ = 0;
+};
+
+void make_whole_handle(Tree& tree, Node& node, Text type) {
+  node.kind = NodeKind::Object;
+  node.type_label = type;
+  tree.make_object_part(node).object_class = type;
 }
 
 }  // namespace
 
-Node& build_handle_node(Tree& tree, const HTuple& handle, Text label, PathSegment segment, int depth) {
+void build_handle_node(Tree& tree, Node& node, const HTuple& handle, int depth, WorkList& list) {
   const Text type = semantic_type(tree, handle);
   if (depth > max_handle_depth) {
-    Node& node = make_whole_handle(tree, type, label, segment);
+    make_whole_handle(tree, node, type);
     node.value_summary = u"max nesting depth reached";
-    return node;
+    return;
   }
   try {
-    return build_expanded_handle(tree, handle, type, label, segment, depth);
+    HTuple keys = query_handle(handle, "keys", HTuple());
+    node.kind = NodeKind::Dict;
+    node.type_label = type;
+    node.value_summary = tree.count_text(keys.Length(), u"key", u"keys");
+    list.add(std::make_unique<HandleEntries>(tree, node, handle, std::move(keys), depth));
   } catch (const HException&) {
-    return make_whole_handle(tree, type, label, segment);
+    // Not every type of handle has keys.
+    make_whole_handle(tree, node, type);
   }
 }
-
-// NOLINTEND(misc-no-recursion)
 
 }  // namespace quovel

@@ -1,8 +1,10 @@
-// Matrices and 3D object models, each shown as a whole.
+#include "content/handle_summaries.h"
+
+#include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "platform/text.h"
-#include "tree/builders.h"
 
 namespace quovel {
 
@@ -65,39 +67,38 @@ bool has_primitive_data(const HTuple& model) {
   return model_parameter(model, "has_primitive_data")[0].S().Text() == std::string_view("true");
 }
 
-Node& make_handle_summary(Tree& tree, Text type, Text label, PathSegment segment) {
-  Node& node = tree.make_node(NodeKind::Object, label, segment);
+ObjectPart& make_handle_summary(Tree& tree, Node& node, Text type) {
+  node.kind = NodeKind::Object;
   node.type_label = type;
   ObjectPart& part = tree.make_object_part(node);
   part.object_class = type;
   part.detail_entry_count = 1;
-  return node;
+  return part;
 }
 
 }  // namespace
 
-Node& build_matrix_node(Tree& tree, const HTuple& handle, Text label, PathSegment segment) {
+void build_matrix_node(Tree& tree, Node& node, const HTuple& handle) {
   HTuple row_counts, column_counts, values;
   HalconCpp::GetSizeMatrix(handle, &row_counts, &column_counts);
   const Hlong rows = row_counts[0].L();
   const Hlong columns = column_counts[0].L();
   HalconCpp::GetFullMatrix(handle, &values);
-  Node& node = make_handle_summary(tree, u"matrix", label, segment);
+  ObjectPart& part = make_handle_summary(tree, node, u"matrix");
   std::u16string& text = tree.scratch();
   append_integer(text, columns);
   append_integer(text += u'x', rows);
   node.value_summary = tree.text(text);
-  node.object->detail_lines = tree.make_lines(static_cast<std::size_t>(rows));
+  part.detail_lines = tree.make_lines(static_cast<std::size_t>(rows));
   for (Hlong row = 0; row < rows; ++row)
-    node.object->detail_lines[static_cast<std::size_t>(row)] = matrix_line(tree, values, row * columns, columns);
-  return node;
+    part.detail_lines[static_cast<std::size_t>(row)] = matrix_line(tree, values, row * columns, columns);
 }
 
-Node& build_object_model_3d_node(Tree& tree, const HTuple& handle, Text label, PathSegment segment) {
+void build_object_model_3d_node(Tree& tree, Node& node, const HTuple& handle) {
   const Hlong points = model_parameter(handle, "num_points")[0].L();
   const bool has_primitive = has_primitive_data(handle);
   const std::u16string primitive = primitive_type(handle, has_primitive);
-  Node& node = make_handle_summary(tree, u"object_model_3d", label, segment);
+  ObjectPart& part = make_handle_summary(tree, node, u"object_model_3d");
   std::u16string& summary = tree.scratch();
   append_integer(summary += u"points: ", points);
   node.value_summary = tree.text(summary);
@@ -106,9 +107,8 @@ Node& build_object_model_3d_node(Tree& tree, const HTuple& handle, Text label, P
   append_integer(line += u"object_model_3d: points: ", points);
   if (points > 0 || has_primitive) append_extent(line, handle);
   line += u", primitive type: ";
-  node.object->detail_lines = tree.make_lines(1);
-  node.object->detail_lines[0] = tree.text(line += primitive);
-  return node;
+  part.detail_lines = tree.make_lines(1);
+  part.detail_lines[0] = tree.text(line += primitive);
 }
 
 }  // namespace quovel

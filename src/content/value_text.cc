@@ -23,14 +23,15 @@ class ElementTexts {
   ElementTexts(const HTuple& tuple, Hlong count) : tuple_(tuple), count_(count) {}
 
   LongText all() {
-    const std::optional<ValueType> type = common_plain_type(tuple_);
+    const ElementTypes types(tuple_);
+    const std::optional<ValueType> type = types.common();
     if (count_ > 1) text_.append(u"[");
     if (type == ValueType::Integer)
       append_numbers([this](char16_t* at, Hlong index) { return write_integer(at, tuple_[index].L()); });
     else if (type == ValueType::Real)
       append_numbers([this](char16_t* at, Hlong index) { return write_general(at, tuple_[index].D()); });
     else
-      append_by_flags(element_flags(tuple_));
+      append_each(types);
     text_.append(count_ > 1 ? std::u16string_view(u"]\0", 2) : std::u16string_view(u"\0", 1));
     return std::move(text_);
   }
@@ -44,7 +45,7 @@ class ElementTexts {
   void append_numbers(Write write) {
     for (Hlong first = 0; first < count_; first += block) {
       if (first == block) reserve_for_all(PTRDIFF_MAX / sizeof(char16_t) / 2);
-      char16_t* at = text_.room(static_cast<std::size_t>(block) * (longest_number + 2));
+      char16_t* at = text_.room(static_cast<std::size_t>(block) * (max_number_units + 2));
       for (Hlong i = first; i < std::min(first + block, count_); ++i) {
         if (i > 0) {
           *at++ = u',';
@@ -55,22 +56,22 @@ class ElementTexts {
       text_.end_at(at);
     }
   }
-  void append_by_flags(const ElementFlags& flags) {
+  void append_each(const ElementTypes& types) {
     for (Hlong i = 0; i < count_; ++i) {
       if (i == block) reserve_for_all(std::size_t{1} << 24);
       if (i > 0) text_.append(u", ");
-      if (flags.is_string[i].L() != 0) {
+      const ValueType type = types.value_type(i);
+      if (type == ValueType::String) {
         append_quoted(tuple_[i].S());
         continue;
       }
-      char16_t* const at = text_.room(longest_number);
-      const bool is_integer = flags.is_integer[i].L() != 0;
-      text_.end_at(is_integer ? write_integer(at, tuple_[i].L()) : write_general(at, tuple_[i].D()));
+      char16_t* const at = text_.room(max_number_units);
+      text_.end_at(type == ValueType::Integer ? write_integer(at, tuple_[i].L()) : write_general(at, tuple_[i].D()));
     }
   }
   void append_quoted(const HString& string) {
     const HalconText from(string);
-    char16_t* at = text_.room(from.most_units() + 2);
+    char16_t* at = text_.room(from.max_units() + 2);
     *at++ = u'\'';
     at += from.copy_to(at);
     *at++ = u'\'';
@@ -90,22 +91,14 @@ class ElementTexts {
   LongText text_;
 };
 
-}  // namespace
-
-ElementFlags element_flags(const HTuple& tuple) { return {tuple.TupleIsStringElem(), tuple.TupleIsIntElem()}; }
-
-std::optional<ValueType> common_plain_type(const HTuple& tuple) try {
-  if (tuple.Length() < 2) return std::nullopt;
-  const HTuple types = tuple.TupleSemType();
-  const HString type = types[0].S();
-  const std::string_view name = type.Text();
-  if (name == "integer") return ValueType::Integer;
-  if (name == "real") return ValueType::Real;
-  if (name == "string") return ValueType::String;
-  return std::nullopt;
-} catch (const HalconCpp::HException&) {
-  return std::nullopt;  // each element is asked instead
+Text counted_type_label(Tree& tree, std::u16string_view type, Hlong count) {
+  std::u16string& text = tree.scratch();
+  text += type;
+  append_integer(text += u'[', count);
+  return tree.text(text += u']');
 }
+
+}  // namespace
 
 std::u16string_view plain_type_name(ValueType type) noexcept {
   return type == ValueType::String ? u"string" : type == ValueType::Integer ? u"integer" : u"real";
@@ -114,12 +107,6 @@ std::u16string_view plain_type_name(ValueType type) noexcept {
 NodeValue make_tuple_value(Tree& tree, const HTuple& tuple, Hlong index, ValueType type) {
   if (type == ValueType::String) return NodeValue::of_string(tree.text(tuple[index].S()));
   if (type == ValueType::Integer) return NodeValue::of_integer(tuple[index].L());
-  return NodeValue::of_real(tuple[index].D());
-}
-
-NodeValue make_tuple_value(Tree& tree, const HTuple& tuple, Hlong index, const ElementFlags& flags) {
-  if (flags.is_string[index].L() != 0) return NodeValue::of_string(tree.text(tuple[index].S()));
-  if (flags.is_integer[index].L() != 0) return NodeValue::of_integer(tuple[index].L());
   return NodeValue::of_real(tuple[index].D());
 }
 
@@ -153,23 +140,16 @@ Text summarize_values(Tree& tree, std::span<const NodeValue> values, std::uint32
   return tree.text(text += u']');
 }
 
-Text tuple_type_label(Tree& tree, const HTuple& tuple, Hlong count) {
+Text tuple_type_label(Tree& tree, const HTuple& tuple, const ElementTypes& types, Hlong count) {
   if (count == 0) return u"tuple[0]";
-  const HTuple types = tuple.TupleSemTypeElem();
-  const HString first = types[0].S();
+  if (types.common()) return counted_type_label(tree, plain_type_name(*types.common()), count);
+  const HTuple names = tuple.TupleSemTypeElem();
+  const HString first = names[0].S();
   const std::string_view name = first.Text();
   if (count == 1) return tree.text(first);
   bool equal = true;
-  for (Hlong i = 1; equal && i < count; ++i) equal = types[i].S().Text() == name;
+  for (Hlong i = 1; equal && i < count; ++i) equal = names[i].S().Text() == name;
   return counted_type_label(tree, equal ? from_halcon(first) : u"tuple", count);
-}
-
-Text counted_type_label(Tree& tree, std::u16string_view type, Hlong count) {
-  std::u16string& text = tree.scratch();
-  text += type;
-  text += u'[';
-  append_integer(text, count);
-  return tree.shared_text(text += u']');
 }
 
 LongText full_value_text(const Node* node) {

@@ -1,7 +1,11 @@
 #include "extract/geometry.h"
 
+#include <cstddef>
+#include <utility>
+
+#include "HalconCpp.h"
 #include "extract/selection.h"
-#include "platform/failure.h"
+#include "tree/objects.h"
 
 namespace quovel {
 
@@ -29,45 +33,44 @@ HostBuffer<std::int32_t> copy_integers(const HTuple& values, Hlong count) {
   return copy;
 }
 
-// Runs `read` on the object inside the guard that all families share.
+// What `read` makes of the object; nothing when there is none.
 template <class Data, class Read>
-std::optional<Data> extract(const Node& node, std::int32_t index, std::u16string& error, Read&& read) {
+std::optional<Data> extract(const Node& node, std::int32_t index, Read&& read) {
   if (!has_object(node, index)) return std::nullopt;
-  return catch_halcon(error, std::optional<Data>(), [&] { return read(select_object(node, index)); });
+  return read(select_object(held_object(node), index));
 }
 
 }  // namespace
 
-std::optional<PointListData> extract_contour_points(const Node& node, std::int32_t index, std::u16string& error) {
-  return extract<PointListData>(node, index, error, [](const HObject& contour) {
+std::optional<PointListData> extract_contour_points(const Node& node, std::int32_t index) {
+  return extract<PointListData>(node, index, [](const HObject& contour) {
     HTuple rows, cols;
     HalconCpp::GetContourXld(contour, &rows, &cols);
     return copy_points(rows, cols);
   });
 }
 
-std::optional<PointListData> extract_polygon_points(const Node& node, std::int32_t index, std::u16string& error) {
-  return extract<PointListData>(node, index, error, [](const HObject& polygon) {
+std::optional<PointListData> extract_polygon_points(const Node& node, std::int32_t index) {
+  return extract<PointListData>(node, index, [](const HObject& polygon) {
     HTuple rows, cols, lengths, angles;
     HalconCpp::GetPolygonXld(polygon, &rows, &cols, &lengths, &angles);
     return copy_points(rows, cols);
   });
 }
 
-std::optional<ParallelLinesData> extract_parallel_lines(const Node& node, std::int32_t index, std::u16string& error) {
-  return extract<ParallelLinesData>(
-      node, index, error, [](const HObject& parallels) -> std::optional<ParallelLinesData> {
-        HTuple row1, col1, length1, phi1, row2, col2, length2, phi2;
-        HalconCpp::GetParallelsXld(parallels, &row1, &col1, &length1, &phi1, &row2, &col2, &length2, &phi2);
-        auto first = copy_points(row1, col1);
-        auto second = copy_points(row2, col2);
-        if (!first || !second) return std::nullopt;
-        return ParallelLinesData{std::move(*first), std::move(*second)};
-      });
+std::optional<ParallelLinesData> extract_parallel_lines(const Node& node, std::int32_t index) {
+  return extract<ParallelLinesData>(node, index, [](const HObject& parallels) -> std::optional<ParallelLinesData> {
+    HTuple row1, col1, length1, phi1, row2, col2, length2, phi2;
+    HalconCpp::GetParallelsXld(parallels, &row1, &col1, &length1, &phi1, &row2, &col2, &length2, &phi2);
+    auto first = copy_points(row1, col1);
+    auto second = copy_points(row2, col2);
+    if (!first || !second) return std::nullopt;
+    return ParallelLinesData{std::move(*first), std::move(*second)};
+  });
 }
 
-std::optional<RegionRunsData> extract_region_runs(const Node& node, std::int32_t index, std::u16string& error) {
-  return extract<RegionRunsData>(node, index, error, [](const HObject& region) -> std::optional<RegionRunsData> {
+std::optional<RegionRunsData> extract_region_runs(const Node& node, std::int32_t index) {
+  return extract<RegionRunsData>(node, index, [](const HObject& region) -> std::optional<RegionRunsData> {
     HTuple rows, begins, ends;
     HalconCpp::GetRegionRuns(region, &rows, &begins, &ends);
     const Hlong count = rows.Length();

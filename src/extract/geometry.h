@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 #include "extract/host_buffer.h"
 #include "tree/node.h"
@@ -25,12 +24,12 @@ struct RegionRunsData {
   HostBuffer<std::int32_t> rows, column_begins, column_ends;
 };
 
-// One object of the node each. Nothing when the node has no object of that number or there is no memory, and, with
-// `error`, when HALCON refuses.
-std::optional<PointListData> extract_contour_points(const Node& node, std::int32_t index, std::u16string& error);
-std::optional<PointListData> extract_polygon_points(const Node& node, std::int32_t index, std::u16string& error);
-std::optional<ParallelLinesData> extract_parallel_lines(const Node& node, std::int32_t index, std::u16string& error);
-std::optional<RegionRunsData> extract_region_runs(const Node& node, std::int32_t index, std::u16string& error);
+// One object of the node each, `index` counting from 0. Nothing when the node has no object of that number, and when
+// there is no memory for the buffers. Throws what HALCON throws, as for an object of another class.
+std::optional<PointListData> extract_contour_points(const Node& node, std::int32_t index);
+std::optional<PointListData> extract_polygon_points(const Node& node, std::int32_t index);
+std::optional<ParallelLinesData> extract_parallel_lines(const Node& node, std::int32_t index);
+std::optional<RegionRunsData> extract_region_runs(const Node& node, std::int32_t index);
 
 }  // namespace quovel
 

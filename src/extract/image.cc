@@ -1,16 +1,19 @@
 #include "extract/image.h"
 
+#include <cstddef>
 #include <cstring>
+#include <string_view>
 
+#include "HalconCpp.h"
 #include "extract/selection.h"
-#include "platform/failure.h"
+#include "tree/objects.h"
 
 namespace quovel {
 
 using HalconCpp::HImage;
 using HalconCpp::Hlong;
 using HalconCpp::HObject;
-using HalconCpp::HTuple;
+using HalconCpp::HRegion;
 
 namespace {
 
@@ -57,17 +60,10 @@ Rendered render_four(const HObject& plane1, const HObject& plane2, const HObject
   return render_interleaved(composed, "bgra", 4, ImagePixelFormat::Bgra32);
 }
 
-// Whether the domain leaves pixels out; then `mask` becomes an image that is 255 inside it and 0 outside.
-bool has_partial_domain(const HImage& image, Hlong width, Hlong height, HObject& mask) {
-  const HalconCpp::HRegion domain = image.GetDomain();
-  HTuple area, row, column;
-  HalconCpp::AreaCenter(domain, &area, &row, &column);
-  if (area.Length() == 0 || area[0].L() >= width * height) return false;
+// The domain becomes the fourth plane: 255 inside it and 0 outside.
+Rendered render_masked(const HImage& image, Hlong channels, const HRegion& domain, Hlong width, Hlong height) {
+  HObject mask;
   HalconCpp::RegionToBin(domain, &mask, 255, 0, width, height);
-  return true;
-}
-
-Rendered render_masked(const HImage& image, Hlong channels, const HObject& mask) {
   if (channels == 1) return render_four(image, image, image, mask);
   HObject c1, c2, c3;
   HalconCpp::Decompose3(image, &c1, &c2, &c3);
@@ -80,15 +76,15 @@ Rendered render_four_channels(const HImage& image) {
   return render_four(c1, c2, c3, c4);
 }
 
-// The pixel stage: an image of type "byte", by its number of channels. A failure of HALCON has no text here.
+// The pixel stage: an image of type "byte", by its number of channels. The host is told no reason when HALCON fails in
+// it, as when HALCON lays out no pixels: both mean that this image cannot be drawn.
 Rendered render(const HImage& image) try {
   const Hlong channels = image.CountChannels()[0].L();
   const Hlong width = image.Width()[0].L();
   const Hlong height = image.Height()[0].L();
-  if (channels == 1 || channels == 3) {
-    HObject mask;
-    if (has_partial_domain(image, width, height, mask)) return render_masked(image, channels, mask);
-  }
+  if (channels == 1 || channels == 3)
+    if (const auto domain = partial_domain(image, width, height))
+      return render_masked(image, channels, *domain, width, height);
   if (channels == 1) return render_gray(image);
   if (channels == 3) return render_interleaved(image, "bgr", 3, ImagePixelFormat::Bgr24);
   if (channels == 4) return render_four_channels(image);
@@ -112,17 +108,15 @@ HImage as_bytes(const HImage& image) {
 
 }  // namespace
 
-Rendered extract_image(const Node& node, std::int32_t index, std::u16string& error) {
+Rendered extract_image(const Node& node, std::int32_t index) {
   if (!has_object(node, index)) return std::nullopt;
-  return catch_halcon(error, Rendered(), [&] { return render(as_bytes(HImage(select_object(node, index)))); });
+  return render(as_bytes(HImage(select_object(held_object(node), index))));
 }
 
-std::int32_t image_channel_count(const Node& node, std::int32_t index, std::u16string& error) {
+std::int32_t image_channel_count(const Node& node, std::int32_t index) {
   if (!has_object(node, index) || !node.object || !node.object->is_image) return -1;
-  return catch_halcon(error, std::int32_t{-1}, [&] {
-    const HImage image(select_object(node, index));
-    return static_cast<std::int32_t>(image.CountChannels()[0].L());
-  });
+  const HImage image(select_object(node.object->held_object, index));
+  return static_cast<std::int32_t>(image.CountChannels()[0].L());
 }
 
 }  // namespace quovel

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 #include "extract/host_buffer.h"
 #include "tree/node.h"
@@ -23,12 +22,13 @@ struct ImageRenderData {
   HostBuffer<std::uint8_t> bytes;
 };
 
-// The pixels of one image of the node. Nothing when there is none to be had; `error` tells why where HALCON failed
-// before the pixels were laid out, and stays empty otherwise.
-std::optional<ImageRenderData> extract_image(const Node& node, std::int32_t index, std::u16string& error);
+// The pixels of one image of the node, `index` counting from 0. Nothing when the node has no object of that number, for
+// an image of 2 or more than 4 channels, and when the pixels cannot be laid out or there is no memory for them. Throws
+// what HALCON throws before that, as for an object that is no image.
+std::optional<ImageRenderData> extract_image(const Node& node, std::int32_t index);
 
-// The number of channels as stored, -1 when the node holds no image of that number or HALCON fails (then with `error`).
-std::int32_t image_channel_count(const Node& node, std::int32_t index, std::u16string& error);
+// The number of channels as stored; -1 when the node holds no image of that number. Throws what HALCON throws.
+std::int32_t image_channel_count(const Node& node, std::int32_t index);
 
 }  // namespace quovel
 

@@ -4,15 +4,8 @@ namespace quovel {
 
 bool has_object(const Node& node, std::int32_t index) noexcept {
   if (node.kind != NodeKind::Object || index < 0) return false;
-  const std::uint32_t count = node.object ? node.object->object_count : ObjectPart().object_count;
+  const std::uint32_t count = node.object ? node.object->object_count : ObjectFields().object_count;
   return index < static_cast<std::int64_t>(count);
-}
-
-HalconCpp::HObject select_object(const Node& node, std::int32_t index) {
-  HalconCpp::HObject selected;
-  const HalconCpp::HObject objects = node.object ? node.object->held_object : HalconCpp::HObject();
-  HalconCpp::SelectObj(objects, &selected, HalconCpp::Hlong{index} + 1);
-  return selected;
 }
 
 }  // namespace quovel

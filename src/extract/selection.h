@@ -1,19 +1,16 @@
-// One object of an object node, by its 0-based number.
+// Whether a node has an object of a number.
 #ifndef QUOVEL_EXTRACT_SELECTION_H
 #define QUOVEL_EXTRACT_SELECTION_H
 
 #include <cstdint>
 
-#include "HalconCpp.h"
 #include "tree/node.h"
 
 namespace quovel {
 
-// Whether the node is an object node with an object of that number.
+// True for object nodes whose `object_count` is above `index`, which counts from 0. A node that stands for a handle
+// counts as one object, which HALCON then reports as missing.
 bool has_object(const Node& node, std::int32_t index) noexcept;
-
-// The object; `has_object` holds. HALCON refuses a node that stands for a handle.
-HalconCpp::HObject select_object(const Node& node, std::int32_t index);
 
 }  // namespace quovel
 

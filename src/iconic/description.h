@@ -1,4 +1,5 @@
-// One-line descriptions of iconic objects.
+// One-line descriptions of iconic objects. Lengths and coordinates are in pixels, rows before columns. An HException
+// means that HALCON cannot tell.
 #ifndef QUOVEL_ICONIC_DESCRIPTION_H
 #define QUOVEL_ICONIC_DESCRIPTION_H
 

@@ -1,16 +1,18 @@
 #include <algorithm>
+#include <cstdint>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "iconic/description.h"
 #include "platform/text.h"
+#include "tree/objects.h"
 
 namespace quovel {
 
 using HalconCpp::HImage;
 using HalconCpp::Hlong;
 using HalconCpp::HObject;
-using HalconCpp::HTuple;
 
 namespace {
 
@@ -31,10 +33,7 @@ ImageInfo image_info(const HImage& image) {
 }
 
 HImage image_at(const HObject& object, std::int32_t index, std::int32_t count) {
-  if (count < 2) return HImage(object);
-  HObject selected;
-  HalconCpp::SelectObj(object, &selected, index + 1);
-  return HImage(selected);
+  return HImage(count < 2 ? object : select_object(object, index));
 }
 
 std::u16string channel_text(Hlong channels) {
@@ -77,13 +76,11 @@ std::u16string types_text(const std::vector<ImageInfo>& images) {
   return one_or_list(types);
 }
 
-// What the first image's domain adds; empty when it covers the frame, and when HALCON cannot tell.
+// What the first image's domain adds; empty when it covers the frame. A domain that HALCON cannot tell costs the
+// description nothing else.
 std::u16string domain_text(const HImage& image, const ImageInfo& info) try {
-  const HalconCpp::HRegion domain = image.GetDomain();
-  HTuple area, row, column;
-  HalconCpp::AreaCenter(domain, &area, &row, &column);
-  if (area.Length() == 0 || area[0].L() >= info.width * info.height) return {};
-  return u", domain: " + describe_region(domain);
+  const auto domain = partial_domain(image, info.width, info.height);
+  return domain ? u", domain: " + describe_region(*domain) : std::u16string();
 } catch (const HalconCpp::HException&) {
   return {};
 }

@@ -1,7 +1,10 @@
 #include "loading/dict_loader.h"
 
-#include "platform/failure.h"
-#include "tree/builders.h"
+#include "HalconCpp.h"
+#include "loading/dispatcher.h"
+#include "platform/text.h"
+#include "tree/dict_builder.h"
+#include "tree/work.h"
 
 namespace quovel {
 
@@ -41,20 +44,20 @@ HTuple parameter_value(const ReadingOption& option) {
 
 }  // namespace
 
-std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options,
-                                     std::u16string& error) {
-  return catch_halcon(error, std::unique_ptr<Tree>(), [&] {
-    HTuple names, values;
-    for (const ReadingOption& option : options) {
-      names.Append(HTuple(parameter_name(option.key)));
-      values.Append(parameter_value(option));
-    }
-    HalconCpp::HDict dict;
-    dict.ReadDict(HTuple(to_halcon(path)), names, values);
-    auto tree = std::make_unique<Tree>();
-    tree->root = &build_dict_node(*tree, dict, empty_text, by_key);
-    return tree;
-  });
+std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options) {
+  HTuple names, values;
+  for (const ReadingOption& option : options) {
+    names.Append(HTuple(parameter_name(option.key)));
+    values.Append(parameter_value(option));
+  }
+  HalconCpp::HDict dict;
+  dict.ReadDict(HTuple(to_halcon(path)), names, values);
+  auto tree = std::make_unique<Tree>();
+  tree->root = &tree->make_node();
+  WorkList list;
+  build_dict_node(*tree, *tree->root, dict, list);
+  build_pending(*tree, list);
+  return tree;
 }
 
 }  // namespace quovel

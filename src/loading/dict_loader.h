@@ -2,6 +2,7 @@
 #ifndef QUOVEL_LOADING_DICT_LOADER_H
 #define QUOVEL_LOADING_DICT_LOADER_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,9 +20,9 @@ struct ReadingOption {
   double real_value;
 };
 
-// The dictionary's tree; null with the reason in `error`. The options are handed to HALCON in order and unchecked.
-std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options,
-                                     std::u16string& error);
+// The dictionary's tree. HALCON gets the options in their order and unchecked. Throws what HALCON throws when it reads
+// the file, and when it lists the keys of the dictionary in it.
+std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options);
 
 }  // namespace quovel
 

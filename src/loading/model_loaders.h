@@ -9,9 +9,9 @@
 
 namespace quovel {
 
-// The model's tree; null with the reason in `error`.
-std::unique_ptr<Tree> load_object_model_3d_tree(const std::u16string& path, std::u16string& error);
-std::unique_ptr<Tree> load_dl_model_tree(const std::u16string& path, std::u16string& error);
+// The model's tree. Each throws what HALCON throws when it reads the file.
+std::unique_ptr<Tree> load_object_model_3d_tree(const std::u16string& path);
+std::unique_ptr<Tree> load_dl_model_tree(const std::u16string& path);
 
 }  // namespace quovel
 

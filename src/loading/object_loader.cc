@@ -1,12 +1,13 @@
 #include "loading/object_loader.h"
 
-#include <optional>
+#include <cstdint>
 
+#include "HalconCpp.h"
+#include "iconic/object_builder.h"
 #include "loading/sequence_file.h"
-#include "platform/failure.h"
 #include "platform/path_text.h"
 #include "platform/text.h"
-#include "tree/builders.h"
+#include "tree/objects.h"
 
 namespace quovel {
 
@@ -22,16 +23,9 @@ HObject read_images(const HTuple& files) {
   return images;
 }
 
-// Nothing when the sequence lists no file that can be read; then `error` tells why.
-std::optional<HObject> read_sequence(const std::u16string& path, std::u16string& error) {
-  const std::optional<HTuple> files = resolve_sequence(path, error);
-  if (!files) return std::nullopt;
-  return read_images(*files);
-}
-
-std::optional<HObject> read_objects(const std::u16string& path, std::u16string& error) {
+HObject read_objects(const std::u16string& path) {
   const std::u16string extension = file_extension(path);
-  if (extension == u"seq") return read_sequence(path, error);
+  if (extension == u"seq") return read_images(resolve_sequence(path));
   const HTuple file(to_halcon(path));
   if (extension != u"hobj") return read_images(file);
   HObject objects;
@@ -55,10 +49,9 @@ std::unique_ptr<Tree> build_file_tree(const std::u16string& path, const HObject&
   root.type_label = u"file";
   root.value_summary = tree->count_text(count, u"object", u"objects");
   for (Hlong i = 0; i < count; ++i) {
-    HObject object;
-    HalconCpp::SelectObj(objects, &object, i + 1);
     const PathSegment segment = by_index(static_cast<std::uint32_t>(i));
-    tree->append_child(root, build_object_node(*tree, object, child_label(*tree, path, i, count), segment));
+    Node& child = tree->add_child(root, NodeKind::Object, child_label(*tree, path, i, count), segment);
+    build_object_node(*tree, child, select_object(objects, i));
   }
   tree->root = &root;
   return tree;
@@ -66,11 +59,6 @@ std::unique_ptr<Tree> build_file_tree(const std::u16string& path, const HObject&
 
 }  // namespace
 
-std::unique_ptr<Tree> load_object_file(const std::u16string& path, std::u16string& error) {
-  return catch_halcon(error, std::unique_ptr<Tree>(), [&]() -> std::unique_ptr<Tree> {
-    const std::optional<HObject> objects = read_objects(path, error);
-    return objects ? build_file_tree(path, *objects) : nullptr;
-  });
-}
+std::unique_ptr<Tree> load_object_file(const std::u16string& path) { return build_file_tree(path, read_objects(path)); }
 
 }  // namespace quovel

@@ -9,8 +9,9 @@
 
 namespace quovel {
 
-// The tree of the file's objects, one child per object; null with the reason in `error`.
-std::unique_ptr<Tree> load_object_file(const std::u16string& path, std::u16string& error);
+// The tree of the file's objects, one child per object, and no tree when one of them fails. Throws what HALCON throws,
+// and ReportedError for a sequence file without entries or with an entry that has no file.
+std::unique_ptr<Tree> load_object_file(const std::u16string& path);
 
 }  // namespace quovel
 

@@ -1,7 +1,10 @@
 #include "loading/sequence_file.h"
 
+#include <cstddef>
+#include <optional>
 #include <unordered_map>
 
+#include "platform/failure.h"
 #include "platform/files.h"
 #include "platform/path_text.h"
 #include "platform/text.h"
@@ -58,25 +61,19 @@ std::vector<std::u16string> read_sequence_entries(const std::u16string& path) {
   return entries;
 }
 
-std::optional<HalconCpp::HTuple> resolve_sequence(const std::u16string& path, std::u16string& error) {
+HalconCpp::HTuple resolve_sequence(const std::u16string& path) {
   const std::u16string_view directory = parent_path(path);
   const std::u16string_view directories[] = {parent_path(directory), directory};
   const std::vector<std::u16string> entries = read_sequence_entries(path);
-  if (entries.empty()) {
-    error = u"Sequence file is empty or could not be read: " + path;
-    return std::nullopt;
-  }
+  if (entries.empty()) throw ReportedError(u"Sequence file is empty or could not be read: " + path);
   HalconCpp::HTuple files;
-  // An entry that comes again is not looked for again: each search may ask for 42 files.
+  // An entry that comes again is not looked for again: each search may ask the file system 42 times.
   std::unordered_map<std::u16string_view, HalconCpp::HTuple> found;
   for (const std::u16string& entry : entries) {
     const auto [place, is_new] = found.try_emplace(entry);
     if (is_new) {
       const std::optional<std::u16string> file = locate(entry, directories);
-      if (!file) {
-        error = u"Sequence entry not found: " + entry;
-        return std::nullopt;
-      }
+      if (!file) throw ReportedError(u"Sequence entry not found: " + entry);
       place->second = HalconCpp::HTuple(to_halcon(*file));
     }
     files.Append(place->second);

@@ -2,7 +2,6 @@
 #ifndef QUOVEL_LOADING_SEQUENCE_FILE_H
 #define QUOVEL_LOADING_SEQUENCE_FILE_H
 
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -19,9 +18,9 @@ std::span<const std::u16string_view> image_file_extensions();
 // skipped. Empty when the file cannot be opened. Bytes become text as in every HALCON string.
 std::vector<std::u16string> read_sequence_entries(const std::u16string& path);
 
-// The files that the entries stand for, looked for in the folder above the sequence file's and then beside it; nothing,
-// with the reason in `error`, when there is no entry or one has no file.
-std::optional<HalconCpp::HTuple> resolve_sequence(const std::u16string& path, std::u16string& error);
+// The files that the entries stand for, looked for in the folder above the sequence file's and then beside it. Throws
+// ReportedError when there is no entry, or no file for one.
+HalconCpp::HTuple resolve_sequence(const std::u16string& path);
 
 }  // namespace quovel
 

@@ -7,9 +7,8 @@
 namespace quovel {
 
 // Reads a dictionary file and writes it as another; HALCON decides both formats. `lenient` leaves out what the output
-// cannot hold instead of failing. False with HALCON's reason in `error`.
-bool convert_dict_file(const std::u16string& input_path, const std::u16string& output_path, bool lenient,
-                       std::u16string& error);
+// cannot hold instead of failing. Throws what HALCON throws.
+void convert_dict_file(const std::u16string& input_path, const std::u16string& output_path, bool lenient);
 
 }  // namespace quovel
 

@@ -2,8 +2,10 @@
 
 #include <string_view>
 
-#include "platform/failure.h"
+#include "HalconCpp.h"
 #include "platform/path_text.h"
+#include "platform/text.h"
+#include "tree/objects.h"
 
 namespace quovel {
 
@@ -11,9 +13,6 @@ using HalconCpp::HObject;
 using HalconCpp::HTuple;
 
 namespace {
-
-// A node that stands for a handle holds an unset object, which HALCON refuses by name.
-HObject held_object(const Node& node) { return node.object ? node.object->held_object : HObject(); }
 
 bool is_polygons(const Node& node) {
   return node.object && std::u16string_view(node.object->object_class) == u"xld_poly";
@@ -40,33 +39,27 @@ void write_objects(const Node& node, const std::u16string& path) {
     HalconCpp::WriteImage(objects, HTuple(to_halcon(image_format(extension))), 0, file);
 }
 
+// The collection is input and output of each step: nobody else shares it, so that a layer may append in place instead
+// of copying what is there already.
 HObject collect_objects(std::span<const Node* const> nodes) {
   HObject collected = held_object(*nodes.front());
-  for (const Node* node : nodes.subspan(1)) {
-    if (!node || node->kind != NodeKind::Object) continue;
-    HObject longer;
-    HalconCpp::ConcatObj(collected, held_object(*node), &longer);
-    collected = longer;
-  }
+  for (const Node* node : nodes.subspan(1))
+    if (node && node->kind == NodeKind::Object) HalconCpp::ConcatObj(collected, held_object(*node), &collected);
   return collected;
 }
 
 }  // namespace
 
-bool save_object_as(const Node& node, const std::u16string& path, std::u16string& error) {
+bool save_object_as(const Node& node, const std::u16string& path) {
   if (node.kind != NodeKind::Object) return false;
-  return catch_halcon(error, false, [&] {
-    write_objects(node, path);
-    return true;
-  });
+  write_objects(node, path);
+  return true;
 }
 
-bool save_objects_as(std::span<const Node* const> nodes, const std::u16string& path, std::u16string& error) {
+bool save_objects_as(std::span<const Node* const> nodes, const std::u16string& path) {
   if (nodes.empty() || !nodes.front() || nodes.front()->kind != NodeKind::Object) return false;
-  return catch_halcon(error, false, [&] {
-    HalconCpp::WriteObject(collect_objects(nodes), HTuple(to_halcon(path)));
-    return true;
-  });
+  HalconCpp::WriteObject(collect_objects(nodes), HTuple(to_halcon(path)));
+  return true;
 }
 
 }  // namespace quovel

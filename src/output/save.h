@@ -9,13 +9,16 @@
 
 namespace quovel {
 
-// Writes all objects of the node in the format that the path's extension asks for. False for a node of another kind,
-// and, with `error`, when HALCON refuses.
-bool save_object_as(const Node& node, const std::u16string& path, std::u16string& error);
+// Both return false, and write nothing, when there is no object node to write, and throw what HALCON throws. What a
+// failed write leaves of the file is HALCON's affair.
+
+// Writes all objects of the node in the format that the path's extension asks for.
+bool save_object_as(const Node& node, const std::u16string& path);
 
 // Writes the objects of all nodes to one object file, in order. The first node decides whether there is anything to
-// write; later ones that are null or of another kind are left out.
-bool save_objects_as(std::span<const Node* const> nodes, const std::u16string& path, std::u16string& error);
+// write; later ones that are null or of another kind are left out. Costs one pass over
+// the nodes.
+bool save_objects_as(std::span<const Node* const> nodes, const std::u16string& path);
 
 }  // namespace quovel
 

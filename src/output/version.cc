@@ -7,6 +7,7 @@ namespace quovel {
 
 namespace {
 
+// A version that HALCON does not tell is "unknown" for the rest of the process.
 std::u16string ask_version() try {
   HalconCpp::HTuple information;
   HalconCpp::GetSystem("version", &information);
@@ -19,7 +20,8 @@ std::u16string ask_version() try {
 }  // namespace
 
 const std::u16string& halcon_version_text() {
-  static const std::u16string text = ask_version();
+  // Never destroyed: hosts ask from functions that run at exit, and from threads that outlive main.
+  static const auto& text = *new std::u16string(ask_version());
   return text;
 }
 

@@ -1,25 +1,22 @@
-// How a HALCON failure becomes a Reader's last-error text.
+// Failures that the library itself finds. All others inside the rooms are HALCON's, and travel as the HException that
+// they are. The guard at the boundary (adapter/reader.h) turns both into the Reader's error text.
 #ifndef QUOVEL_PLATFORM_FAILURE_H
 #define QUOVEL_PLATFORM_FAILURE_H
 
 #include <string>
-
-#include "HalconCpp.h"
-#include "platform/text.h"
+#include <utility>
 
 namespace quovel {
 
-// Runs `body`; when HALCON fails in it, stores HALCON's message unchanged and gives `failure_value`. Nothing else is
-// caught.
-template <class Result, class Body>
-Result catch_halcon(std::u16string& error, Result failure_value, Body&& body) {
-  try {
-    return body();
-  } catch (const HalconCpp::HException& failure) {
-    error = from_halcon(failure.ErrorMessage());
-  }
-  return failure_value;
-}
+// Carries the text that the host reads.
+class ReportedError {
+ public:
+  explicit ReportedError(std::u16string text) noexcept : text_(std::move(text)) {}
+  const std::u16string& text() const noexcept { return text_; }
+
+ private:
+  std::u16string text_;
+};
 
 }  // namespace quovel
 

@@ -11,7 +11,7 @@ namespace quovel {
 
 std::u16string from_halcon(const HalconCpp::HString& string) {
   const HalconText text(string);
-  std::u16string result(text.most_units(), u'\0');
+  std::u16string result(text.max_units(), u'\0');
   result.resize(text.copy_to(result.data()));
   return result;
 }
@@ -96,12 +96,12 @@ char16_t* write_six_digits(char16_t* at, double value) noexcept {
 
 char16_t* write_general(char16_t* at, double value, int digits) noexcept {
   if (char16_t* const end = digits == 6 ? write_six_digits(at, value) : nullptr) return end;
-  char number[longest_number];
+  char number[max_number_units];
   return std::copy(number, std::to_chars(number, std::end(number), value, std::chars_format::general, digits).ptr, at);
 }
 
 void append_integer(std::u16string& text, std::int64_t value) {
-  char16_t number[longest_number];
+  char16_t number[max_number_units];
   text.append(number, write_integer(number, value));
 }
 
@@ -112,7 +112,7 @@ void append_count(std::u16string& text, std::int64_t count, std::u16string_view 
 }
 
 void append_general(std::u16string& text, double value, int digits) {
-  char16_t number[longest_number];
+  char16_t number[max_number_units];
   text.append(number, write_general(number, value, digits));
 }
 

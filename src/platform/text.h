@@ -20,7 +20,7 @@ class HalconText {
   // Where the text stands: no other text that lives at the same time stands there.
   const void* place() const noexcept { return text_; }
   // No fewer than the units that `copy_to` writes.
-  std::size_t most_units() const noexcept { return length_; }
+  std::size_t max_units() const noexcept { return length_; }
   // Writes the text without a NUL and tells the number of units.
   std::size_t copy_to(char16_t* out) const noexcept;
 
@@ -38,7 +38,7 @@ HalconCpp::HString to_halcon(const std::u16string& text);
 
 // Numbers in the forms below, with up to 17 digits for reals, at a place with room for the longest one; the result is
 // their end.
-inline constexpr std::size_t longest_number = 24;
+inline constexpr std::size_t max_number_units = 24;
 char16_t* write_integer(char16_t* at, std::int64_t value) noexcept;
 char16_t* write_general(char16_t* at, double value, int digits = 6) noexcept;
 

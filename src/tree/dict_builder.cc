@@ -1,8 +1,10 @@
+#include "tree/dict_builder.h"
+
+#include <memory>
 #include <string_view>
 #include <utility>
 
-#include "tree/builders.h"
-#include "tree/nested_builder.h"
+#include "tree/entry.h"
 
 namespace quovel {
 
@@ -12,13 +14,11 @@ using HalconCpp::HTuple;
 
 namespace {
 
-bool is_single_handle(const HTuple& tuple) { return tuple.Length() == 1 && tuple.TupleIsHandleElem()[0].L() != 0; }
-
-class OpenDict final : public OpenNode {
+class DictEntries final : public PendingChildren {
  public:
-  OpenDict(Tree& tree, const HDict& dict, Node& node, HTuple keys)
-      : OpenNode(node),
-        tree_(tree),
+  DictEntries(Tree& tree, Node& parent, const HDict& dict, HTuple keys)
+      : tree_(tree),
+        parent_(parent),
         dict_(dict),
         keys_(std::move(keys)),
         string_flags_(string_flags(keys_)),
@@ -26,35 +26,30 @@ class OpenDict final : public OpenNode {
 
   bool has_more() const noexcept override { return next_ < count_; }
 
-  Begun begin_next() override {
-    label_ = u"<unreadable key>";
-    try {
-      const Hlong index = next_++;
-      if (const Tree::KnownKey* known = known_key(index)) {
-        label_ = known->label;
-        return begin_entry(known->key);
-      }
-      const HTuple key = keys_[index];
-      label_ = key_text(tree_, key);
-      return begin_entry(key);
-    } catch (const HalconCpp::HException& failure) {
-      return {&replace_failed(failure), nullptr};
+  Work take_next() override {
+    const Hlong index = next_++;
+    last_ = &tree_.add_child(parent_, NodeKind::Value, u"<unreadable key>", by_key);
+    if (const Tree::KnownKey* known = known_key(index)) {
+      last_->label = known->label;
+      return read_entry(known->key);
     }
+    const HTuple key = keys_[index];
+    last_->label = key_text(tree_, key);
+    return read_entry(key);
   }
 
-  Node& replace_failed(const HalconCpp::HException& failure) override {
-    return make_error_node(tree_, label_, failure);
-  }
+  void replace_failed(const HalconCpp::HException& failure) override { make_error(tree_, *last_, failure); }
 
  private:
-  // Which keys are strings; empty when HALCON does not tell.
+  // Which keys are strings. Asked once for all keys to save time: empty when HALCON does not answer, and then each key
+  // is asked.
   static HTuple string_flags(const HTuple& keys) try {
     return keys.TupleIsStringElem();
   } catch (const HalconCpp::HException&) {
     return HTuple();
   }
 
-  // Null for a key that is no string, and for one that HALCON refuses.
+  // Null for a key that is no string, and for one that cannot be read, which key_text then labels.
   const Tree::KnownKey* known_key(Hlong index) try {
     const bool is_string = index < string_flags_.Length() && string_flags_[index].L() != 0;
     return is_string ? &tree_.known_key(keys_[index].S()) : nullptr;
@@ -62,63 +57,34 @@ class OpenDict final : public OpenNode {
     return nullptr;
   }
 
-  // The key is not used any more when nodes are made.
-  Begun begin_entry(const HTuple& key) {
+  Work read_entry(const HTuple& key) {
     const HalconCpp::HString data_type = dict_.GetDictParam(tree_.dict_queries().key_data_type, key)[0].S();
     const std::string_view name = data_type.Text();
-    if (name == "object") return {&build_object_node(tree_, dict_.GetDictObject(key), label_, by_key), nullptr};
-    if (name == "tuple") return begin_tuple(dict_.GetDictTuple(key));
-    return {&make_unsupported_node(tree_, label_, data_type), nullptr};
-  }
-
-  Begun begin_tuple(HTuple tuple) {
-    if (Node* node = build_plain_value(tree_, tuple, label_, by_key)) return {node, nullptr};
-    if (is_single_handle(tuple)) {
-      try {
-        return begin_dict_node(tree_, HDict(tuple[0].H()), label_, by_key);
-      } catch (const HalconCpp::HException&) {
-        // No dictionary: shown as the tuple that it is.
-      }
-    }
-    return begin_tuple_node(tree_, tuple, label_, by_key);
+    if (name == "object") return {last_, dict_.GetDictObject(key)};
+    if (name == "tuple") return {last_, EntryTuple{dict_.GetDictTuple(key), std::nullopt}};
+    make_unsupported(tree_, *last_, data_type);
+    return {last_, {}};
   }
 
   Tree& tree_;
+  Node& parent_;
   const HDict dict_;
   const HTuple keys_;
   const HTuple string_flags_;
   const Hlong count_;
   Hlong next_ = 0;
-  Text label_ = empty_text;  // of the entry being built
+  Node* last_ = nullptr;  // the child taken last
 };
 
 }  // namespace
 
-Begun begin_dict_node(Tree& tree, const HDict& dict, Text label, PathSegment segment) {
+void build_dict_node(Tree& tree, Node& node, const HDict& dict, WorkList& list) {
   HTuple keys = dict.GetDictParam(tree.dict_queries().keys, HTuple());
-  Node& node = tree.make_node(NodeKind::Dict, label, segment);
+  node.kind = NodeKind::Dict;
   node.type_label = u"dict";
   node.value_summary = tree.count_text(keys.Length(), u"key", u"keys");
   tree.reserve_children(node, static_cast<std::size_t>(keys.Length()));
-  return {nullptr, std::make_unique<OpenDict>(tree, dict, node, std::move(keys))};
-}
-
-Node& build_dict_node(Tree& tree, const HDict& dict, Text label, PathSegment segment) {
-  return finish_node(tree, begin_dict_node(tree, dict, label, segment));
-}
-
-Node& make_error_node(Tree& tree, Text label, const HalconCpp::HException& failure) {
-  Node& node = tree.make_node(NodeKind::Value, label, by_key);
-  node.type_label = u"<error>";
-  node.value_summary = tree.text(failure.ErrorMessage());
-  return node;
-}
-
-Node& make_unsupported_node(Tree& tree, Text label, const HalconCpp::HString& data_type) {
-  Node& node = tree.make_node(NodeKind::Value, label, by_key);
-  node.type_label = u"<unsupported>";
-  node.value_summary = tree.text(data_type);
-  return node;
+  list.add(std::make_unique<DictEntries>(tree, node, dict, std::move(keys)));
 }
 
 }  // namespace quovel

@@ -20,12 +20,10 @@ namespace {
 constexpr std::uint32_t first_slab = 8;
 constexpr std::uint32_t largest_slab = 1024;
 
-// The length and what stands at both ends: keys that differ elsewhere only take each other's place, no more.
-std::size_t hash_of(std::u16string_view text) noexcept {
-  std::size_t hash = text.size();
-  const std::size_t seen = std::min<std::size_t>(text.size(), 4);
-  for (std::size_t i = 0; i < seen; ++i) hash = (hash * 31 + text[i]) * 31 + text[text.size() - 1 - i];
-  return hash ^ hash >> 8;
+void set_place(Node& node, Text label, PathSegment segment) noexcept {
+  node.label = label;
+  node.path_segment_kind = segment.kind;
+  node.path_index = segment.index;
 }
 }  // namespace
 
@@ -54,9 +52,7 @@ Node& Tree::make_node() {
 Node& Tree::make_node(NodeKind kind, Text label, PathSegment segment) {
   Node& node = make_node();
   node.kind = kind;
-  node.label = label;
-  node.path_segment_kind = segment.kind;
-  node.path_index = segment.index;
+  set_place(node, label, segment);
   return node;
 }
 
@@ -73,6 +69,20 @@ void Tree::append_child(Node& parent, Node& child) {
   if (parent.child_count == parent.child_capacity)
     reserve_children(parent, std::max<std::size_t>(4, std::size_t{parent.child_capacity} * 2));
   parent.children[parent.child_count++] = &child;
+}
+
+Node& Tree::add_child(Node& parent, NodeKind kind, Text label, PathSegment segment) {
+  Node& child = make_node(kind, label, segment);
+  append_child(parent, child);
+  return child;
+}
+
+void Tree::clear(Node& node) {
+  if (node.object) node.object->~ObjectPart();
+  const Text label = node.label;
+  const PathSegment segment{node.path_segment_kind, node.path_index};
+  node = Node();
+  set_place(node, label, segment);
 }
 
 ObjectPart& Tree::make_object_part(Node& node) {
@@ -95,13 +105,13 @@ Text Tree::text(std::u16string_view text) {
 
 Text Tree::count_text(std::int64_t count, std::u16string_view one, std::u16string_view many) {
   append_count(scratch(), count, one, many);
-  return shared_text(scratch_);
+  return text(scratch_);
 }
 
 std::span<char16_t> Tree::write_text(const HalconText& from, std::size_t more) {
-  char16_t* const block = arena_.allocate<char16_t>(from.most_units() + more);
+  char16_t* const block = arena_.allocate<char16_t>(from.max_units() + more);
   const std::size_t units = from.copy_to(block);
-  arena_.give_back(block + units + more, block + from.most_units() + more);
+  arena_.give_back(block + units + more, block + from.max_units() + more);
   return {block, units};
 }
 
@@ -116,33 +126,10 @@ const Tree::KnownKey& Tree::known_key(const HalconCpp::HString& string) {
   const auto place = reinterpret_cast<std::uintptr_t>(text.place());
   KnownKey& known = known_keys_[(place / 16 ^ place / 4096) % known_keys_.size()];
   if (known.place != text.place()) {
-    known = {string, nullptr, HalconCpp::HTuple(string), shared_text(text)};
+    known = {string, nullptr, HalconCpp::HTuple(string), this->text(string)};
     known.place = HalconText(known.string).place();  // of the copy that stays: it may have a text of its own
   }
   return known;
-}
-
-Text Tree::shared_text(const HalconCpp::HString& string) { return shared_text(HalconText(string)); }
-
-Text Tree::shared_text(const HalconText& string) {
-  const std::span<char16_t> copy = write_text(string, 1);
-  if (copy.empty()) return empty_text;
-  copy.data()[copy.size()] = u'\0';
-  const std::u16string_view written(copy.data(), copy.size());
-  std::u16string_view& known = shared_texts_[hash_of(written) % shared_texts_.size()];
-  if (written == known) {
-    arena_.give_back(copy.data(), copy.data() + copy.size() + 1);
-  } else {
-    known = written;
-  }
-  return known.data();
-}
-
-Text Tree::shared_text(std::u16string_view text_to_share) {
-  if (text_to_share.empty()) return empty_text;
-  std::u16string_view& known = shared_texts_[hash_of(text_to_share) % shared_texts_.size()];
-  if (text_to_share != known) known = {text(text_to_share), text_to_share.size()};
-  return known.data();
 }
 
 Tree::QuotedText Tree::quoted_text(const HalconCpp::HString& string) {

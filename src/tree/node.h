@@ -113,6 +113,12 @@ class Tree {
   void reserve_children(Node& parent, std::size_t count);
   // Adds a node of this tree behind the parent's other children.
   void append_child(Node& parent, Node& child);
+  // Makes a node and adds it.
+  Node& add_child(Node& parent, NodeKind kind, Text label, PathSegment segment);
+  // The parent has a child.
+  void remove_last_child(Node& parent) noexcept { --parent.child_count; }
+  // Makes the node new again, but for its label and its place.
+  void clear(Node& node);
   // Gives the node its object part; once per node.
   ObjectPart& make_object_part(Node& node);
   // Room for values and lines; the caller fills them.
@@ -123,9 +129,6 @@ class Tree {
   // As append_count writes it.
   Text count_text(std::int64_t count, std::u16string_view one, std::u16string_view many);
   Text text(const HalconCpp::HString& string);
-  // The same for texts that many nodes are likely to share: most of the time they share it.
-  Text shared_text(const HalconCpp::HString& string);
-  Text shared_text(std::u16string_view text);
   // A key, and its text as a label. Dictionaries of the same kind share their keys in HALCON as well; such a key is
   // known by the place of its text. Stays until the next key is asked for.
   struct KnownKey {
@@ -154,13 +157,10 @@ class Tree {
 
   // Writes the text without a NUL into a block of its own, with room for `more` units behind it.
   std::span<char16_t> write_text(const HalconText& from, std::size_t more);
-  Text shared_text(const HalconText& string);
 
   Arena arena_;
-  Slab* slabs_ = nullptr;  // newest first
-  // The shared texts that came last, by hash, and the keys, by place.
-  std::array<std::u16string_view, 256> shared_texts_;
-  std::array<KnownKey, 128> known_keys_;
+  Slab* slabs_ = nullptr;                 // newest first
+  std::array<KnownKey, 128> known_keys_;  // by address
   std::optional<DictQueries> dict_queries_;
   std::u16string scratch_;
 };

@@ -1,9 +1,13 @@
+#include "iconic/object_builder.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include <utility>
 
-#include "HalconCpp.h"
 #include "iconic/description.h"
 #include "platform/text.h"
-#include "tree/builders.h"
+#include "tree/objects.h"
 
 namespace quovel {
 
@@ -29,12 +33,6 @@ std::u16string object_type_label(std::u16string object_class, std::int32_t count
   return with_count(object_class == u"image" ? u"images" : std::move(object_class), count);
 }
 
-HObject object_at(const HObject& objects, std::int32_t index) {
-  HObject selected;
-  HalconCpp::SelectObj(objects, &selected, index + 1);
-  return selected;
-}
-
 std::u16string describe_one(std::u16string_view object_class, const HObject& object) {
   return object_class == u"image" ? describe_image_objects(object, 1) : describe_object(object_class, object);
 }
@@ -44,10 +42,10 @@ std::u16string as_first(std::u16string description) {
 }
 
 std::u16string summary(const HObject& objects, std::u16string_view first, bool mixed, std::int32_t count) {
-  if (mixed) return as_first(describe_one(first, object_at(objects, 0)));
+  if (mixed) return as_first(describe_one(first, select_object(objects, 0)));
   if (first == u"image") return describe_image_objects(objects, count);
   if (count < 2) return describe_object(first, objects);
-  return as_first(describe_object(first, object_at(objects, 0)));
+  return as_first(describe_object(first, select_object(objects, 0)));
 }
 
 void add_detail_lines(Tree& tree, ObjectPart& part, const HTuple& classes, std::int32_t count) {
@@ -55,44 +53,39 @@ void add_detail_lines(Tree& tree, ObjectPart& part, const HTuple& classes, std::
   part.detail_lines = tree.make_lines(static_cast<std::size_t>(count));
   for (std::int32_t i = 0; i < count; ++i) {
     std::u16string line = from_halcon(classes[i].S());
-    const std::u16string description = describe_one(line, object_at(part.held_object, i));
+    const std::u16string description = describe_one(line, select_object(part.held_object, i));
     part.detail_lines[static_cast<std::size_t>(i)] = tree.text((line += u": ") += description);
   }
 }
 
-// The node of an object tuple without objects.
-Node& make_empty_node(Tree& tree, const HObject& object, Text label, PathSegment segment) {
-  Node& node = tree.make_node(NodeKind::Object, label, segment);
+void make_empty(Tree& tree, Node& node, const HObject& objects) {
   node.type_label = u"empty_obj";
   ObjectPart& part = tree.make_object_part(node);
   part.object_class = u"empty_obj";
   part.object_count = 0;
-  part.held_object = object;
-  return node;
+  part.held_object = objects;
 }
 
 }  // namespace
 
-Node& build_object_node(Tree& tree, const HObject& object, Text label, PathSegment segment) {
+void build_object_node(Tree& tree, Node& node, const HObject& objects) {
+  node.kind = NodeKind::Object;
   HTuple classes, number;
-  HalconCpp::GetObjClass(object, &classes);
-  if (classes.Length() == 0) return make_empty_node(tree, object, label, segment);
+  HalconCpp::GetObjClass(objects, &classes);
+  if (classes.Length() == 0) return make_empty(tree, node, objects);
   const std::u16string first = from_halcon(classes[0].S());
   const bool mixed = is_mixed(classes, first);
-  HalconCpp::CountObj(object, &number);
+  HalconCpp::CountObj(objects, &number);
   const auto count = static_cast<std::int32_t>(number[0].L());
 
-  Node& node = tree.make_node(NodeKind::Object, label, segment);
   ObjectPart& part = tree.make_object_part(node);
-  const std::u16string object_class = mixed ? u"mixed" : first;
-  part.object_class = tree.text(object_class);
+  part.object_class = tree.text(mixed ? u"mixed" : first);
   part.is_image = first == u"image";
   part.object_count = static_cast<std::uint32_t>(count);
-  part.held_object = object;
+  part.held_object = objects;
   node.type_label = tree.text(mixed ? with_count(u"mixed", count) : object_type_label(first, count));
-  node.value_summary = tree.text(summary(object, first, mixed, count));
+  node.value_summary = tree.text(summary(objects, first, mixed, count));
   if (count >= 2) add_detail_lines(tree, part, classes, count);
-  return node;
 }
 
 }  // namespace quovel

@@ -1,0 +1,16 @@
+// Calls the builders: the one place that knows them all.
+#ifndef QUOVEL_LOADING_DISPATCHER_H
+#define QUOVEL_LOADING_DISPATCHER_H
+
+#include "tree/node.h"
+#include "tree/work.h"
+
+namespace quovel {
+
+// Makes and fills the children on the list, and theirs, until nothing is left. Failures of HALCON end as the nodes that
+// stand for failed children.
+void build_pending(Tree& tree, WorkList& list);
+
+}  // namespace quovel
+
+#endif

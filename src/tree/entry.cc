@@ -1,0 +1,33 @@
+#include "tree/entry.h"
+
+#include "platform/text.h"
+
+namespace quovel {
+
+// A key that cannot be read costs its entry nothing but the label.
+Text key_text(Tree& tree, const HalconCpp::HTuple& key) try {
+  if (key.TupleIsStringElem()[0].L() != 0) return tree.text(key[0].S());
+  std::u16string& text = tree.scratch();
+  if (key.TupleIsIntElem()[0].L() != 0)
+    append_integer(text, key[0].L());
+  else
+    append_general(text, key[0].D());
+  return tree.text(text);
+} catch (const HalconCpp::HException&) {
+  return u"<unreadable key>";
+}
+
+void make_unsupported(Tree& tree, Node& node, const HalconCpp::HString& data_type) {
+  node.kind = NodeKind::Value;
+  node.type_label = u"<unsupported>";
+  node.value_summary = tree.text(data_type);
+}
+
+void make_error(Tree& tree, Node& node, const HalconCpp::HException& failure) {
+  tree.clear(node);
+  node.kind = NodeKind::Value;
+  node.type_label = u"<error>";
+  node.value_summary = tree.text(failure.ErrorMessage());
+}
+
+}  // namespace quovel
