@@ -31,7 +31,7 @@ SAMPLE = build/release/samples/scene
 run: configured-release ## show a sample file as a tree, or your own: make run PATH
 	@cmake --build build/release --target qv_inspect samples
 	@build/release/bin/qv_inspect "$${FILE:-$(SAMPLE).hobj}"
-	@[ -n "$$FILE" ] || build/release/bin/qv_inspect $(SAMPLE).hobj --html $(SAMPLE).html
+	@[ -n "$$FILE" ] || build/release/bin/qv_inspect $(SAMPLE).hobj --html $(SAMPLE).html --force
 	$(call next,'make run path/of/your/file' 'build/release/bin/qv_inspect --help' 'make test')
 
 build: ready-release ## build libraries, programs and tests

@@ -21,6 +21,12 @@ using Check = std::function<std::string(const std::string&)>;
 // As an unset variable of a shell gives.
 std::string not_empty(const std::string& value) { return value.empty() ? "the value is empty" : ""; }
 
+// An input that took the place of OUT, as in "--html *.png".
+std::string is_page_file(const std::string& value) {
+  if (value.empty() || !has_known_extension(value)) return not_empty(value);
+  return "'" + value + "' is the name of a data file, not of a page";
+}
+
 std::string is_number(const std::string& value) {
   int number = 0;
   const char* const end = value.data() + value.size();
@@ -95,7 +101,7 @@ std::vector<CLI::Option*> describe_showing(CLI::App& app, Arguments& arguments) 
 std::vector<CLI::Option*> describe_actions(CLI::App& app, Arguments& arguments) {
   return {
       app.add_option("--html", arguments.html, "Write OUT, one page for a browser: the tree and every object drawn")
-          ->check(Check(not_empty))
+          ->check(Check(is_page_file))
           ->type_name("OUT"),
       app.add_option("--value", arguments.value_place, "Print all values of the node at PLACE, for example /parts/2")
           ->check(Check(not_empty))
@@ -133,6 +139,12 @@ const char* Arguments::one_file_option() const {
   return convert.empty() ? nullptr : "--convert";
 }
 
+std::string Arguments::output() const {
+  if (!html.empty()) return html;
+  if (!extract.empty()) return extract.back();
+  return save.empty() ? convert : save.back();
+}
+
 void describe(CLI::App& app, Arguments& arguments) {
   app.formatter(std::make_shared<PlainFormatter>());
   app.add_option("FILE", arguments.files, "Files to open, and folders of such files")->required()->type_name("");
@@ -153,6 +165,8 @@ void describe(CLI::App& app, Arguments& arguments) {
       ->group(acting);
   app.add_flag("--lenient", arguments.lenient, "With --convert: leave out what the new format cannot hold")
       ->needs("--convert")
+      ->group(acting);
+  app.add_flag("--force", arguments.force, "Replace a file that is there already; an input is never replaced")
       ->group(acting);
   describe_reading(app, arguments);
   app.allow_windows_style_options(false);  // "/0" is a place, and on other systems a path

@@ -29,9 +29,12 @@ struct Arguments {
   std::vector<std::string> save;     // places..., output
   std::string convert;
   bool lenient = false;
+  bool force = false;
 
   // The option that works on one file, or null.
   const char* one_file_option() const;
+  // The file to be written; empty when there is none.
+  std::string output() const;
 };
 
 // Makes `app` fill `arguments`.

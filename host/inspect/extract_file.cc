@@ -4,7 +4,6 @@
 #include <charconv>
 
 #include "drawing.h"
-#include "files.h"
 
 namespace host {
 
@@ -114,8 +113,9 @@ std::string file_content(const Drawing& drawing, const std::string& path) {
 
 }  // namespace
 
-void extract_to_file(const Session& session, const qv_node* node, std::int32_t index, const std::string& path) {
-  write_file(path, file_content(draw(session, node, index), path));
+std::string extracted_content(const Session& session, const qv_node* node, std::int32_t index,
+                              const std::string& path) {
+  return file_content(draw(session, node, index), path);
 }
 
 }  // namespace host

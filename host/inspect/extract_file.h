@@ -1,4 +1,4 @@
-// One object of a node, drawn into a file of its own.
+// One object of a node as the content of a file.
 #ifndef QUOVEL_HOST_EXTRACT_FILE_H
 #define QUOVEL_HOST_EXTRACT_FILE_H
 
@@ -9,9 +9,9 @@
 
 namespace host {
 
-// ".png" takes an image; ".csv" (a line of names, then one point or run per line) and ".svg" (in image coordinates)
-// take geometry. Throws Failure.
-void extract_to_file(const Session& session, const qv_node* node, std::int32_t index, const std::string& path);
+// The content for a file of this path, by its extension: ".png" takes an image; ".csv" (a line of names, then one point
+// or run per line) and ".svg" (in image coordinates) take geometry. Throws Failure.
+std::string extracted_content(const Session& session, const qv_node* node, std::int32_t index, const std::string& path);
 
 }  // namespace host
 

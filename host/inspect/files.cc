@@ -1,10 +1,7 @@
 #include "files.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <random>
 #include <system_error>
 #include <utility>
 
@@ -13,20 +10,14 @@
 
 namespace host {
 
-namespace {
-
 namespace fs = std::filesystem;
 
-fs::path from_utf8(const std::string& path) { return {std::u8string(path.begin(), path.end())}; }
-std::string to_utf8(const fs::path& path) {
-  const std::u8string text = path.generic_u8string();
-  return {text.begin(), text.end()};
-}
+namespace {
 
 // Adds the files in a folder to `files`, and its folders, where links do not count, to `folders`.
 void read_folder(const std::string& folder, std::vector<InputFile>& files, std::vector<std::string>& folders) {
   std::error_code error;
-  fs::directory_iterator entry(from_utf8(folder), error), end;
+  fs::directory_iterator entry(native_path(folder), error), end;
   for (; !error && entry != end; entry.increment(error)) {
     const std::string path = to_utf8(entry->path());
     if (file_name(path).starts_with('.')) continue;
@@ -56,6 +47,11 @@ std::vector<InputFile> files_below(const std::string& folder) {
 
 }  // namespace
 
+fs::path native_path(const std::string& path) { return {std::u8string(path.begin(), path.end())}; }
+std::string to_utf8(const fs::path& path) {
+  const std::u8string text = path.generic_u8string();
+  return {text.begin(), text.end()};
+}
 std::string file_name(const std::string& path) { return path.substr(path.find_last_of("/\\") + 1); }
 
 std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
@@ -63,32 +59,12 @@ std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
   for (const std::string& given : names) {
     for (const std::string& name : quovel::expand_wildcards(given)) {
       std::error_code unknown;
-      const bool is_folder = fs::is_directory(from_utf8(name), unknown);
+      const bool is_folder = fs::is_directory(native_path(name), unknown);
       const std::vector<InputFile> behind = is_folder ? files_below(name) : std::vector<InputFile>{{name, {}}};
       files.insert(files.end(), behind.begin(), behind.end());
     }
   }
   return files;
-}
-
-void write_file(const std::string& path, const std::string& content) {
-  std::error_code error;
-  const fs::path target = from_utf8(path);
-  // A link or a device stays what it is.
-  const fs::file_status before = fs::symlink_status(target, error);
-  const bool direct = fs::exists(before) && !fs::is_regular_file(before);
-  const fs::path written = direct ? target : target.parent_path() / (std::to_string(std::random_device()()) + ".part");
-  std::ofstream file(written, std::ios::binary);
-  if (!direct && fs::exists(before)) fs::permissions(written, before.permissions(), error);
-  errno = 0;
-  file.write(content.data(), static_cast<std::streamsize>(content.size()));
-  file.close();
-  error = {file ? 0 : errno, std::generic_category()};
-  if (file && !direct) fs::rename(written, target, error);
-  if (file && !error) return;
-  const std::string reason = error.message();
-  if (!direct) fs::remove(written, error);
-  throw Failure("'" + path + "' could not be written: " + reason);
 }
 
 }  // namespace host

@@ -2,11 +2,16 @@
 #ifndef QUOVEL_HOST_FILES_H
 #define QUOVEL_HOST_FILES_H
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace host {
 
+// Paths are UTF-8 in this program; its own separator is '/'.
+std::filesystem::path native_path(const std::string& path);
+std::string to_utf8(const std::filesystem::path& path);
+// The last component.
 std::string file_name(const std::string& path);
 
 struct InputFile {
@@ -18,9 +23,6 @@ struct InputFile {
 // reads, by extension, sorted by name. What begins with a dot is left out there. A folder without such files, and one
 // that cannot be read, is a file with an error.
 std::vector<InputFile> files_behind(const std::vector<std::string>& names);
-
-// Writes a whole file; throws Failure with the system's reason, and then a regular file of that name is as it was.
-void write_file(const std::string& path, const std::string& content);
 
 }  // namespace host
 

@@ -70,6 +70,8 @@ void thin_out(Picture& picture, std::uint32_t step) {
   picture.stride = static_cast<std::uint32_t>(picture.width * bytes);
 }
 
+std::string_view whole_template() { return {reinterpret_cast<const char*>(page_template), page_template_size}; }
+
 class PageData {
  public:
   PageData(const Session& session, const qv_node* root, const std::string& title) : session_(session), writer_(json_) {
@@ -261,10 +263,15 @@ class PageData {
 
 }  // namespace
 
+std::string_view html_page_prefix() {
+  const std::string_view page = whole_template();
+  return page.substr(0, page.find("<html"));
+}
+
 std::string html_page(const Session& session, const qv_node* root, const std::string& title) {
   static constexpr std::string_view mark = "{{data}}";
   const PageData data(session, root, title);
-  const std::string_view page(reinterpret_cast<const char*>(page_template), page_template_size);
+  const std::string_view page = whole_template();
   const std::size_t place = page.find(mark);
   std::string result(page.substr(0, place));
   result.reserve(page.size() + data.json().size() + data.json().size() / 16);

@@ -3,6 +3,7 @@
 #define QUOVEL_HOST_HTML_PAGE_H
 
 #include <string>
+#include <string_view>
 
 #include "session.h"
 
@@ -10,6 +11,9 @@ namespace host {
 
 // The page in UTF-8. What is over its limits is left out or shown smaller, and the page says so.
 std::string html_page(const Session& session, const qv_node* root, const std::string& title);
+
+// What every page begins with, and no other file.
+std::string_view html_page_prefix();
 
 }  // namespace host
 

@@ -15,7 +15,9 @@
 #include "html_page.h"
 #include "place.h"
 #include "platform/console.h"
+#include "platform/interrupts.h"
 #include "print_tree.h"
+#include "target_file.h"
 #include "terminal.h"
 
 namespace {
@@ -23,13 +25,14 @@ namespace {
 using namespace host;
 
 constexpr int exit_failure = 1, exit_misuse = 2;
+constexpr const char* hint = "Try 'qv_inspect --help'.\n";
 
 // `message` may hold text of files and arguments; it is one line whatever they hold.
-int report(const std::string& message, int exit_code, const char* hint = "") {
+int report(const std::string& message, int exit_code, const char* more = "") {
   const bool coloured = errors_have_colour();
   const std::string begin(coloured ? colour::bright_red : ""), end(coloured ? colour::plain : "");
   std::fflush(stdout);  // so that a terminal shows both in order
-  std::fprintf(stderr, "%sqv_inspect:%s %s\n%s", begin.c_str(), end.c_str(), printable(message).c_str(), hint);
+  std::fprintf(stderr, "%sqv_inspect:%s %s\n%s", begin.c_str(), end.c_str(), printable(message).c_str(), more);
   return exit_code;
 }
 
@@ -58,44 +61,59 @@ std::string value_text(const Session& session, const qv_node* root, const std::s
   return text + "\n";
 }
 
-void save_nodes(const Session& session, const qv_node* root, const std::vector<std::string>& arguments) {
-  const std::u16string path = to_utf16(arguments.back());
+TargetFile target_file(const Arguments& arguments, const std::string& path, const std::string& input) {
+  const Replacing replacing{arguments.force, arguments.html.empty() ? std::string_view() : html_page_prefix()};
+  return TargetFile(path, {input}, replacing);
+}
+
+void save_nodes(const Session& session, const qv_node* root, const std::vector<std::string>& arguments,
+                const TargetFile& target) {
   std::vector<const qv_node*> nodes;
   for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
     nodes.push_back(find_node(root, arguments[i]));
     if (qv_node_kind(nodes.back()) != QV_NODE_OBJECT)
       throw Failure("the node at '" + arguments[i] + "' holds no objects");
   }
-  const bool saved = nodes.size() == 1 ? qv_save_object_as(session.reader(), nodes[0], units(path)) == 1
-                                       : qv_save_objects_as(session.reader(), nodes.data(),
-                                                            static_cast<int32_t>(nodes.size()), units(path)) == 1;
-  if (!saved) session.fail("'" + arguments.back() + "' could not be written");
+  target.save([&](const std::string& file) {
+    const std::u16string path = to_utf16(file);
+    const int32_t saved = nodes.size() == 1 ? qv_save_object_as(session.reader(), nodes[0], units(path))
+                                            : qv_save_objects_as(session.reader(), nodes.data(),
+                                                                 static_cast<int32_t>(nodes.size()), units(path));
+    if (saved != 1) session.fail("'" + arguments.back() + "' could not be written");
+  });
 }
 
 void convert_file(const Session& session, const Arguments& arguments, const std::string& file) {
-  const std::u16string from = to_utf16(file), to = to_utf16(arguments.convert);
-  if (qv_reader_convert_dict_file(session.reader(), units(from), units(to), arguments.lenient ? 1 : 0) != 1)
-    session.fail("'" + arguments.convert + "' could not be written");
+  target_file(arguments, arguments.convert, file).save([&](const std::string& path) {
+    const std::u16string from = to_utf16(file), to = to_utf16(path);
+    if (qv_reader_convert_dict_file(session.reader(), units(from), units(to), arguments.lenient ? 1 : 0) != 1)
+      session.fail("'" + arguments.convert + "' could not be written");
+  });
 }
 
 // What is to be printed of it.
 std::string act_on_file(const Arguments& arguments, const std::string& file) {
+  remove_unfinished_files_when_interrupted();
   Session session;
   const Progress progress(arguments.one_file_option() + (" " + file_name(file)));
   if (!arguments.convert.empty()) {
     convert_file(session, arguments, file);
     return {};
   }
+  if (!arguments.value_place.empty())
+    return value_text(session, open_file(session, arguments, file), arguments.value_place);
+  // Checked before anything is read: that may take long.
+  const TargetFile target = target_file(arguments, arguments.output(), file);
   const qv_node* root = open_file(session, arguments, file);
-  if (!arguments.value_place.empty()) return value_text(session, root, arguments.value_place);
   if (!arguments.html.empty()) {
-    write_file(arguments.html, html_page(session, root, file_name(file)));
-    return "Wrote " + arguments.html + ": open it in a browser\n";
+    target.write(html_page(session, root, file_name(file)));
+    return "Wrote " + printable(arguments.html) + ": open it in a browser\n";
   }
   if (!arguments.save.empty())
-    save_nodes(session, root, arguments.save);
+    save_nodes(session, root, arguments.save, target);
   else
-    extract_to_file(session, find_node(root, arguments.extract[0]), arguments.object, arguments.extract[1]);
+    target.write(
+        extracted_content(session, find_node(root, arguments.extract[0]), arguments.object, arguments.extract[1]));
   return {};
 }
 
@@ -167,6 +185,8 @@ int finish(int code) {
 int run(const Arguments& arguments) {
   const std::vector<InputFile> files = files_behind(arguments.files);
   const char* const option = arguments.one_file_option();
+  if (arguments.force && arguments.output().empty())
+    return report("--force needs --html, --extract, --save or --convert", exit_misuse, hint);
   if (!option) return show_files(arguments, files);
   if (files.size() != 1)
     return report(std::string(option) + " takes one file, not " + std::to_string(files.size()), exit_misuse);
@@ -180,6 +200,7 @@ int run(const Arguments& arguments) {
 
 int main(int argc, char** argv) try {
   quovel::prepare_terminal();
+  quovel::report_file_size_limit_as_error();
   CLI::App app(
       "Shows what is in HALCON data files: images, objects, sequences, dictionaries, 3D models and\n"
       "deep-learning models.",
@@ -195,7 +216,7 @@ int main(int argc, char** argv) try {
     app.parse(std::move(given));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return finish(app.exit(error));  // --help, --version
-    return report(error.what(), exit_misuse, "Try 'qv_inspect --help'.\n");
+    return report(error.what(), exit_misuse, hint);
   }
   return finish(run(arguments));
 } catch (const std::exception& failure) {
