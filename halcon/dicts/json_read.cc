@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <deque>
+#include <forward_list>
 #include <new>
 #include <span>
 #include <string>
@@ -75,7 +75,7 @@ class Events : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Events> {
 
   JsonBuilder& builder_;
   bool has_escapes_;
-  std::deque<std::string> keys_;  // that differ from the text of the document
+  std::forward_list<std::string> keys_;  // that differ from the text of the document
 };
 
 constexpr const char* too_large = "the number is too large for a real";
@@ -116,7 +116,7 @@ bool Events::add_unescaped(std::string_view text, bool is_key) {
       replaced += c;
     else
       unicode::append_utf8(replaced, unicode::replacement);
-  return is_key ? builder_.add_key(keys_.emplace_back(std::move(replaced))) : builder_.add_text(replaced);
+  return is_key ? builder_.add_key(keys_.emplace_front(std::move(replaced))) : builder_.add_text(replaced);
 }
 
 // The first control character that JSON allows nowhere; the size of the text when there is none.
