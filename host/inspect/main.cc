@@ -27,10 +27,10 @@ using namespace host;
 constexpr int exit_failure = 1, exit_misuse = 2;
 constexpr const char* hint = "Try 'qv_inspect --help'.\n";
 
-// `message` may hold text of files and arguments; it is one line whatever they hold.
+// Prints one line, whatever text of files and arguments `message` contains.
 int report(const std::string& message, int exit_code, const char* more = "") {
-  const bool coloured = errors_have_colour();
-  const std::string begin(coloured ? colour::bright_red : ""), end(coloured ? colour::plain : "");
+  const bool colored = errors_have_color();
+  const std::string begin(colored ? color::bright_red : ""), end(colored ? color::plain : "");
   std::fflush(stdout);  // so that a terminal shows both in order
   std::fprintf(stderr, "%sqv_inspect:%s %s\n%s", begin.c_str(), end.c_str(), printable(message).c_str(), more);
   return exit_code;
@@ -51,14 +51,14 @@ const qv_node* open_file(Session& session, const Arguments& arguments, const std
   return session.open(file, chosen_kind(arguments, file), options);
 }
 
-// ---- What is done with one file
+// ---- Actions on one file
 
 std::string value_text(const Session& session, const qv_node* root, const std::string& place) {
   const qv_node* node = find_node(root, place);
   if (qv_node_kind(node) != QV_NODE_VALUE) throw Failure("the node at '" + place + "' holds no values");
   const std::string text = to_utf8(qv_node_full_value_text(session.reader(), node));
-  if (text.empty()) throw Failure("memory ran out for the text of the node at '" + place + "'");
-  return text + "\n";
+  if (text.empty()) throw Failure("out of memory for the text of the node at '" + place + "'");
+  return (quovel::output_is_terminal() ? printable(text) : text) + "\n";
 }
 
 TargetFile target_file(const Arguments& arguments, const std::string& path, const std::string& input) {
@@ -91,7 +91,7 @@ void convert_file(const Session& session, const Arguments& arguments, const std:
   });
 }
 
-// What is to be printed of it.
+// Returns what is to be printed.
 std::string act_on_file(const Arguments& arguments, const std::string& file) {
   remove_unfinished_files_when_interrupted();
   Session session;
@@ -102,7 +102,7 @@ std::string act_on_file(const Arguments& arguments, const std::string& file) {
   }
   if (!arguments.value_place.empty())
     return value_text(session, open_file(session, arguments, file), arguments.value_place);
-  // Checked before anything is read: that may take long.
+  // Before reading, which may take long.
   const TargetFile target = target_file(arguments, arguments.output(), file);
   const qv_node* root = open_file(session, arguments, file);
   if (!arguments.html.empty()) {
@@ -117,7 +117,7 @@ std::string act_on_file(const Arguments& arguments, const std::string& file) {
   return {};
 }
 
-// ---- What is shown of one file and of many
+// ---- Showing one or more files
 
 struct Counts {
   const Progress::Clock::time_point begin = Progress::Clock::now();
@@ -140,7 +140,7 @@ std::string summary(const Counts& counts, const Wanted& wanted) {
 void show_file(const Arguments& arguments, const InputFile& input, Counts& counts) {
   const std::string& file = input.path;
   Session session;
-  const TreeStyle style{output_has_colour(), arguments.details, arguments.depth};
+  const TreeStyle style{output_has_color(), arguments.details, arguments.depth};
   const bool several = counts.files > 1;
   const std::string number = std::to_string(++counts.tried) + " of " + std::to_string(counts.files) + ": ";
   if (!input.error.empty()) throw Failure(input.error);
@@ -152,7 +152,7 @@ void show_file(const Arguments& arguments, const InputFile& input, Counts& count
   counts.found += selection.found_nodes();
   if (selection.found_nodes() == 0) return;
   if (arguments.json) return print_json(stdout, root, file, style, selection);
-  if (arguments.list) return print_list(stdout, root, several ? file + "\t" : "", style, selection);
+  if (arguments.list) return print_list(stdout, root, several ? printable(file) + "\t" : "", style, selection);
   if (counts.shown_files++ > 0) std::puts("");
   print_tree(stdout, root, several ? file : file_name(file), style, selection);
 }
@@ -175,7 +175,7 @@ int show_files(const Arguments& arguments, const std::vector<InputFile>& files) 
   return counts.found > 0 ? 0 : report("nothing was found in " + summary(counts, {}), exit_failure);
 }
 
-// The exit code, unless what was printed got lost.
+// Returns the exit code, or a failure if output was lost.
 int finish(int code) {
   std::cout.flush();
   const bool lost = std::fflush(stdout) != 0 || std::ferror(stdout) || !std::cout;
@@ -212,7 +212,7 @@ int main(int argc, char** argv) try {
   try {
     std::vector<std::string> given = quovel::command_line(argc, argv);
     if (!given.empty()) given.erase(given.begin());  // the program's name
-    std::reverse(given.begin(), given.end());        // CLI11 takes them last first
+    std::reverse(given.begin(), given.end());        // CLI11 wants them in reverse order
     app.parse(std::move(given));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return finish(app.exit(error));  // --help, --version

@@ -13,12 +13,12 @@ class JsonPrinter {
  public:
   explicit JsonPrinter(std::FILE* out) : out_(out) {}
 
-  // The object of a whole file begins.
+  // Begins the object of a file.
   void open_file(std::string_view file) {
     out_.raw("{\"format\":");
     out_.integer(json_format);
     out_.raw(",\"file\":");
-    out_.string(to_utf8(units(to_utf16(file))));  // names may hold any bytes
+    out_.string(file);
     out_.raw(",");
   }
 
@@ -102,7 +102,7 @@ class JsonPrinter {
 
   JsonOutput out_;
   Place place_;
-  bool is_first_ = true;  // nothing stands before the next node in its parent
+  bool is_first_ = true;  // the next node is the first of its parent
 };
 
 }  // namespace

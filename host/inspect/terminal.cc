@@ -5,68 +5,59 @@
 #include <system_error>
 
 #include "platform/console.h"
+#include "unicode.h"
 
 namespace host {
 
 namespace {
 
-bool colour_is_welcome() {
+bool color_is_welcome() {
   const char* const forbidden = std::getenv("NO_COLOR");
   const char* const terminal = std::getenv("TERM");
   return (!forbidden || !*forbidden) && (!terminal || std::string_view(terminal) != "dumb");
 }
 
-// One line of a narrow terminal, cut between two characters.
+// The end of the text, as much as fits into one line of a narrow terminal.
 std::string one_line(const std::string& text) {
-  constexpr std::size_t most = 60;
-  if (text.size() <= most) return text;
-  std::size_t begin = text.size() - most;
+  constexpr std::size_t max_size = 60;
+  if (text.size() <= max_size) return text;
+  std::size_t begin = text.size() - max_size;
   while (begin < text.size() && (text[begin] & 0xC0) == 0x80) ++begin;
   return "…" + text.substr(begin);
 }
 
-struct Control {
-  unsigned code;
-  std::size_t size;  // in bytes; 0: none stands there
-};
-
-// The control character that the UTF-8 begins with, or the sign that turns the direction of what follows.
-Control control_at(std::string_view text) {
-  const auto byte = [&](std::size_t i) -> unsigned {
-    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
-  };
-  if (byte(0) < 0x20 || byte(0) == 0x7F) return {byte(0), 1};
-  const unsigned two = (byte(0) & 0x1F) << 6 | (byte(1) & 0x3F);
-  if (byte(0) >> 5 == 6 && byte(1) >> 6 == 2 && ((two >= 0x80 && two < 0xA0) || two == 0x61C)) return {two, 2};
-  if (byte(0) != 0xE2 || byte(1) >> 6 != 2 || byte(2) >> 6 != 2) return {0, 0};
-  const unsigned three = 0x2000 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F);
-  const bool turns = three == 0x200E || three == 0x200F || (three >= 0x2028 && three <= 0x202E) ||
-                     (three >= 0x2066 && three <= 0x2069);
-  return {three, turns ? std::size_t{3} : 0};
+// "\x1b" for characters below 256 and for bytes that are not UTF-8; otherwise "\u202e".
+void append_escape(std::string& text, char32_t c) {
+  static constexpr char digits[] = "0123456789abcdef";
+  text += c < 0x100 ? "\\x" : "\\u";
+  for (int shift = c < 0x100 ? 4 : 12; shift >= 0; shift -= 4) text += digits[c >> shift & 15];
 }
 
 }  // namespace
 
-bool output_has_colour() { return quovel::output_is_terminal() && colour_is_welcome(); }
-bool errors_have_colour() { return quovel::errors_are_on_terminal() && colour_is_welcome(); }
+bool output_has_color() { return quovel::output_is_terminal() && color_is_welcome(); }
+bool errors_have_color() { return quovel::errors_are_on_terminal() && color_is_welcome(); }
 
-std::string printable(const std::string& text) {
-  static constexpr char digits[] = "0123456789abcdef";
+bool is_control(char32_t c) {
+  return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x61C || c == 0x200E || c == 0x200F ||
+         (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+}
+
+std::string printable(std::string_view text) {
   std::string result;
-  for (std::size_t i = 0; i < text.size();) {
-    const auto [c, size] = control_at(std::string_view(text).substr(i));
-    if (size == 0) {
-      result += text[i++];
-      continue;
-    }
-    i += size;
-    if (c == '\n' || c == '\t') {
+  const char* const end = text.data() + text.size();
+  for (const char* at = text.data(); at != end;) {
+    char32_t c = 0;
+    const std::size_t length = unicode::read_utf8(at, end, c);
+    if (c == '\n' || c == '\t')
       result += {'\\', c == '\n' ? 'n' : 't'};
-    } else if (c < 0x100) {
-      result += {'\\', 'x', digits[c >> 4], digits[c & 15]};
-    } else {
-      result += {'\\', 'u', digits[c >> 12], digits[c >> 8 & 15], digits[c >> 4 & 15], digits[c & 15]};
-    }
+    else if (length == 0)
+      append_escape(result, static_cast<unsigned char>(*at));
+    else if (is_control(c))
+      append_escape(result, c);
+    else
+      result.append(at, length);
+    at += length > 0 ? length : 1;
   }
   return result;
 }
@@ -76,7 +67,7 @@ Progress::Progress(const std::string& what, Clock::time_point begin) {
   try {
     teller_ = std::thread([this, begin, text = one_line(printable(what))] { tell(text, begin); });
   } catch (const std::system_error&) {
-    // No thread to be had: the work goes on untold.
+    // Without a thread there is no progress display.
   }
 }
 

@@ -1,4 +1,4 @@
-// What a person at a terminal sees: colours, texts that cannot move the cursor, and progress.
+// Output on a terminal: colors, escaped control characters, progress.
 #ifndef QUOVEL_HOST_TERMINAL_H
 #define QUOVEL_HOST_TERMINAL_H
 
@@ -11,26 +11,29 @@
 
 namespace host {
 
-namespace colour {
+namespace color {
 constexpr std::string_view bold = "\033[1m", blue = "\033[34m", red = "\033[31m", bright_red = "\033[1;31m",
-                           grey = "\033[90m", yellow = "\033[33m", plain = "\033[0m";
+                           gray = "\033[90m", yellow = "\033[33m", plain = "\033[0m";
 }
 
-// Whether output, errors are coloured: on a terminal, unless the user's NO_COLOR or TERM=dumb forbid it.
-bool output_has_colour();
-bool errors_have_colour();
+// Whether standard output, standard error is a terminal and neither NO_COLOR nor TERM=dumb forbids color.
+bool output_has_color();
+bool errors_have_color();
 
-// Control characters would move the cursor or change the line, and some characters turn the direction of what follows:
-// shown as escapes.
-std::string printable(const std::string& text);
+// Control characters (C0, DEL, C1), line separators, and the signs that turn the direction of the text after them.
+bool is_control(char32_t c);
 
-// Tells on standard error what is done once the work has taken half a second, and how long it takes, until it ends;
-// only on a terminal.
+// Characters that would move the cursor or turn the direction of the text, and bytes that are not UTF-8, become escapes
+// ("\n", "\x1b", "\u202e").
+std::string printable(std::string_view text);
+
+// While it exists, shows on standard error, if that is a terminal, what is being done and for how long. Work of less
+// than half a second shows nothing.
 class Progress {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // `begin` is earlier where this is one step of longer work.
+  // `begin` is earlier if this is one step of longer work.
   explicit Progress(const std::string& what, Clock::time_point begin = Clock::now());
   ~Progress();
   Progress(const Progress&) = delete;
