@@ -70,7 +70,7 @@ HObject gray_image(double shift = 0) {
 }
 
 // Copper coins on a green tray.
-HObject colour_image() {
+HObject color_image() {
   const std::vector<std::uint8_t> gray = tray(0);
   HObject channels[3], image;
   constexpr double dark[] = {0.5, 0.95, 0.8}, bright[] = {1.05, 0.86, 0.66};
@@ -216,7 +216,7 @@ HTuple parts_with_objects() {
   CreateMatrix(3, 3, elements, &rotation);
   HObject regions = ring(washers[0]);
   for (const Washer& washer : {washers[1], washers[2]}) regions = joined(regions, ring(washer));
-  SetDictObject(colour_image(), dict, "image");
+  SetDictObject(color_image(), dict, "image");
   SetDictObject(regions, dict, "washers");
   SetDictObject(circle(coins[1], coins[1].outer), dict, "rim");
   SetDictTuple(dict, "pose", rotation);
@@ -264,7 +264,7 @@ void make_samples(const std::string& folder) {
   const auto in_folder = [&](const char* name) { return folder + "/" + name; };
   WriteObject(scene(), in_folder("scene.hobj").c_str());
   WriteImage(gray_image(), "pgm", 0, in_folder("image.pgm").c_str());
-  write_picture(colour_image(), folder, "image");
+  write_picture(color_image(), folder, "image");
   std::string frames;
   for (int i = 1; i <= 3; ++i) frames += write_picture(gray_image(160 * i), folder, "frame" + std::to_string(i)) + "\n";
   write_text(in_folder("list.seq"), frames);

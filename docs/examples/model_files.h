@@ -6,7 +6,7 @@
 
 namespace samples {
 
-// One cube in four formats; PLY has colours at its corners.
+// One cube in four formats; PLY has colors at its corners.
 std::string cube_ply();
 std::string cube_obj();
 std::string cube_off();

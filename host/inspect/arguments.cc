@@ -12,16 +12,16 @@ namespace {
 
 constexpr const char* showing = "What to show";
 constexpr const char* reading = "Reading";
-constexpr const char* of_json = "Reading JSON files; of other files they change nothing";
-constexpr const char* acting = "Instead of printing the tree; all but --json and --list take one file";
+constexpr const char* of_json = "Reading JSON files; without effect on other files";
+constexpr const char* acting = "Other actions than printing the tree; all but --json and --list take one file";
 
-// What is wrong with a value, or the empty text.
+// Returns what is wrong with a value, or an empty text.
 using Check = std::function<std::string(const std::string&)>;
 
-// As an unset variable of a shell gives.
+// Rejects an empty value, which an unset shell variable gives.
 std::string not_empty(const std::string& value) { return value.empty() ? "the value is empty" : ""; }
 
-// An input that took the place of OUT, as in "--html *.png".
+// Rejects a data file as OUT: in "--html *.png" the shell puts an input there.
 std::string is_page_file(const std::string& value) {
   if (value.empty() || !has_known_extension(value)) return not_empty(value);
   return "'" + value + "' is the name of a data file, not of a page";
@@ -32,15 +32,15 @@ std::string is_number(const std::string& value) {
   const char* const end = value.data() + value.size();
   const auto [stop, error] = std::from_chars(value.data(), end, number);
   if (error == std::errc() && stop == end && number >= 0) return {};
-  return "'" + value + "' is no whole number from 0 to " + std::to_string(std::numeric_limits<int>::max());
+  return "'" + value + "' is not a whole number from 0 to " + std::to_string(std::numeric_limits<int>::max());
 }
 
 std::string is_dictionary_file(const std::string& value) {
   if (value.empty() || kind_of_file(value) == FileKind::Dict) return not_empty(value);
-  return "'" + value + "' ends neither in .json nor in .hdict";
+  return "'" + value + "' does not end in .json or .hdict";
 }
 
-// Help in which an option shows what it takes and nothing about how it is checked.
+// Help that shows the argument of each option but not how it is checked.
 class PlainFormatter : public CLI::Formatter {
  public:
   std::string make_option_opts(const CLI::Option* option) const override {
@@ -48,7 +48,7 @@ class PlainFormatter : public CLI::Formatter {
     return taken.empty() ? "" : " " + taken.substr(0, taken.find(':'));
   }
   std::string make_usage(const CLI::App*, std::string name) const override {
-    return "Usage: " + name + " [OPTIONS] FILE...\n\nOf a folder all files are opened that the library reads.\n";
+    return "Usage: " + name + " [OPTIONS] FILE...\n\nOf a folder, all files that the library reads are opened.\n";
   }
   std::string make_positionals(const CLI::App*) const override { return {}; }
 };
@@ -59,12 +59,12 @@ void describe_reading(CLI::App& app, Arguments& arguments) {
     int32_t key;
     const char* help;
   } options[] = {
-      {"--json-true", QV_JSON_VALUE_TRUE, "What JSON's true becomes: a text, an integer or a real"},
-      {"--json-false", QV_JSON_VALUE_FALSE, "What JSON's false becomes"},
-      {"--json-null", QV_JSON_VALUE_NULL, "What JSON's null becomes"},
-      {"--json-arrays", QV_CONVERT_JSON_ARRAYS_TO, "What JSON's arrays become: tuple or dict"},
+      {"--json-true", QV_JSON_VALUE_TRUE, "Value for true: a text, an integer or a real"},
+      {"--json-false", QV_JSON_VALUE_FALSE, "Value for false"},
+      {"--json-null", QV_JSON_VALUE_NULL, "Value for null"},
+      {"--json-arrays", QV_CONVERT_JSON_ARRAYS_TO, "How arrays are read: as tuple or dict"},
   };
-  app.add_option("--kind", arguments.kind, "The files' kind: auto (by extension), object, dict, model3d, dlmodel")
+  app.add_option("--kind", arguments.kind, "Kind of files: auto (by extension), object, dict, model3d, dlmodel")
       ->check(CLI::IsMember({"auto", "object", "dict", "model3d", "dlmodel"}))
       ->type_name("KIND")
       ->group(reading);
@@ -74,7 +74,7 @@ void describe_reading(CLI::App& app, Arguments& arguments) {
     };
     CLI::Option* const added = app.add_option_function<std::string>(option.name, keep, option.help);
     if (option.key == QV_CONVERT_JSON_ARRAYS_TO) added->check(CLI::IsMember({"tuple", "dict"}));
-    added->type_name("VALUE")->excludes("--convert")->group(of_json);  // converting copies values as they stand
+    added->type_name("VALUE")->excludes("--convert")->group(of_json);  // converting copies values unchanged
   }
 }
 
@@ -83,7 +83,7 @@ std::vector<CLI::Option*> describe_showing(CLI::App& app, Arguments& arguments) 
       ->check(Check(is_number))
       ->type_name("N")
       ->group(showing);
-  app.add_flag("--details", arguments.details, "Show the detail lines: every object of a tuple, every row of a matrix")
+  app.add_flag("--details", arguments.details, "Show detail lines: every object of a tuple, every row of a matrix")
       ->group(showing);
   return {
       app.add_option("--filter", arguments.wanted.filter,
@@ -97,7 +97,7 @@ std::vector<CLI::Option*> describe_showing(CLI::App& app, Arguments& arguments) 
   };
 }
 
-// Those that take one file.
+// The options that take exactly one file.
 std::vector<CLI::Option*> describe_actions(CLI::App& app, Arguments& arguments) {
   return {
       app.add_option("--html", arguments.html, "Write OUT, one page for a browser: the tree and every object drawn")
@@ -151,7 +151,7 @@ void describe(CLI::App& app, Arguments& arguments) {
   const std::vector<CLI::Option*> selecting = describe_showing(app, arguments);
   std::vector<CLI::Option*> actions = {
       app.add_flag("--json", arguments.json, "Print each tree as one line of JSON"),
-      app.add_flag("--list", arguments.list, "Print one line per node: place, type and summary, apart by tabs"),
+      app.add_flag("--list", arguments.list, "Print one line per node: place, type and summary, separated by tabs"),
   };
   const std::vector<CLI::Option*> of_one_file = describe_actions(app, arguments);
   exclude_one_another(selecting, of_one_file);
@@ -166,13 +166,12 @@ void describe(CLI::App& app, Arguments& arguments) {
   app.add_flag("--lenient", arguments.lenient, "With --convert: leave out what the new format cannot hold")
       ->needs("--convert")
       ->group(acting);
-  app.add_flag("--force", arguments.force, "Replace a file that is there already; an input is never replaced")
-      ->group(acting);
+  app.add_flag("--force", arguments.force, "Replace an existing file; an input is never replaced")->group(acting);
   describe_reading(app, arguments);
-  app.allow_windows_style_options(false);  // "/0" is a place, and on other systems a path
+  app.allow_windows_style_options(false);  // "/0" is a place; on other systems it may be a path
   app.footer(
-      "All texts are UTF-8, the names of files and PLACE among them.\n"
-      "Exit codes: 0 done; 1 a file could not be opened or written, or nothing was found; 2 wrong\narguments.");
+      "All text is UTF-8, including file names and PLACE.\n"
+      "Exit codes: 0 success; 1 a file could not be opened or written, or nothing was found;\n2 wrong arguments.");
 }
 
 }  // namespace host

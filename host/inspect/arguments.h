@@ -20,7 +20,7 @@ struct Arguments {
   Wanted wanted;
   std::map<int32_t, std::string> reading_options;  // by qv_parse_option_key_value
   int object = 0;
-  // What to do; at most one of these, otherwise the tree is printed.
+  // The action: at most one of these; without any, the tree is printed.
   bool json = false;
   bool list = false;
   std::string html;
@@ -31,13 +31,13 @@ struct Arguments {
   bool lenient = false;
   bool force = false;
 
-  // The option that works on one file, or null.
+  // The name of the given option that takes exactly one file, or null.
   const char* one_file_option() const;
   // The file to be written; empty when there is none.
   std::string output() const;
 };
 
-// Makes `app` fill `arguments`.
+// Adds the options to `app`; parsing then fills `arguments`.
 void describe(CLI::App& app, Arguments& arguments);
 
 }  // namespace host

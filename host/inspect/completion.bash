@@ -1,6 +1,6 @@
-# Completion of qv_inspect for bash. What a file holds is never expanded: its keys are others' texts.
+# Completion of qv_inspect for bash. Keys in a file are untrusted text: the shell never expands them.
 
-# A word of the command line without its quotes, as far as that goes without running what is in it.
+# Sets `word` to a word of the command line without its quotes; nothing in it is run.
 _qv_inspect_unquoted() {
   case $1 in
     \'*) word=${1//\'/} ;;

@@ -6,12 +6,12 @@ namespace host {
 
 namespace {
 
-// The library has no words for these.
+// For errors that have no text in the library.
 std::string reason_without_text(const Session& session, const qv_node* node, std::int32_t index) {
   const std::int32_t channels = qv_node_image_channel_count(session.reader(), node, index);
   if (channels == 2 || channels > 4)
-    return "an image of " + std::to_string(channels) + " channels has no drawing: only 1, 3 and 4 channels have one";
-  return "there is no drawing of this object (out of memory?)";
+    return "an image of " + std::to_string(channels) + " channels cannot be drawn, only one of 1, 3 or 4 channels";
+  return "this object cannot be drawn (out of memory?)";
 }
 
 [[noreturn]] void fail_to_draw(const Session& session, const qv_node* node, std::int32_t index) {
@@ -65,7 +65,7 @@ bool extract_runs(qv_reader* reader, const qv_node* node, std::int32_t index, Ru
 
 }  // namespace
 
-// A list of several objects tells each one's class at the start of its detail line.
+// If a node holds objects of several classes, each detail line begins with the class of its object.
 std::string object_class(const qv_node* node, std::int32_t index) {
   std::string whole = to_utf8(qv_node_object_class(node));
   if (whole != "mixed") return whole;
@@ -75,9 +75,10 @@ std::string object_class(const qv_node* node, std::int32_t index) {
 
 Drawing draw(const Session& session, const qv_node* node, std::int32_t index) {
   if (qv_node_kind(node) != QV_NODE_OBJECT) throw Failure("the node holds no objects");
-  if (index < 0 || static_cast<std::uint32_t>(index) >= qv_node_object_count(node))
-    throw Failure("the node holds " + std::to_string(qv_node_object_count(node)) + " objects, none of number " +
-                  std::to_string(index));
+  const std::uint32_t count = qv_node_object_count(node);
+  if (index < 0 || static_cast<std::uint32_t>(index) >= count)
+    throw Failure("the node holds " + std::to_string(count) + (count == 1 ? " object" : " objects") +
+                  ", none at index " + std::to_string(index));
   const std::string what = object_class(node, index);
   qv_reader* reader = session.reader();
   Drawing drawing;
@@ -93,7 +94,7 @@ Drawing draw(const Session& session, const qv_node* node, std::int32_t index) {
   else if (what == "image")
     done = extract_picture(reader, node, index, drawing.picture.emplace());
   else
-    throw Failure("there is no drawing of a '" + what + "'");
+    throw Failure("an object of the class '" + what + "' cannot be drawn");
   if (!done) fail_to_draw(session, node, index);
   return drawing;
 }

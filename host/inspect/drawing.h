@@ -1,4 +1,4 @@
-// What the library hands out for drawing, in buffers that give themselves back.
+// Pixels and geometry that the library extracts, in buffers that free themselves.
 #ifndef QUOVEL_HOST_DRAWING_H
 #define QUOVEL_HOST_DRAWING_H
 
@@ -37,7 +37,7 @@ struct Runs {
   Buffer<std::int32_t> rows, begins, ends;
 };
 
-// One drawn object: a picture, lines (one; two for parallels) or runs. Exactly one of them is there.
+// One drawn object. Exactly one of these is set: a picture, lines (one; two for parallels) or runs.
 struct Drawing {
   std::optional<Picture> picture;
   std::vector<Line> lines;
@@ -47,7 +47,7 @@ struct Drawing {
 // The class of object `index` of an object node.
 std::string object_class(const qv_node* node, std::int32_t index);
 
-// Draws that object; throws with the reason when there is no drawing of it.
+// Draws that object; throws Failure with the reason if it cannot be drawn.
 Drawing draw(const Session& session, const qv_node* node, std::int32_t index);
 
 // The picture as PNG in memory, in RGB order.

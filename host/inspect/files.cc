@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Adds the files in a folder to `files`, and its folders, where links do not count, to `folders`.
+// Adds the files in a folder to `files` and its subfolders, but no links to folders, to `folders`.
 void read_folder(const std::string& folder, std::vector<InputFile>& files, std::vector<std::string>& folders) {
   std::error_code error;
   fs::directory_iterator entry(native_path(folder), error), end;
@@ -26,7 +26,7 @@ void read_folder(const std::string& folder, std::vector<InputFile>& files, std::
       if (!entry->is_symlink(unknown)) folders.push_back(path);
     } else if (has_known_extension(path)) {
       const bool is_file = entry->is_regular_file(unknown);
-      if (is_file || unknown) files.push_back({path, {}});  // to open a broken link tells what is wrong with it
+      if (is_file || unknown) files.push_back({path, {}});  // opening a broken link reports its reason
     }
   }
   if (error) files.push_back({folder, "'" + folder + "' could not be read: " + error.message()});

@@ -1,4 +1,4 @@
-// The files behind the names on the command line.
+// The files that the names on the command line stand for.
 #ifndef QUOVEL_HOST_FILES_H
 #define QUOVEL_HOST_FILES_H
 
@@ -8,7 +8,7 @@
 
 namespace host {
 
-// Paths are UTF-8 in this program; its own separator is '/'.
+// Paths are UTF-8 in this program. The text of a path has '/' as separator.
 std::filesystem::path native_path(const std::string& path);
 std::string to_utf8(const std::filesystem::path& path);
 // The last component.
@@ -16,12 +16,12 @@ std::string file_name(const std::string& path);
 
 struct InputFile {
   std::string path;
-  std::string error;  // why it cannot be opened, where that is known before; otherwise empty
+  std::string error;  // why it cannot be opened, if that is known already; otherwise empty
 };
 
-// The files as they are named, wildcards expanded where no shell does so; for a folder those below it that the library
-// reads, by extension, sorted by name. What begins with a dot is left out there. A folder without such files, and one
-// that cannot be read, is a file with an error.
+// Each name gives a file, or several where the shell does not expand wildcards. A folder gives all files below it whose
+// extension the library reads, sorted by path, without those that begin with a dot. A folder without such files, or one
+// that cannot be read, gives an entry with an error.
 std::vector<InputFile> files_behind(const std::vector<std::string>& names);
 
 }  // namespace host

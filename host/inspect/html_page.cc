@@ -16,22 +16,22 @@
 
 namespace host {
 
-// page.html, from the build.
+// page.html, embedded by the build.
 extern const unsigned char page_template[];
 extern const std::size_t page_template_size;
 
 namespace {
 
-// What one page holds, so that a browser on a phone still opens it.
-constexpr std::int64_t most_nodes = 100'000;
-constexpr std::int64_t most_drawings = 5'000;
-constexpr std::int64_t most_numbers = 4'000'000;          // of points and runs
-constexpr std::uint64_t most_pixels = 32'000'000;         // of all pictures
-constexpr std::uint64_t most_picture_pixels = 4'000'000;  // of one picture
-constexpr std::size_t most_text = 48u << 20;              // bytes of all texts
-constexpr std::size_t most_value_text = 8u << 20;         // of the values of one node
-constexpr std::size_t most_line_text = 4096;              // of one label, summary or detail line
-constexpr std::int32_t most_detail_lines = 2'000;         // of one node
+// Limits of one page, so that a browser on a phone can open it.
+constexpr std::int64_t max_nodes = 100'000;
+constexpr std::int64_t max_drawings = 5'000;
+constexpr std::int64_t max_numbers = 4'000'000;          // of points and runs
+constexpr std::uint64_t max_pixels = 32'000'000;         // of all pictures
+constexpr std::uint64_t max_picture_pixels = 4'000'000;  // of one picture
+constexpr std::size_t max_text = 48u << 20;              // bytes of all texts
+constexpr std::size_t max_value_text = 8u << 20;         // of the values of one node
+constexpr std::size_t max_line_text = 4096;              // of one label, summary or detail line
+constexpr std::int32_t max_detail_lines = 2'000;         // of one node
 
 std::string base64(std::string_view bytes) {
   static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -48,7 +48,7 @@ std::string base64(std::string_view bytes) {
   return text.replace(text.size() - missing, missing, missing, '=');
 }
 
-// As many of the first bytes as are whole characters, at most `limit`.
+// The first characters, at most `limit` bytes.
 std::string whole_characters(std::string text, std::size_t limit) {
   if (text.size() <= limit) return text;
   while (limit > 0 && (text[limit] & 0xC0) == 0x80) --limit;
@@ -75,7 +75,7 @@ std::string_view whole_template() { return {reinterpret_cast<const char*>(page_t
 class PageData {
  public:
   PageData(const Session& session, const qv_node* root, const std::string& title) : session_(session), writer_(json_) {
-    writer_.SetMaxDecimalPlaces(3);  // of a pixel
+    writer_.SetMaxDecimalPlaces(3);  // of a coordinate in pixels
     writer_.StartObject();
     member("title", title);
     member("halcon", to_utf8(qv_adapter_halcon_version()));
@@ -101,7 +101,7 @@ class PageData {
   }
   void leave_out(const char* what) { ++left_out_[what]; }
 
-  // As much of the text as there is room for, cut between two characters.
+  // As much of the text as fits, cut between two characters.
   std::string fitting(const qv_char* text, std::size_t limit, const char* cut_what) {
     std::string all = to_utf8(text);
     const std::size_t size = all.size();
@@ -114,14 +114,14 @@ class PageData {
     return all;
   }
   void line_member(const char* name, const qv_char* text) {
-    member(name, fitting(text, most_line_text, "labels or lines end early"));
+    member(name, fitting(text, max_line_text, "labels or lines end early"));
   }
 
   void write_nodes(const qv_node* root) {
-    std::vector<std::int64_t> numbers;  // of the nodes on the way from the root
+    std::vector<std::int64_t> numbers;  // of the nodes from the root to the current one
     std::int64_t written = 0;
     walk(root, [&](const std::vector<Step>& steps) {
-      if (written == most_nodes) {
+      if (written == max_nodes) {
         leave_out("nodes: the page shows 100000");
         return true;
       }
@@ -140,7 +140,7 @@ class PageData {
     member("kind", kind_name(node));
     line_member("type", qv_node_type_label(node));
     line_member("summary", qv_node_value_summary(node));
-    if (parent >= 0) member("segment", whole_characters(place_segment(node), most_line_text));
+    if (parent >= 0) member("segment", whole_characters(place_segment(node), max_line_text));
     key("child_count");
     writer_.Int64(qv_node_child_count(node));
     if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node);
@@ -152,18 +152,18 @@ class PageData {
     key("total");
     writer_.Uint(qv_node_total_count(node));
     if (qv_node_value_count(node) == 0) return;
-    member("values", fitting(qv_node_full_value_text(session_.reader(), node), most_value_text,
+    member("values", fitting(qv_node_full_value_text(session_.reader(), node), max_value_text,
                              "value texts end early: the page holds 8 MiB of one, 48 MiB of all"));
   }
 
   void write_object(const qv_node* node) {
     const auto lines =
-        static_cast<std::int32_t>(std::min<std::int64_t>(qv_node_detail_line_count(node), most_detail_lines));
+        static_cast<std::int32_t>(std::min<std::int64_t>(qv_node_detail_line_count(node), max_detail_lines));
     if (lines < qv_node_detail_line_count(node)) leave_out("lists of detail lines end early: the page shows 2000");
     key("details");
     writer_.StartArray();
     for (std::int32_t i = 0; i < lines; ++i)
-      string(fitting(qv_node_detail_line_at(node, i), most_line_text, "labels or lines end early"));
+      string(fitting(qv_node_detail_line_at(node, i), max_line_text, "labels or lines end early"));
     writer_.EndArray();
     if (qv_node_object_count(node) == 0 || !has_iconic_class(node)) return;
     key("drawings");
@@ -204,7 +204,7 @@ class PageData {
 
   void write_picture(Picture& picture) {
     const std::uint64_t pixels = std::uint64_t{picture.width} * picture.height;
-    const auto step = static_cast<std::uint32_t>(std::ceil(std::sqrt(double(pixels) / double(most_picture_pixels))));
+    const auto step = static_cast<std::uint32_t>(std::ceil(std::sqrt(double(pixels) / double(max_picture_pixels))));
     if (step > 1) thin_out(picture, step);
     const std::uint64_t shown = std::uint64_t{picture.width} * picture.height;
     if (shown > pixels_left_) {
@@ -255,9 +255,9 @@ class PageData {
   const Session& session_;
   rapidjson::StringBuffer json_;
   rapidjson::Writer<rapidjson::StringBuffer> writer_;
-  std::int64_t drawings_left_ = most_drawings, numbers_left_ = most_numbers;
-  std::uint64_t pixels_left_ = most_pixels;
-  std::size_t text_left_ = most_text;
+  std::int64_t drawings_left_ = max_drawings, numbers_left_ = max_numbers;
+  std::uint64_t pixels_left_ = max_pixels;
+  std::size_t text_left_ = max_text;
   std::map<std::string, std::int64_t> left_out_;
 };
 
@@ -275,7 +275,7 @@ std::string html_page(const Session& session, const qv_node* root, const std::st
   const std::size_t place = page.find(mark);
   std::string result(page.substr(0, place));
   result.reserve(page.size() + data.json().size() + data.json().size() / 16);
-  // A '<' in a text must not end the script element that holds it.
+  // Escapes '<', so that no text can end the script element that holds the data.
   for (const char c : data.json()) c == '<' ? result += "\\u003c" : result += c;
   return result += page.substr(place + mark.size());
 }

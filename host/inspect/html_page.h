@@ -1,4 +1,4 @@
-// A file as one page for a browser, which needs nothing else: the tree, and beside it every object drawn.
+// A file as one self-contained page for a browser: the tree, and beside it every object drawn.
 #ifndef QUOVEL_HOST_HTML_PAGE_H
 #define QUOVEL_HOST_HTML_PAGE_H
 
@@ -9,7 +9,7 @@
 
 namespace host {
 
-// The page in UTF-8. What is over its limits is left out or shown smaller, and the page says so.
+// The page in UTF-8. Data beyond its limits is left out or shown smaller, and the page says so.
 std::string html_page(const Session& session, const qv_node* root, const std::string& title);
 
 // What every page begins with, and no other file.

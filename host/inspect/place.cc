@@ -9,7 +9,7 @@ namespace host {
 
 namespace {
 
-// "~1" and "~0" of a segment read as '/' and '~'; "~" alone is the empty key.
+// Replaces "~1" and "~0" by '/' and '~'; "~" alone is the empty key.
 std::string unescape(std::string_view segment) {
   if (segment == "~") return {};
   std::string text;
@@ -20,7 +20,7 @@ std::string unescape(std::string_view segment) {
   return text;
 }
 
-// The other way round, for what begins there.
+// The inverse, for the part of `text` from `begin`.
 void escape(std::string& text, std::size_t begin) {
   const std::string key = text.substr(begin);
   text.resize(begin);

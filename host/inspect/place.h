@@ -1,6 +1,5 @@
-// Where a node stands in its tree: "/0" the first child of an object file, "/parts/2" by keys and indices; "/" the
-// root.
-// "~1" stands for a '/' in a key, "~0" for a '~', "~" alone for the empty key.
+// The address of a node in its tree, by keys and indices: "/parts/2", "/0" for the first child of an object file, "/"
+// for the root. In a key, '/' is written as "~1" and '~' as "~0"; the empty key is "~".
 #ifndef QUOVEL_HOST_PLACE_H
 #define QUOVEL_HOST_PLACE_H
 
@@ -14,18 +13,18 @@ namespace host {
 
 // Throws Failure when there is no such node.
 const qv_node* find_node(const qv_node* root, const std::string& place);
-// One segment of such a place, that of `node` in its parent.
+// The segment that addresses `node` in its parent.
 std::string place_segment(const qv_node* node);
 
-// The place where a walk stands. Most of it stays from one node to the next.
+// The place of the current node of a walk. It reuses the text of the previous place.
 class Place {
  public:
-  // The place of the last of the steps; to be called for every node that is reached.
+  // The place of the last step; must be called for every node of the walk, in its order.
   std::string_view of(const std::vector<Step>& steps);
 
  private:
   std::string text_;
-  std::vector<std::size_t> ends_;  // where the place of each step ends in the text
+  std::vector<std::size_t> ends_;  // the length of the place of each step
 };
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// The frame of a PNG is four chunks; zlib does the rest. A PNG library would be one more thing to build for Windows.
+// PNG (ISO/IEC 15948): three chunks around data that zlib compresses. A PNG library would be one more dependency.
 #include "png_file.h"
 
 #include <zlib.h>
@@ -21,7 +21,7 @@ void append_chunk(std::string& png, const char* type, const std::string& data) {
                          crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()))));
 }
 
-// The rows, each behind a filter byte: "sub", which suits pictures, takes the pixel to the left away.
+// The rows, each after its filter type byte: 1, "Sub", subtracts the pixel to the left, which suits pictures.
 std::string filtered_rows(const std::uint8_t* pixels, std::uint32_t width, std::uint32_t height, std::uint32_t stride,
                           int channels) {
   const std::size_t row_bytes = std::size_t{width} * static_cast<std::size_t>(channels);
@@ -50,8 +50,8 @@ std::string compressed(const std::string& data) {
 
 std::string make_png(const std::uint8_t* pixels, std::uint32_t width, std::uint32_t height, std::uint32_t stride,
                      int channels) {
-  constexpr std::uint64_t most_bytes = std::uint64_t{1} << 31;
-  if ((std::uint64_t{width} * static_cast<unsigned>(channels) + 1) * height >= most_bytes)
+  constexpr std::uint64_t max_bytes = std::uint64_t{1} << 31;
+  if ((std::uint64_t{width} * static_cast<unsigned>(channels) + 1) * height >= max_bytes)
     throw Failure("the picture is larger than the 2 GiB that are written as PNG");
   std::string header;
   append_number(header, width);

@@ -20,7 +20,7 @@ class TreePrinter {
     write_line(node, steps.size() == 1 ? title_ : to_utf8(qv_node_label(node)));
     if (style_.details) write_details(steps);
     if (const std::string excerpt = selection_.excerpt(node); !excerpt.empty() && !style_.details)
-      write_beside(steps, excerpt, colour::yellow);
+      write_beside(steps, excerpt, color::yellow);
     const bool cut = style_.depth >= 0 && static_cast<int>(steps.size()) > style_.depth;
     if (cut && qv_node_child_count(node) > 0) write_cut(steps);
     return !cut;
@@ -29,12 +29,12 @@ class TreePrinter {
  private:
   void write(std::string_view text) const { std::fwrite(text.data(), 1, text.size(), out_); }
   void write_in(std::string_view in, const std::string& text) const {
-    if (style_.colour) write(in);
+    if (style_.color) write(in);
     write(text);
-    if (style_.colour) write(colour::plain);
+    if (style_.color) write(color::plain);
   }
 
-  // The lines to the left of a node: one per level above it.
+  // The branches drawn to the left of a node: one per level above it.
   static std::string branches(std::size_t levels, const std::vector<Step>& steps, bool at_node) {
     std::string text;
     for (std::size_t i = 0; i < levels; ++i) {
@@ -48,14 +48,14 @@ class TreePrinter {
   void write_line(const qv_node* node, const std::string& name) const {
     const std::string type = to_utf8(qv_node_type_label(node));
     const std::string summary = printable(to_utf8(qv_node_value_summary(node)));
-    write_in(colour::bold, printable(name));
+    write_in(color::bold, printable(name));
     write("  ");
-    write_in(type.starts_with('<') ? colour::red : colour::blue, printable(type));
+    write_in(type.starts_with('<') ? color::red : color::blue, printable(type));
     if (!summary.empty()) write("  " + summary);
     write("\n");
   }
 
-  // A line of its own, below the node's.
+  // A separate line below that of the node.
   void write_beside(const std::vector<Step>& steps, const std::string& text, std::string_view in) const {
     write(branches(steps.size() - 1, steps, false));
     write_in(in, "    " + printable(text));
@@ -65,12 +65,12 @@ class TreePrinter {
   void write_details(const std::vector<Step>& steps) const {
     const qv_node* node = steps.back().node;
     for (int32_t i = 0; i < qv_node_detail_line_count(node); ++i)
-      write_beside(steps, to_utf8(qv_node_detail_line_at(node, i)), colour::grey);
+      write_beside(steps, to_utf8(qv_node_detail_line_at(node, i)), color::gray);
   }
 
   void write_cut(const std::vector<Step>& steps) const {
     write(branches(steps.size() - 1, steps, false));
-    write_in(colour::grey, "└── ... " + std::to_string(qv_node_child_count(steps.back().node)) + " below");
+    write_in(color::gray, "└── ... " + std::to_string(qv_node_child_count(steps.back().node)) + " below");
     write("\n");
   }
 

@@ -22,7 +22,7 @@ bool passes_filter(const qv_node* node, const std::string& filter) {
          (qv_node_kind(node) == QV_NODE_OBJECT && text(qv_node_object_class(node)) == filter);
 }
 
-// The text around a find, cut between two characters.
+// The text around a match, cut between two characters.
 std::string around(const std::string& text, std::size_t place, std::size_t size) {
   constexpr std::size_t margin = 30;
   std::size_t begin = place > margin ? place - margin : 0, end = std::min(text.size(), place + size + margin);
@@ -32,7 +32,7 @@ std::string around(const std::string& text, std::size_t place, std::size_t size)
   return (begin > 0 ? "… " : "") + text.substr(begin, end - begin) + (end < text.size() ? " …" : "");
 }
 
-// Whether `text` holds `wanted`; then `excerpt` gets it.
+// Whether `text` contains `wanted`; then sets `excerpt`.
 bool finds_in(const std::string& text, const std::string& wanted, std::string& excerpt) {
   const std::size_t place = lower(text).find(wanted);
   if (place == std::string::npos) return false;

@@ -1,4 +1,4 @@
-// Which nodes of a tree are shown: all, or those that were asked for and the way to them.
+// Which nodes of a tree are shown: all, or those that match and the nodes above them.
 #ifndef QUOVEL_HOST_SELECTION_H
 #define QUOVEL_HOST_SELECTION_H
 
@@ -10,7 +10,7 @@
 
 namespace host {
 
-// Both texts are found in any case of the letters A to Z; an empty one finds everything.
+// Upper and lower case of A to Z are the same. An empty text matches everything.
 struct Wanted {
   std::string filter;  // part of the label, the beginning of the type, or the name of the kind
   std::string grep;    // part of the values or of the detail lines
@@ -22,14 +22,14 @@ class Selection {
  public:
   Selection(const Session& session, const qv_node* root, const Wanted& wanted);
 
-  // Whether the node was asked for; whether it was, or stands on the way to one that was.
+  // Whether the node matches; whether it or a node below it does.
   bool found(const qv_node* node) const;
   bool shows(const qv_node* node) const { return everything_ || shown_.count(node) > 0; }
-  // What was found in a node where its summary does not show it, with some text around it; otherwise empty.
+  // The match with some text around it, if the summary of the node does not show it; otherwise empty.
   std::string excerpt(const qv_node* node) const;
 
   std::size_t nodes() const { return nodes_; }        // of the whole tree
-  std::size_t found_nodes() const { return found_; }  // those that were asked for
+  std::size_t found_nodes() const { return found_; }  // those that match
 
  private:
   bool finds(const Session& session, const qv_node* node, const Wanted& wanted);

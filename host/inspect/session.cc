@@ -28,7 +28,7 @@ std::string lower_extension(std::string_view path) {
   return extension;
 }
 
-// What a reading option's text is: an integer, a real, or the text itself.
+// The value of a reading option: an integer, a real or, if it is neither, a text.
 struct ParsedValue {
   qv_parse_option option{};
   std::u16string text;

@@ -1,5 +1,4 @@
-// The library as this program uses it: a Reader with one open file, its nodes, its texts as UTF-8, its failures as
-// exceptions.
+// A C++ view of the library: a Reader with one open file, texts as UTF-8, errors as exceptions.
 #ifndef QUOVEL_HOST_SESSION_H
 #define QUOVEL_HOST_SESSION_H
 
@@ -14,16 +13,16 @@
 
 namespace host {
 
-// What the user is told; the program then ends with exit code 1.
+// An error for the user; the program then ends with exit code 1.
 class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// What is no UTF-16 becomes U+FFFD.
+// Half a surrogate pair becomes U+FFFD.
 std::string to_utf8(const qv_char* text);
 void append_utf8(std::string& result, const qv_char* text);
-// The character at `text`, which is not its end; `text` then stands behind it.
+// The character at `text`, which is not at its end; moves `text` behind it.
 char32_t next_character(const qv_char*& text);
 std::u16string to_utf16(std::string_view utf8);
 inline const qv_char* units(const std::u16string& text) { return reinterpret_cast<const qv_char*>(text.c_str()); }
@@ -33,9 +32,9 @@ std::string_view kind_name(const qv_node* node);
 
 enum class FileKind { Dict, Object, Model3d, DlModel };
 
-// By extension: dictionaries, 3D models and deep-learning models have their own, everything else is iconic.
+// By extension; files that are not dictionaries, 3D models or deep-learning models are iconic.
 FileKind kind_of_file(std::string_view path);
-// Whether the extension is one that the library reads, so that a folder's other files are left alone.
+// Whether the library reads files of this extension. Other files in a folder are skipped.
 bool has_known_extension(std::string_view path);
 
 // A JSON reading option: the name of its key in the host interface, and a text, integer or real.
@@ -50,12 +49,12 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // The root of the file's tree, which lives as long as the session.
+  // Returns the root of the tree, valid until the next open or the end of the session. Throws Failure.
   const qv_node* open(const std::string& path, FileKind kind, const std::vector<ReadingOption>& options = {});
   const std::string& path() const { return path_; }
   qv_reader* reader() const { return reader_.get(); }
   std::string last_error() const { return to_utf8(qv_reader_last_error(reader())); }
-  // Throws the last-error text, or `otherwise` when the library has none.
+  // Throws Failure with the last-error text, or with `otherwise` if that is empty.
   [[noreturn]] void fail(const std::string& otherwise) const;
 
  private:

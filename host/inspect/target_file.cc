@@ -26,7 +26,7 @@ std::string system_reason(int error) {
   return error ? std::generic_category().message(error) : std::string("the system gives no reason");
 }
 
-// ---- The folder that holds the unfinished file. There is one at a time.
+// ---- The folder of the unfinished file. The program has at most one at a time.
 
 // Never destroyed: an interrupt may come while the program ends.
 std::mutex& unfinished_mutex() {
@@ -38,8 +38,9 @@ fs::path& unfinished_folder() {
   return *folder;
 }
 
-// The mutex stays locked, so that the interrupted work reports no failure and moves nothing any more. That work goes on
-// writing until the program ends: another file may appear, and on Windows an open file cannot be removed.
+// The mutex stays locked, so that the interrupted thread can neither move the file nor report a failure. It goes on
+// writing until the program ends, so a file may appear again, and on Windows an open file cannot be removed: hence the
+// loop.
 void remove_unfinished_folder() {
   unfinished_mutex().lock();
   std::error_code error;
@@ -51,7 +52,7 @@ void remove_unfinished_folder() {
 
 class UnfinishedFolder {
  public:
-  // Throws std::system_error. The name is random, so that other runs of the program do not meet it.
+  // Throws std::system_error. The name is random, so that other runs of the program use another.
   explicit UnfinishedFolder(const fs::path& beside) {
     std::random_device random;
     char name[40];
@@ -127,10 +128,10 @@ TargetFile::TargetFile(const std::string& path, const std::vector<std::string>& 
   exists_ = fs::exists(status);
   is_device_ = exists_ && !fs::is_regular_file(status);
   if (fs::is_directory(status)) fail("it is a folder");
-  if (!target_.has_filename()) fail("it is no file name");
+  if (!target_.has_filename()) fail("it is not a file name");
   if (is_device_) return;
   if (fs::is_symlink(fs::symlink_status(target_, error))) {
-    if (!exists_) fail("it is a link that leads to no file");  // to make one could be what somebody else wants
+    if (!exists_) fail("it is a link that leads to no file");  // somebody else may have put the link there
     target_ = fs::canonical(target_, error);
     if (error) fail(error.message());
   }
@@ -140,9 +141,8 @@ TargetFile::TargetFile(const std::string& path, const std::vector<std::string>& 
 void TargetFile::check_existing(const std::vector<std::string>& inputs, const Replacing& replacing) const {
   std::error_code error;
   for (const std::string& input : inputs)
-    if (fs::equivalent(target_, native_path(input), error)) fail("it is the file '" + input + "', which is read");
-  if (!replacing.any && !begins_with(target_, replacing.own_prefix))
-    fail("there is a file of that name; --force replaces it");
+    if (fs::equivalent(target_, native_path(input), error)) fail("it is the input file '" + input + "'");
+  if (!replacing.any && !begins_with(target_, replacing.own_prefix)) fail("the file exists; --force replaces it");
   if (is_write_protected(fs::status(target_, error))) fail("it is write-protected");
 }
 
@@ -177,15 +177,15 @@ void TargetFile::save(const std::function<void(const std::string&)>& save) const
   }
 }
 
-// A file that was not there before is linked, which, unlike renaming, never replaces one that was made in the meantime;
-// not every file system has links.
+// Where no file was, a hard link is made, because renaming would replace a file created in the meantime. File systems
+// without hard links get the rename.
 void TargetFile::publish(const fs::path& complete) const {
   const std::lock_guard lock(unfinished_mutex());
   std::error_code error;
   if (!exists_) {
     fs::create_hard_link(complete, target_, error);
     if (!error) return;
-    if (fs::exists(fs::symlink_status(target_, error))) fail("a file of that name was made in the meantime");
+    if (fs::exists(fs::symlink_status(target_, error))) fail("a file of that name was created in the meantime");
   } else {
     fs::permissions(complete, fs::status(target_, error).permissions(), error);
   }

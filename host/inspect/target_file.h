@@ -1,4 +1,4 @@
-// A file that the user asked for. It gets its whole new content in one step or stays as it is.
+// A file that the program writes. It gets its whole new content in one step or stays unchanged.
 #ifndef QUOVEL_HOST_TARGET_FILE_H
 #define QUOVEL_HOST_TARGET_FILE_H
 
@@ -10,7 +10,7 @@
 
 namespace host {
 
-// Which existing files may be replaced. An input never is.
+// Which existing files may be replaced. An input never may.
 struct Replacing {
   bool any = false;             // --force
   std::string_view own_prefix;  // not empty: files that begin with it, because this program wrote them
@@ -18,16 +18,16 @@ struct Replacing {
 
 class TargetFile {
  public:
-  // Throws Failure when a file of that name is there and must stay: an input (the same file, whatever its name), one
-  // that `replacing` does not allow, a write-protected one, a folder. A link stays a link, and what it leads to is the
-  // target. A device or a pipe is no file to be replaced: it is written directly.
+  // Throws Failure if the path names a folder or an existing file that must not be replaced: an input (the same file,
+  // whatever its name), one that `replacing` does not allow, or a write-protected one. A link is followed and stays a
+  // link; one that leads to no file is rejected. A device or a pipe is written directly.
   TargetFile(const std::string& path, const std::vector<std::string>& inputs, const Replacing& replacing);
 
   void write(std::string_view content) const;
 
-  // Calls save(path), which makes a new file of that name. The name has the target's extension; it lies in a new folder
-  // beside the target, and the file is moved from there once it is complete. The folder is removed in any case, also
-  // when the program is interrupted.
+  // Calls save(path), which must create a file at that path: in a new private folder beside the target, with the
+  // target's extension. Then moves that file to the target. The folder is always removed, also when the program is
+  // interrupted.
   void save(const std::function<void(const std::string& path)>& save) const;
 
  private:

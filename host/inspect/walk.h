@@ -1,4 +1,4 @@
-// Going through a tree without recursion, however deep it is.
+// Walks a tree of any depth without recursion.
 #ifndef QUOVEL_HOST_WALK_H
 #define QUOVEL_HOST_WALK_H
 
@@ -9,16 +9,16 @@
 
 namespace host {
 
-// A node on the way from the root.
+// One node of the path from the root to the current node.
 struct Step {
   const qv_node* node;
-  int32_t children;  // how many there are; 0 when `enter` said not to go below
+  int32_t children;  // their number; 0 if `enter` returned false
   int32_t next = 0;  // the child to be visited next; `children` after the last
   const qv_node* next_child = nullptr;
 };
 
-// Calls enter(steps) when a node is reached and leave(steps) when all below it is done; the last step is the node.
-// `enter` tells whether to go below, `keep` which children to visit; the root always is.
+// Calls enter(steps) before and leave(steps) after the children of a node; the last step is the node. `enter` returns
+// whether to visit its children, `keep` tells which of them; the root is always visited.
 template <class Keep, class Enter, class Leave>
 void walk(const qv_node* root, Keep keep, Enter enter, Leave leave) {
   std::vector<Step> steps;
@@ -46,7 +46,7 @@ void walk(const qv_node* root, Keep keep, Enter enter, Leave leave) {
   }
 }
 
-// The same for every node, on the way down only.
+// Calls enter(steps) for every node, before its children.
 template <class Enter>
 void walk(const qv_node* root, Enter enter) {
   walk(

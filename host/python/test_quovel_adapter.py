@@ -95,12 +95,12 @@ class Data(unittest.TestCase):
     @unittest.skipIf(_data.numpy is None, "NumPy is not installed")
     def test_numpy_arrays(self):
         with qv.open(SAMPLES / "scene.hobj") as scene, qv.open(SAMPLES / "parts.hdict") as parts:
-            masked, colour = scene.root[0].image(), parts.root["image"].image()
+            masked, color = scene.root[0].image(), parts.root["image"].image()
             runs, points = parts.root["washers"].runs(2), parts.root["rim"].points()
             polygon, (first, second) = scene.root[12].points(), scene.root[13].parallels()
-        self.assertEqual((masked.shape, colour.shape, colour.dtype), ((240, 320, 4), (240, 320, 3), "uint8"))
+        self.assertEqual((masked.shape, color.shape, color.dtype), ((240, 320, 4), (240, 320, 3), "uint8"))
         self.assertEqual((masked[0, 0, 3], masked[120, 160, 3]), (0, 255))  # outside and inside the domain
-        red, _, blue = colour[78, 262]  # a copper coin
+        red, _, blue = color[78, 262]  # a copper coin
         self.assertGreater(red, blue)
         self.assertEqual((runs[:, 2] - runs[:, 1] + 1).sum(), 4684)
         self.assertEqual((points.shape, points[0].tolist()), ((91, 2), [78.0, 300.0]))

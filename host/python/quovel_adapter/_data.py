@@ -1,4 +1,4 @@
-"""Pixels and geometry in Python's memory: NumPy arrays where NumPy is there, plain types otherwise."""
+"""Pixels and geometry in Python's memory: as NumPy arrays if NumPy is installed, otherwise as plain types."""
 
 from __future__ import annotations
 
@@ -24,7 +24,7 @@ class Pixels(NamedTuple):
 
 
 def _table(columns: list[bytearray], typecode: str) -> Any:
-    """Columns of equal length, side by side."""
+    """Columns of equal length as one table."""
     if numpy is not None:
         return numpy.column_stack([numpy.frombuffer(column, dtype=typecode) for column in columns])
     return list(zip(*(array.array(typecode, bytes(column)) for column in columns)))

@@ -1,4 +1,4 @@
-"""The exported functions, declared for ctypes, and texts on both sides."""
+"""The exported functions, declared for ctypes, and the conversion of texts."""
 
 from __future__ import annotations
 
@@ -12,7 +12,7 @@ from ctypes import POINTER, byref, c_double, c_int32, c_int64, c_uint8, c_uint32
 
 
 class QuovelError(Exception):
-    """A call failed; the text is the library's own where it has one."""
+    """A call failed. The text is that of the library, if it has one."""
 
     __module__ = "quovel_adapter"
 
@@ -108,7 +108,7 @@ def from_units(address: int) -> str:
     """The NUL-terminated UTF-16 text at an address."""
     chunks = []
     while True:
-        # Never beyond the page of memory that is known to be there: the end of the text is not known yet.
+        # Never reads beyond the current memory page: the next one may not be mapped.
         chunk = ctypes.string_at(address, _PAGE - address % _PAGE)
         end = chunk.find(b"\0\0")
         while end > 0 and end % 2 == 1:  # the second half of one unit and the first half of the next
@@ -120,28 +120,28 @@ def from_units(address: int) -> str:
 
 
 def to_units(text: str | bytes | os.PathLike) -> ctypes.Array:
-    """A text or path as the library takes it; the array must outlive the call."""
+    """A text or path as UTF-16 with a NUL at its end; keep the array until the call returns."""
     decoded = os.fsdecode(text)
     if "\0" in decoded:
-        raise ValueError(f"a NUL ends a text of the library: {decoded!r}")
+        raise ValueError(f"the text contains a NUL character: {decoded!r}")
     return ctypes.create_string_buffer(decoded.encode("utf-16-le", "surrogatepass") + b"\0")
 
 
 def checked_index(index: int) -> int:
-    """An object's number, which the library takes in 32 bits; beyond them ctypes would take the lowest."""
+    """Checks an object's index, of which ctypes would silently use the lowest 32 bits."""
     index = operator.index(index)
     if not 0 <= index < 1 << 31:
-        raise IndexError(f"an object's number is from 0, and none has the number {index}")
+        raise IndexError(f"there is no object at index {index}")
     return index
 
 
 def halcon_version() -> str:
-    """The version of the HALCON that the library runs against."""
+    """The version of HALCON that the library uses."""
     return from_units(library.qv_adapter_halcon_version())
 
 
 class Buffers:
-    """Buffers that the library hands out: copied into Python's memory and given back at the end of the `with`."""
+    """Buffers that the library returns: copied into Python's memory, and freed at the end of the `with`."""
 
     def __init__(self, count: int) -> None:
         self._pointers = [c_void_p() for _ in range(count)]

@@ -1,4 +1,4 @@
-"""A node as a notebook shows it: what it is, its picture, and what is below it."""
+"""The HTML of a node in a notebook: its texts, its picture and its children."""
 
 from __future__ import annotations
 
@@ -10,9 +10,9 @@ from typing import Any
 
 from ._library import QuovelError
 
-MOST_CHILDREN = 50
-MOST_PIXELS = 512  # of a picture's width and height
-MOST_NUMBERS = 60_000  # of a drawing
+MAX_CHILDREN = 50
+MAX_PIXELS = 512  # of a picture's width and height
+MAX_NUMBERS = 60_000  # of a drawing
 
 
 def _png(width: int, height: int, channels: int, data: bytes) -> bytes:
@@ -32,7 +32,7 @@ def _thinned(image: Any) -> tuple[int, int, int, bytes]:
     else:
         height, width, channels = (*image.shape, 1)[:3]
         data = image.tobytes()
-    step = -(-max(width, height) // MOST_PIXELS) or 1
+    step = -(-max(width, height) // MAX_PIXELS) or 1
     rows = [data[row * width * channels : (row + 1) * width * channels] for row in range(0, height, step)]
     if step > 1:
         kept = [bytes(len(range(0, width, step)) * channels) for _ in rows]
@@ -51,7 +51,7 @@ def _image(node: Any) -> str:
 
 
 def _svg(shapes: str, rows: list, columns: list) -> str:
-    if not rows or len(rows) > MOST_NUMBERS:
+    if not rows or len(rows) > MAX_NUMBERS:
         return ""
     left, top = min(columns) - 1, min(rows) - 1
     box = f"{left:g} {top:g} {max(columns) - left + 2:g} {max(rows) - top + 2:g}"
@@ -97,8 +97,8 @@ def html(node: Any) -> str:
 
     try:
         head = f"<p><b>{escape(node.place)}</b> <code>{escape(node.type)}</code> {escape(node.summary)}</p>"
-        rows = "".join(row(child) for child in node.children[:MOST_CHILDREN])
-        more = len(node) - MOST_CHILDREN
+        rows = "".join(row(child) for child in node.children[:MAX_CHILDREN])
+        more = len(node) - MAX_CHILDREN
         return head + _drawing(node) + (f"<table>{rows}</table>" if rows else "") + (
             f"<p>and {more} more</p>" if more > 0 else ""
         )

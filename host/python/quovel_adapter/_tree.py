@@ -30,7 +30,7 @@ _OPTION_KEYS = {"json_true": 0, "json_false": 1, "json_null": 2, "json_arrays": 
 
 
 class Kind(enum.IntEnum):
-    """What a node stands for."""
+    """The kind of a node."""
 
     DICT = 0
     ARRAY = 1
@@ -39,7 +39,7 @@ class Kind(enum.IntEnum):
 
 
 def open(path: Path, kind: str | None = None, **options: Value) -> Reader:
-    """A new Reader with this file open; see Reader.open."""
+    """Opens the file with a new Reader; see Reader.open."""
     reader = Reader()
     try:
         reader.open(path, kind, **options)
@@ -50,27 +50,27 @@ def open(path: Path, kind: str | None = None, **options: Value) -> Reader:
 
 
 class _Uncopied:
-    """Refers to the library's memory, of which a copy or another process knows nothing."""
+    """Refers to the library's memory, so it cannot be copied or sent to another process."""
 
     def __reduce_ex__(self, protocol: Any) -> Any:
         raise TypeError(f"a {type(self).__name__} cannot be copied or pickled")
 
 
 class Reader(_Uncopied):
-    """Opens files, one at a time. Used by one thread at a time; `with` closes it."""
+    """Opens files, one at a time. Only one thread at a time may use it. `with` closes it."""
 
     def __init__(self) -> None:
         self._pointer = library.qv_reader_create()
         if not self._pointer:
-            raise MemoryError("no Reader could be made")
+            raise MemoryError("no Reader could be created")
         self._generation = 0
         self._root: Node | None = None
 
     def open(self, path: Path, kind: str | None = None, **options: Value) -> Node:
-        """Opens a file and returns the root of its tree; the nodes of the file before end.
+        """Opens a file and returns the root of its tree; the nodes of the previous file become invalid.
 
-        `kind` is "object", "dict", "model3d" or "dlmodel"; without it the extension decides. Of JSON, json_true,
-        json_false and json_null say what these values become, and json_arrays, "tuple" or "dict", what arrays do.
+        `kind` is "object", "dict", "model3d" or "dlmodel"; without it the extension decides. For JSON,
+        json_true, json_false and json_null are the values to use for these, and json_arrays is "tuple" or "dict".
         """
         file = to_units(path)
         name = kind or _KIND_OF_EXTENSION.get(os.path.splitext(os.fsdecode(path))[1].lower(), "object")
@@ -98,7 +98,7 @@ class Reader(_Uncopied):
         return self._root
 
     def save(self, nodes: Node | Sequence[Node], path: Path) -> None:
-        """Writes one object node as the path's extension asks, or the objects of several to one object file."""
+        """Writes one object node in the format of the extension, or the objects of several to one object file."""
         if isinstance(nodes, Node):
             self._check(library.qv_save_object_as(self._alive(), nodes._pointer, to_units(path)))
             return
@@ -108,11 +108,11 @@ class Reader(_Uncopied):
         self._check(library.qv_save_objects_as(self._alive(), pointers, len(nodes), to_units(path)))
 
     def convert(self, source: Path, target: Path, lenient: bool = False) -> None:
-        """Writes a dictionary file as another, by the target's extension; the open file stays."""
+        """Converts a dictionary file to the format of the target's extension. The file that is open stays open."""
         self._check(library.qv_reader_convert_dict_file(self._alive(), to_units(source), to_units(target), lenient))
 
     def close(self) -> None:
-        """Ends the Reader and all its nodes; twice is harmless."""
+        """Closes the Reader; its nodes become invalid. Closing it again has no effect."""
         pointer, self._pointer, self._root = self._pointer, None, None
         if pointer:
             library.qv_reader_destroy(pointer)
@@ -144,7 +144,7 @@ class Reader(_Uncopied):
 
 
 def _options(options: dict[str, Value]) -> tuple[ctypes.Array, list]:
-    """The records, and the texts that they point to."""
+    """The records, and the texts that they point to, which must be kept."""
     records, texts = (ParseOption * len(options))(), []
     for record, (name, value) in zip(records, options.items()):
         if name not in _OPTION_KEYS:
@@ -155,7 +155,7 @@ def _options(options: dict[str, Value]) -> tuple[ctypes.Array, list]:
             record.value_type, record.string_value = 0, ctypes.addressof(texts[-1])
         elif isinstance(value, int):
             if not -(1 << 63) <= value < 1 << 63:
-                raise OverflowError(f"{name} has 64 bits, {value} has more")
+                raise OverflowError(f"{name} must fit into 64 bits, {value} does not")
             record.value_type, record.int_value = 1, value
         else:
             record.value_type, record.real_value = 2, value
@@ -163,7 +163,7 @@ def _options(options: dict[str, Value]) -> tuple[ctypes.Array, list]:
 
 
 class Node(_Uncopied):
-    """One node of a tree. Ends with its Reader, and when that opens another file."""
+    """One node of a tree. It is valid until its Reader is closed or opens another file."""
 
     def __init__(self, reader: Reader, pointer: int, parent: Node | None) -> None:
         self._reader, self._address, self._parent = reader, pointer, parent
@@ -176,7 +176,7 @@ class Node(_Uncopied):
             raise QuovelError("the file of this node is no longer open")
         return self._address
 
-    # ---- What it is
+    # ---- Description
 
     @property
     def label(self) -> str:
@@ -205,7 +205,7 @@ class Node(_Uncopied):
 
     @property
     def place(self) -> str:
-        """The way from the root: "/measured/areas"; in keys "~1" is '/', "~0" is '~', and "~" the empty key."""
+        """The address: "/measured/areas". In keys '/' is written as "~1", '~' as "~0", the empty key as "~"."""
         segments = []
         node = self
         while node._parent is not None:
@@ -220,7 +220,7 @@ class Node(_Uncopied):
         count = library.qv_node_detail_line_count(pointer)
         return [from_units(library.qv_node_detail_line_at(pointer, i)) for i in range(count)]
 
-    # ---- What is below
+    # ---- Children
 
     @property
     def parent(self) -> Node | None:
@@ -228,7 +228,7 @@ class Node(_Uncopied):
 
     @property
     def children(self) -> Children:
-        """The nodes below; each is made when it is asked for."""
+        """The child nodes; each Node is created on access."""
         return Children(self)
 
     def __len__(self) -> int:
@@ -244,7 +244,7 @@ class Node(_Uncopied):
         return [child.label for child in self]
 
     def __getitem__(self, segment: str | int) -> Node:
-        """The child of that key, or at that position (from the end when negative)."""
+        """The child with that key or at that position, counted from the end if negative."""
         if not isinstance(segment, str):
             return self.children[operator.index(segment)]
         for child in self:
@@ -267,7 +267,7 @@ class Node(_Uncopied):
         return node
 
     def walk(self, depth: int | None = None) -> Iterator[tuple[int, Node]]:
-        """The node and all below it, each with its level, without recursion."""
+        """The node and all nodes below it, each with its level."""
         waiting = [(0, self)]
         while waiting:
             level, node = waiting.pop()
@@ -276,7 +276,7 @@ class Node(_Uncopied):
                 waiting.extend((level + 1, child) for child in reversed(node.children))
 
     def tree(self, depth: int | None = None) -> str:
-        """The tree as text, two blanks a level."""
+        """The tree as text, indented by 2 spaces per level."""
         return "\n".join(
             f"{'  ' * level}{node.label or '/'}  {node.type}  {node.summary}" for level, node in self.walk(depth)
         )
@@ -285,7 +285,7 @@ class Node(_Uncopied):
 
     @property
     def values(self) -> list[Value]:
-        """The typed values; of more than 1000 the first 1000: see `truncated`."""
+        """The typed values, at most the first 1000: see `truncated`."""
         pointer = self._pointer
         return [_value(pointer, i) for i in range(library.qv_node_value_count(pointer))]
 
@@ -305,7 +305,7 @@ class Node(_Uncopied):
 
     @property
     def value_text(self) -> str:
-        """All values as one text, however many."""
+        """All values as one text."""
         return from_units(library.qv_node_full_value_text(self._reader._alive(), self._pointer))
 
     # ---- Iconic objects
@@ -315,7 +315,7 @@ class Node(_Uncopied):
         return library.qv_node_object_count(self._pointer) if self.kind == Kind.OBJECT else 0
 
     def object_class(self, index: int | None = None) -> str:
-        """Of all objects ("mixed" where they differ), or of one: "image", "region", "xld_cont", ..."""
+        """The class of one object, or of all ("mixed" if they differ): "image", "region", "xld_cont", ..."""
         whole = from_units(library.qv_node_object_class(self._pointer))
         if index is None or whole != "mixed":
             return whole
@@ -349,10 +349,10 @@ class Node(_Uncopied):
         index = checked_index(index)
         reader = self._reader._alive()
         if self.kind == Kind.OBJECT and index >= self.object_count:
-            raise IndexError(f"the node has {self.object_count} objects, none at {index}")
+            raise IndexError(f"no object at index {index}: the node has {self.object_count}")
         return extract(self._reader._check, reader, self._pointer, index, *more)
 
-    # ---- For people
+    # ---- Display
 
     def __repr__(self) -> str:
         try:
@@ -386,5 +386,5 @@ class Children(Sequence):
         count = len(self)
         position = index + count if index < 0 else index
         if not 0 <= position < count:
-            raise IndexError(f"the node has {count} children, none at {index}")
+            raise IndexError(f"no child at index {index}: the node has {count}")
         return Node(self._node._reader, library.qv_node_child_at(self._node._pointer, position), self._node)
