@@ -15,7 +15,7 @@ HashKey new_key() noexcept {
     return {word(), word()};
   } catch (const std::exception&) {  // a system without random numbers: what an outsider cannot see has to do
     const auto now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-    return {now, reinterpret_cast<std::uintptr_t>(&now)};
+    return {now, reinterpret_cast<std::uintptr_t>(&hash_key)};
   }
 }
 
