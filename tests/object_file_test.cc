@@ -66,6 +66,8 @@ TEST(ObjectFile, TuplesTellTheFirstAndListAll) {
       {"images", concat({color, gray, real, color}),
        "images[4] image 1 4 | 2x5 (first), [1ch, 3ch], [byte, real]; image: 2x5, 3ch, byte; image: 4x3, 1ch, byte; "
        "image: 4x3, 1ch, real; image: 2x5, 3ch, byte"},
+      {"first unlike", concat({ramp(4, 3, 3, "real"), gray}),
+       "images[2] image 1 2 | 4x3, [1ch, 3ch], [byte, real]; image: 4x3, 3ch, real; image: 4x3, 1ch, byte"},
       {"heights", concat({gray, gray, ramp(4, 2)}),
        "images[3] image 1 3 | 4x3 (first), 1ch, byte; image: 4x3, 1ch, byte; image: 4x3, 1ch, byte; "
        "image: 4x2, 1ch, byte"},
