@@ -57,6 +57,12 @@ valgrind: packages-valgrind ready-release ## run the test programs under Valgrin
 fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=, TARGET=)
 	@tools/fuzz $(or $(SECONDS),600) $(TARGET)
 
+fuzz-cost: packages-fuzz ready-cost ## look for files that cost too much (SECONDS=, TARGET=)
+	@tools/fuzz-cost $(or $(SECONDS),600) $(TARGET)
+
+mutants: packages-build packages-test ## make small faults that a test must notice
+	@tools/mutants
+
 bench: ready-bench ## measure against other libraries (JSON=file: that file too)
 	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(BENCH_OPTIONS)
 
@@ -114,17 +120,13 @@ configured-%: packages-build
 	  cmake --preset $* --no-warn-unused-cli >/dev/null && touch build/$*/build.ninja; \
 	fi
 
-configured-windows: packages-windows windows-deps
-configured-fuzz: packages-fuzz
+configured-windows: packages-windows
+configured-fuzz configured-cost: packages-fuzz
 configured-bench: packages-bench
-
-# The codec libraries of the Windows build, from the sources of Debian's packages.
-windows-deps: packages-windows
-	@tools/windows-deps build/windows-deps
 
 # ready-PRESET: built.
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test install asan tsan valgrind fuzz bench corpus windows test-windows windows-deps package docs pictures lint check format clean help
+.PHONY: run build test install asan tsan valgrind fuzz fuzz-cost mutants bench corpus windows test-windows package docs pictures lint check format clean help
 endif

@@ -1,9 +1,7 @@
-// The built-in container. Its checksum is mended after every mutation, so that what stands behind it is reached; the
-// kind of its root chooses the call.
-#include <cstring>
-
+// The built-in container; the kind of its root chooses the call.
 #include "container/format.h"
 #include "driver.h"
+#include "repair.h"
 
 namespace container = HalconCpp::detail::container;
 
@@ -11,14 +9,8 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned seed);
 
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size, unsigned seed) {
-  constexpr size_t sum_size = sizeof(uint64_t);
-  if (max_size <= sum_size || seed % 64 == 0) return LLVMFuzzerMutate(data, size, max_size);
-  size = LLVMFuzzerMutate(data, size > sum_size ? size - sum_size : size, max_size - sum_size);
-  container::Checksum sum;
-  sum.add(reinterpret_cast<const std::byte*>(data), size);
-  const uint64_t value = sum.value();
-  std::memcpy(data + size, &value, sum_size);
-  return size + sum_size;
+  if (seed % 64 == 0) return LLVMFuzzerMutate(data, size, max_size);
+  return fuzz::mutate_container(data, size, max_size, LLVMFuzzerMutate);
 }
 
 FUZZ_TARGET(input) {

@@ -6,9 +6,12 @@
 #include <atomic>
 #include <cstdint>
 
-// On Windows always a static library. Elsewhere one can make a shared library of it.
 #if defined(_WIN32)
-#define HALCONCPP_API
+#if defined(HALCONCPP_BUILD)
+#define HALCONCPP_API __declspec(dllexport)
+#else
+#define HALCONCPP_API __declspec(dllimport)
+#endif
 #else
 #define HALCONCPP_API __attribute__((visibility("default")))
 #endif
