@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -63,6 +64,22 @@ std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
       const std::vector<InputFile> behind = is_folder ? files_below(name) : std::vector<InputFile>{{name, {}}};
       files.insert(files.end(), behind.begin(), behind.end());
     }
+  }
+  return files;
+}
+
+std::vector<std::string> files_read_with(const std::string& path) {
+  std::vector<std::string> files{path};
+  std::error_code unknown;
+  if (extension_of(path) != "seq" || !fs::is_regular_file(native_path(path), unknown)) return files;
+  std::ifstream list(native_path(path), std::ios::binary);
+  const fs::path folder = native_path(path).parent_path();
+  for (std::string line; std::getline(list, line);) {
+    const std::size_t begin = line.find_first_not_of(" \t\r"), end = line.find_last_not_of(" \t\r");
+    if (begin == line.npos) continue;
+    line = line.substr(begin, end + 1 - begin);
+    std::replace(line.begin(), line.end(), '\\', '/');
+    files.push_back(to_utf8(folder / native_path(line)));
   }
   return files;
 }

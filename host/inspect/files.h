@@ -24,6 +24,9 @@ struct InputFile {
 // that cannot be read, gives an entry with an error.
 std::vector<InputFile> files_behind(const std::vector<std::string>& names);
 
+// All files that opening the file reads: itself and, if it is a sequence list, the images that it names.
+std::vector<std::string> files_read_with(const std::string& path);
+
 }  // namespace host
 
 #endif

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <iterator>
+#include <system_error>
 #include <utility>
 
 #include "unicode.h"
@@ -18,15 +20,6 @@ constexpr std::pair<std::string_view, FileKind> kinds[] = {
 };
 constexpr std::string_view iconic[] = {"hobj", "seq", "png", "jpg", "jpeg", "tif", "tiff", "jp2", "j2k", "bmp", "gif",
                                        "pcx",  "ras", "xwd", "pnm", "pbm",  "pgm", "ppm",  "jxr", "wdp", "hdp"};
-
-std::string lower_extension(std::string_view path) {
-  const std::size_t dot = path.find_last_of("./\\");
-  if (dot == path.npos || path[dot] != '.') return {};
-  std::string extension(path.substr(dot + 1));
-  for (char& c : extension)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  return extension;
-}
 
 // The value of a reading option: an integer, a real or, if it is neither, a text.
 struct ParsedValue {
@@ -99,15 +92,24 @@ std::string_view kind_name(const qv_node* node) {
   return names[qv_node_kind(node) & 3];
 }
 
+std::string extension_of(std::string_view path) {
+  const std::size_t dot = path.find_last_of("./\\");
+  if (dot == path.npos || path[dot] != '.') return {};
+  std::string extension(path.substr(dot + 1));
+  for (char& c : extension)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  return extension;
+}
+
 FileKind kind_of_file(std::string_view path) {
-  const std::string extension = lower_extension(path);
+  const std::string extension = extension_of(path);
   for (const auto& [known, kind] : kinds)
     if (extension == known) return kind;
   return FileKind::Object;
 }
 
 bool has_known_extension(std::string_view path) {
-  const std::string extension = lower_extension(path);
+  const std::string extension = extension_of(path);
   const auto is_it = [&](std::string_view known) { return extension == known; };
   return std::any_of(std::begin(iconic), std::end(iconic), is_it) ||
          std::any_of(std::begin(kinds), std::end(kinds), [&](const auto& known) { return is_it(known.first); });

@@ -32,6 +32,8 @@ std::string_view kind_name(const qv_node* node);
 
 enum class FileKind { Dict, Object, Model3d, DlModel };
 
+// The text after the last '.' of the last component, in lower case (ASCII); empty when there is none.
+std::string extension_of(std::string_view path);
 // By extension; files that are not dictionaries, 3D models or deep-learning models are iconic.
 FileKind kind_of_file(std::string_view path);
 // Whether the library reads files of this extension. Other files in a folder are skipped.
