@@ -3,9 +3,13 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
+#include <iterator>
 #include <numbers>
+#include <stdexcept>
 #include <string>
 #include <vector>
 

@@ -5,6 +5,10 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <system_error>
+
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "session.h"
 
 namespace host {
 

@@ -1,5 +1,8 @@
 #include "drawing.h"
 
+#include <cstddef>
+#include <utility>
+
 #include "png_file.h"
 
 namespace host {

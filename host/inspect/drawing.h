@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "session.h"
 
 namespace host {

@@ -2,6 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <initializer_list>
+#include <optional>
+#include <string_view>
+#include <vector>
 
 #include "drawing.h"
 

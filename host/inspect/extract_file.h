@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "session.h"
 
 namespace host {

@@ -7,12 +7,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
 #include <map>
+#include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "drawing.h"
 #include "place.h"
+#include "walk.h"
 
 namespace host {
 

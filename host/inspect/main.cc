@@ -1,11 +1,13 @@
 // qv_inspect: shows what is in HALCON data files, through the library's exported interface alone.
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -17,6 +19,9 @@
 #include "platform/console.h"
 #include "platform/interrupts.h"
 #include "print_tree.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "selection.h"
+#include "session.h"
 #include "target_file.h"
 #include "terminal.h"
 
@@ -63,7 +68,7 @@ std::string value_text(const Session& session, const qv_node* root, const std::s
 
 TargetFile target_file(const Arguments& arguments, const std::string& path, const std::string& input) {
   const Replacing replacing{arguments.force, arguments.html.empty() ? std::string_view() : html_page_prefix()};
-  return TargetFile(path, {input}, replacing);
+  return TargetFile(path, files_read_with(input), replacing);
 }
 
 void save_nodes(const Session& session, const qv_node* root, const std::vector<std::string>& arguments,

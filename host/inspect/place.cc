@@ -1,7 +1,9 @@
 #include "place.h"
 
 #include <charconv>
+#include <cstdint>
 #include <iterator>
+#include <system_error>
 
 #include "session.h"
 

@@ -3,10 +3,12 @@
 #ifndef QUOVEL_HOST_PLACE_H
 #define QUOVEL_HOST_PLACE_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "walk.h"
 
 namespace host {

@@ -3,6 +3,9 @@
 
 #include <zlib.h>
 
+#include <cstddef>
+#include <initializer_list>
+
 #include "session.h"
 
 namespace host {

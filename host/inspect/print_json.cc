@@ -1,9 +1,16 @@
+#include <cstdint>
+#include <cstdio>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "json_output.h"
 #include "place.h"
 #include "print_tree.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "selection.h"
 #include "session.h"
+#include "walk.h"
 
 namespace host {
 

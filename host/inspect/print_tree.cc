@@ -1,9 +1,14 @@
 #include "print_tree.h"
 
+#include <cstdint>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "place.h"
+#include "session.h"
 #include "terminal.h"
+#include "walk.h"
 
 namespace host {
 

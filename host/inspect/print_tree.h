@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "selection.h"
 
 namespace host {

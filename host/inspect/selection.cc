@@ -1,9 +1,13 @@
 #include "selection.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "place.h"
+#include "walk.h"
 
 namespace host {
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "session.h"
 
 namespace host {

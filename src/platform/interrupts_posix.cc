@@ -2,6 +2,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <initializer_list>
 #include <system_error>
 #include <thread>
 
