@@ -120,13 +120,17 @@ configured-%: packages-build
 	  cmake --preset $* --no-warn-unused-cli >/dev/null && touch build/$*/build.ninja; \
 	fi
 
-configured-windows: packages-windows
+configured-windows: packages-windows windows-deps
 configured-fuzz configured-cost: packages-fuzz
 configured-bench: packages-bench
+
+# The codec libraries of the Windows build, from the sources of Debian's packages.
+windows-deps: packages-windows
+	@tools/windows-deps build/windows-deps
 
 # ready-PRESET: built.
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test install asan tsan valgrind fuzz fuzz-cost mutants bench corpus windows test-windows package docs pictures lint check format clean help
+.PHONY: run build test install asan tsan valgrind fuzz fuzz-cost mutants bench corpus windows test-windows windows-deps package docs pictures lint check format clean help
 endif

@@ -242,7 +242,9 @@ TEST(Container, SaysWhatAForeignFileIs) {
                {"short.HOBJ", "x", "an installed HALCON"},
                {"other.bin", "no such thing", "is not an object file of a known format"},
                {"new.hobj", "QVHALCON\7\1 and more", "container of version 7"},
-               {"dict.hobj", "QVHALCON\1\1 and more", "holds a dictionary: ReadDict opens it"}};
+               {"dict.hobj", "QVHALCON\1\1 and more", "holds a dictionary: ReadDict opens it"},
+               {"model.om3", "QVHALCON\1\3 and more", "holds a 3D object model: ReadObjectModel3d opens it"},
+               {"model.hdl", "QVHALCON\1\4 and more", "holds a deep-learning model: ReadDlModel opens it"}};
   for (const auto& each : cases) {
     write(folder / each.name, each.content);
     EXPECT_THAT(failure([&] { read_objects(folder / each.name); }), HasSubstr(each.reason)) << each.name;

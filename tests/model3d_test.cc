@@ -109,7 +109,14 @@ TEST_F(Model3d, EveryCutIsRefused) {
   }
 }
 
+std::string utf16(const std::string& text, std::endian order) {
+  std::string units;
+  for (const char c : text) units += order == std::endian::big ? std::string{'\0', c} : std::string{c, '\0'};
+  return units;
+}
+
 TEST_F(Model3d, DetailsOfFormats) {
+  const std::string relative = "v 0 0 0\nv 1 0 0\nv 0 1 0\nf -3 -2 -1\nf -1 -2 -3\n";
   const std::string triangle = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvn 1 0 0\nvn 2 0 0\nvn 3 0 0\n";
   const std::tuple<const char*, std::string, const char*, const char*> cases[] = {
       {"points.ply", ply(2, {}, "1.5 2 3\r\n4 5 6\r\n"), "point_coord_x", "1.5 4"},
@@ -123,7 +130,7 @@ TEST_F(Model3d, DetailsOfFormats) {
       {"float.ply", ply(2, {"float red", "float green", "float blue"}, "0 0 0 1 0 nan\n0 0 0 0.5 0 -1"),
        "point_color_red", "255 128"},
       {"nan.ply", ply(2, {}, "nan 2 nan\n4 5 6\n"), "bounding_box1", "4 2 6 4 5 6"},
-      {"relative.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf -3 -2 -1\nf -1 -2 -3\n", "triangles", "0 1 2 2 1 0"},
+      {"relative.obj", relative, "triangles", "0 1 2 2 1 0"},
       {"numbers.obj", "v +1 2. 3.1+e2\nv 1e-2 -.5 3.1-e2\n", "point_coord_z", "310 0.031"},
       {"colours.obj", "v 0 0 0 0 0.5 1\nv 1 1 1 1 1 1\n", "point_color_green", "128 255"},
       {"cloud.obj", "vn 0 0 1\nv 0 0 0\nvn 0 1 0\nv 1 1 1\n", "point_normal_y", "0 1"},
@@ -131,6 +138,14 @@ TEST_F(Model3d, DetailsOfFormats) {
       {"shared.obj", triangle + "f 1//1 2//1 3//1\nf 1//2 2//2 3//2\n", "has_point_normals", "false"},
       {"c.off", "\n# c\nSTCNOFF\n1 0\n1 2 3  0 0 1  255 128 0 255  0.5 0.5\n", "point_color_green", "128"},
       {"n.off", "NOFF\n1 0 0\n1 2 3 0 0 1\n", "point_normal_z", "1"},
+      {"blanks.off", " \t\n  OFF\n  2 0 0\n\t0 0 0\n 1 1 1\n", "point_coord_x", "0 1"},
+      {"big.obj", "\xFE\xFF" + utf16(relative, std::endian::big), "triangles", "0 1 2 2 1 0"},
+      {"little.obj", "\xFF\xFE" + utf16(relative, std::endian::little), "triangles", "0 1 2 2 1 0"},
+      {"signed.ply",
+       "ply\nformat binary_little_endian 1.0\nelement vertex 1\nproperty char x\nproperty char y\nproperty char z\n"
+       "element face 1\nproperty list char char vertex_indices\nend_header\nabc\xC8" +
+           std::string(200, '\0'),
+       "num_triangles", "198"},
       {"line.off", "OFF\n2 1 0\n0 0 0\n1 1 1\n2 0 1 0.5 0.5 0.5\n", "num_faces", "1"},
       {"two.stl", rectangles[4].second + rectangles[4].second, "num_points", "4"},
       {"empty.stl", "solid nothing\nendsolid nothing\n", "num_points", "0"},
@@ -165,6 +180,7 @@ TEST_F(Model3d, RefusalsSayWhatIsWrong) {
       {"word.stl", "solid a\nfacet normal 0 0 1\nouter lop\n", "line 3: 'loop' is expected"},
       {"a.om3", "HALCON", "needs a build against it"},
       {"a.txt", "some text", "is not a 3D model file of a known format"},
+      {"a.off", "no such thing", "is not a 3D model file of a known format"},
       {"nothing.ply", "", "empty"},
   };
   for (const auto& [name, content, reason] : cases)

@@ -26,9 +26,15 @@ constexpr Root roots[] = {{HandleKind::None, "iconic objects", "ReadObject"},
                           {HandleKind::DlModel, "a deep-learning model", "ReadDlModel"}};
 
 // Formats without a magic, or whose operator has not been asked.
-constexpr std::pair<std::string_view, std::string_view> openers[] = {
-    {"json", "ReadDict"},         {"onnx", "ReadDlModel"},      {"ply", "ReadObjectModel3d"},
-    {"obj", "ReadObjectModel3d"}, {"stl", "ReadObjectModel3d"}, {"off", "ReadObjectModel3d"}};
+struct Opener {
+  std::string_view extension, opener, content;
+};
+constexpr Opener openers[] = {{"json", "ReadDict", dict_file},
+                              {"onnx", "ReadDlModel", dl_model_file},
+                              {"ply", "ReadObjectModel3d", model3d_file},
+                              {"obj", "ReadObjectModel3d", model3d_file},
+                              {"stl", "ReadObjectModel3d", model3d_file},
+                              {"off", "ReadObjectModel3d", model3d_file}};
 
 constexpr std::string_view halcon_extensions[] = {"hobj", "hdict", "om3", "hdl",     "dl", "reg",
                                                   "plg",  "mtx",   "tup", "hhandle", "ima"};
@@ -47,8 +53,9 @@ void reject_file(std::string_view path, std::string_view wanted) {
   if (std::count(std::begin(halcon_extensions), std::end(halcon_extensions), extension) > 0)
     fail("is not in the format of the built-in layer; opening files of an installed HALCON needs a build against it");
   const std::string reason = "is not " + std::string(wanted) + " of a known format";
-  for (const auto& [known, opener] : openers)
-    if (extension == known) fail(reason + "; " + std::string(opener) + " opens files named ." + extension);
+  for (const auto& [known, opener, content] : openers)
+    if (extension == known && wanted != content)
+      fail(reason + "; " + std::string(opener) + " opens files named ." + extension);
   fail(reason);
 }
 

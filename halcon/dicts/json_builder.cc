@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <numeric>
 
 #include "core/hash.h"
@@ -32,12 +33,17 @@ bool has_repeats(const std::vector<std::uint64_t>& numbers) {
   return false;
 }
 
-// By their texts, or by their places where equal texts have one place. Different texts may pass for equal ones.
-bool may_have_repeats(std::span<const StringData* const> keys, bool by_place) {
+// Whether two texts are equal; different ones may pass for equal ones.
+bool may_have_repeats(std::span<const std::string_view> keys) {
+  constexpr std::size_t few = 12;  // comparing costs less than hashing
+  if (keys.size() <= few) {
+    for (std::size_t i = 1; i < keys.size(); ++i)
+      for (std::size_t j = 0; j < i; ++j)
+        if (keys[i] == keys[j]) return true;
+    return false;
+  }
   std::vector<std::uint64_t> numbers(keys.size());
-  std::transform(keys.begin(), keys.end(), numbers.begin(), [&](const StringData* key) {
-    return by_place ? reinterpret_cast<std::uintptr_t>(key) / alignof(StringData) : hash_of(text_of(key));
-  });
+  std::transform(keys.begin(), keys.end(), numbers.begin(), [](std::string_view key) { return hash_of(key); });
   return has_repeats(numbers);
 }
 
@@ -48,30 +54,68 @@ std::vector<Entry> entries_of(std::span<HTuple> values) {
   return entries;
 }
 
+bool are_equal(const HTuple& tuple, std::span<const std::string_view> texts) {
+  if (tuple.Length() != static_cast<Hlong>(texts.size())) return false;
+  if (texts.size() == 1) return Access::text(tuple) == texts[0];
+  const auto* const strings = static_cast<const StringData* const*>(Access::array(tuple).elements);
+  return std::equal(texts.begin(), texts.end(), strings,
+                    [](std::string_view a, const StringData* b) { return a == text_of(b); });
+}
+
+HTuple numbered_dict(std::span<HTuple> values) {
+  auto* data = new DictData;
+  HTuple dict = Access::handle_tuple(Access::wrap(data));
+  Buffer<Hlong> keys(values.size());
+  std::iota(keys.begin(), keys.end(), Hlong{0});
+  data->table.adopt(Access::integers(std::move(keys)), entries_of(values));
+  return dict;
+}
+
 }  // namespace
 
 bool JsonBuilder::reject_single_value() {
   return fail_event("the document is a single value; a dictionary is read from an object or an array");
 }
 
-bool JsonBuilder::add_key(std::string_view text) {
-  Level& level = open_.back();
-  bool is_new = true;
-  keys_.push_back(names_.key(text, level.number, is_new));
-  if (!is_new) level.may_repeat_keys = true;
-  return true;
+HTuple JsonBuilder::key_tuple(std::span<const std::string_view> keys) {
+  std::vector<HTuple> tuples;
+  tuples.reserve(keys.size());
+  for (const std::string_view key : keys) tuples.push_back(Access::adopt_string(texts_.make(key)));
+  return Access::elements(std::move(tuples));
+}
+
+// The objects of a list mostly have the same keys. Each shares those of the object before it at its depth, which saves
+// their texts and the search for a key that comes twice.
+HTuple JsonBuilder::object_dict(std::span<const std::string_view> keys, std::span<HTuple> values) {
+  auto* data = new DictData;
+  HTuple dict = Access::handle_tuple(Access::wrap(data));
+  if (keys.empty()) return dict;
+  if (last_keys_.size() < open_.size()) last_keys_.resize(open_.size());
+  HTuple& last = last_keys_[open_.size() - 1];
+  if (!are_equal(last, keys)) {
+    HTuple tuple = key_tuple(keys);
+    if (may_have_repeats(keys)) {
+      for (std::size_t i = 0; i < keys.size(); ++i)
+        data->table.set(Access::element(tuple, static_cast<Hlong>(i)), std::move(values[i]));
+      return dict;
+    }
+    last = std::move(tuple);
+  }
+  data->table.adopt(last, entries_of(values));
+  return dict;
 }
 
 bool JsonBuilder::begin() {
   if (open_.size() == static_cast<std::size_t>(limits::nesting))
     return fail_event("nested deeper than " + std::to_string(limits::nesting) + " levels");
-  open_.push_back({values_.size(), keys_.size(), ++levels_begun_});
+  open_.push_back({values_.size(), keys_.size()});
   return true;
 }
 
 bool JsonBuilder::end_object() {
-  const Level level = open_.back();
-  return end(object_dict(level, std::span(values_).subspan(level.first_value)), false);
+  const Level& level = open_.back();
+  return end(object_dict(std::span(keys_).subspan(level.first_key), std::span(values_).subspan(level.first_value)),
+             false);
 }
 
 bool JsonBuilder::end_array() {
@@ -93,32 +137,6 @@ bool JsonBuilder::end(HTuple value, bool is_array) {
   open_.back().holds_array |= is_array;
   values_.push_back(std::move(value));
   return true;
-}
-
-// Objects with the same keys share them, as a list that is known to have no repeats.
-HTuple JsonBuilder::object_dict(const Level& level, std::span<HTuple> values) {
-  auto* data = new DictData;
-  HTuple dict = Access::handle_tuple(Access::wrap(data));
-  const auto keys = std::span<const StringData* const>(keys_).subspan(level.first_key);
-  if (keys.empty()) return dict;
-  const HTuple* list = names_.known_list(keys);
-  if (!list && !(level.may_repeat_keys && may_have_repeats(keys, names_.keeps_all()))) list = &names_.new_list(keys);
-  if (list) {
-    data->table.adopt(*list, entries_of(values));
-    return dict;
-  }
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    retain(keys[i]);
-    data->table.set(Access::adopt_string(keys[i]), std::move(values[i]));
-  }
-  return dict;
-}
-
-HTuple JsonBuilder::numbered_dict(std::span<HTuple> values) {
-  auto* data = new DictData;
-  HTuple dict = Access::handle_tuple(Access::wrap(data));
-  data->table.adopt(names_.numbers(values.size()), entries_of(values));
-  return dict;
 }
 
 }  // namespace HalconCpp::detail

@@ -2,15 +2,17 @@
 #ifndef HALCONCPP_DICTS_JSON_BUILDER_H
 #define HALCONCPP_DICTS_JSON_BUILDER_H
 
-#include <cstdint>
+#include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "core/access.h"
 #include "core/string_blocks.h"
 #include "dicts/entry_table.h"
 #include "dicts/json.h"
-#include "dicts/json_keys.h"
 
 namespace HalconCpp::detail {
 
@@ -28,7 +30,11 @@ class JsonBuilder {
   bool add_true() { return add(options_.true_value); }
   bool add_false() { return add(options_.false_value); }
   bool add_null() { return add(options_.null_value); }
-  bool add_key(std::string_view text);
+  // The text stays valid until its object ends.
+  bool add_key(std::string_view text) {
+    keys_.push_back(text);
+    return true;
+  }
   bool begin();
   bool end_object();
   bool end_array();
@@ -46,23 +52,20 @@ class JsonBuilder {
   struct Level {
     std::size_t first_value;
     std::size_t first_key;
-    std::uint32_t number;
     bool holds_array = false;
-    bool may_repeat_keys = false;
   };
 
   bool reject_single_value();
-  HTuple object_dict(const Level& level, std::span<HTuple> values);
-  HTuple numbered_dict(std::span<HTuple> values);
+  HTuple key_tuple(std::span<const std::string_view> keys);
+  HTuple object_dict(std::span<const std::string_view> keys, std::span<HTuple> values);
   bool end(HTuple value, bool is_array);
 
   const JsonReading& options_;
   StringBlocks texts_;
-  JsonKeys names_{texts_};
   std::vector<Level> open_;
-  std::vector<HTuple> values_;           // of all open levels, the innermost one's last
-  std::vector<const StringData*> keys_;  // of all open objects likewise; names_ holds them
-  std::uint32_t levels_begun_ = 0;
+  std::vector<HTuple> values_;          // of all open levels, the innermost one's last
+  std::vector<std::string_view> keys_;  // of all open objects likewise
+  std::vector<HTuple> last_keys_;       // per depth those of the last object, none of them twice
   HTuple document_;
   std::string reason_;
 };

@@ -1,6 +1,12 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <forward_list>
+#include <new>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "core/failure.h"
 #include "core/file.h"
@@ -69,6 +75,7 @@ class Events : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Events> {
 
   JsonBuilder& builder_;
   bool has_escapes_;
+  std::forward_list<std::string> keys_;  // that differ from the text of the document
 };
 
 constexpr const char* too_large = "the number is too large for a real";
@@ -109,7 +116,7 @@ bool Events::add_unescaped(std::string_view text, bool is_key) {
       replaced += c;
     else
       unicode::append_utf8(replaced, unicode::replacement);
-  return is_key ? builder_.add_key(replaced) : builder_.add_text(replaced);
+  return is_key ? builder_.add_key(keys_.emplace_front(std::move(replaced))) : builder_.add_text(replaced);
 }
 
 // The first control character that JSON allows nowhere; the size of the text when there is none.

@@ -2,7 +2,7 @@
 #include <google/protobuf/arena.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/wire_format_lite.h>
-#include <onnx/onnx_pb.h>
+#include <onnx/onnx.pb.h>
 
 #include <algorithm>
 #include <array>

@@ -83,7 +83,7 @@ bool begins_like_json(std::string_view path) {
 HHandle read_dict(std::string_view path, const JsonReading& options) {
   if (is_container(path)) return read_container_handle(path, container::HandleKind::Dict);
   if (extension_of(path) == "json" || begins_like_json(path)) return read_json(path, options);
-  reject_file(path, "a dictionary file");
+  reject_file(path, dict_file);
 }
 
 void write_dict(std::string_view path, const DictData& dict, bool lenient) {

@@ -1,4 +1,8 @@
 // The operators that read and write 3D models and deep-learning models: the built-in container and other formats.
+#include <bit>
+#include <cstddef>
+#include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -9,9 +13,12 @@
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "core/memory_limit.h"
 #include "dlmodels/dl_model.h"
+#include "models3d/mesh.h"
 #include "models3d/mesh_file.h"
 #include "models3d/model3d.h"
+#include "unicode.h"
 
 namespace HalconCpp {
 
@@ -27,18 +34,32 @@ void check_scale(const HTuple& scale) {
   if (!is_meters && !is_one) fail("the scale must be 'm' or 1, which leave coordinates as they are");
 }
 
+// The UTF-8 of a text file in UTF-16 with a byte order mark, as some Windows programs write OBJ; empty for any other.
+std::string text_of_utf16(Bytes file) {
+  const bool is_big = text_of(file).starts_with("\xFE\xFF");
+  if (!is_big && !text_of(file).starts_with("\xFF\xFE")) return {};
+  std::u16string units;
+  const MemoryCharge charge(3 * file.size());
+  for (std::size_t i = 2; i + 1 < file.size(); i += 2)
+    units += is_big ? stored_value<char16_t, std::endian::big>(&file[i])
+                    : stored_value<char16_t, std::endian::little>(&file[i]);
+  return unicode::to_utf8(std::u16string_view(units));
+}
+
 HHandle read_model3d(std::string_view path) {
   if (is_container(path)) return read_container_handle(path, container::HandleKind::Model3d);
-  const Buffer<std::byte> file = read_file(path);
+  const Buffer<std::byte> content = read_file(path);
+  const std::string converted = text_of_utf16(content);
+  const Bytes file = converted.empty() ? Bytes(content) : std::as_bytes(std::span(converted));
   const MeshReader* reader = find_mesh_reader(file, extension_of(path));
-  if (!reader) reject_file(path, "a 3D model file");
+  if (!reader) reject_file(path, model3d_file);
   return Access::wrap(new Model3dData(reader->read(file)));
 }
 
 // ONNX has no magic: whatever else may be one is tried.
 HHandle read_dl_model(std::string_view path) {
   if (is_container(path)) return read_container_handle(path, container::HandleKind::DlModel);
-  if (extension_of(path) == "hdl") reject_file(path, "a deep-learning model file");
+  if (extension_of(path) == "hdl") reject_file(path, dl_model_file);
   return read_onnx(read_file(path));
 }
 

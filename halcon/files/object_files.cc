@@ -16,7 +16,7 @@ void ReadObject(HObject* object, const HTuple& file) {
   operate("ReadObject", [&] {
     const std::string_view path = text_argument(file, "the file name");
     HObject objects = in_file(path, [&] {
-      if (!is_container(path)) reject_file(path, "an object file");
+      if (!is_container(path)) reject_file(path, object_file);
       return read_container_objects(path);
     });
     *object = std::move(objects);

@@ -12,6 +12,13 @@
 
 namespace HalconCpp::detail {
 
+// Exchanges black and white.
+template <class T>
+void invert(ImageDraft& draft, std::size_t channel, std::size_t pixels, T max) {
+  T* const plane = draft.plane<T>(channel);
+  for (std::size_t i = 0; i < pixels; ++i) plane[i] = static_cast<T>(max - plane[i]);
+}
+
 // All samples are of 0..max; T is std::uint8_t or std::uint16_t. Channels after the colors are kept.
 template <class T>
 void cmyk_to_rgb(ImageDraft& draft, std::size_t pixels, std::uint32_t max) {

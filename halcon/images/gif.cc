@@ -29,7 +29,7 @@ constexpr int none = NO_TRANSPARENT_COLOR;
 constexpr std::size_t screen_size_at = 6, picture_size_at = 4, descriptor_bytes = 9;
 
 int read_source(GifFileType* gif, GifByteType* to, int bytes) {
-  return static_cast<int>(static_cast<MemorySource*>(gif->UserData)->read(to, static_cast<std::size_t>(bytes)));
+  return static_cast<int>(static_cast<MemoryFile*>(gif->UserData)->read(to, static_cast<std::size_t>(bytes)));
 }
 
 [[noreturn]] void fail_with(int error) {
@@ -61,13 +61,13 @@ class GifReader {
  public:
   explicit GifReader(Bytes file) {
     content_.append(file.data(), file.size());
-    source_.content = content_;
+    source_.source = content_;
     int error = 0;
     gif_ = DGifOpen(&source_, read_source, &error);
     if (gif_) return;
     // giflib does not say why it has no screen: the file ended, or there was no memory for the color table.
     if (error != D_GIF_ERR_NO_SCRN_DSCR) fail_with(error);
-    fail_with(source_.position >= source_.content.size() ? D_GIF_ERR_READ_FAILED : D_GIF_ERR_NOT_ENOUGH_MEM);
+    fail_with(source_.position >= content_.size() ? D_GIF_ERR_READ_FAILED : D_GIF_ERR_NOT_ENOUGH_MEM);
   }
   ~GifReader() { DGifCloseFile(gif_, nullptr); }
   GifReader(const GifReader&) = delete;
@@ -79,7 +79,7 @@ class GifReader {
   bool next(Frame& frame) {
     GraphicsControlBlock control{};
     control.TransparentColor = none;
-    for (GifRecordType type; !(has_frames_ && source_.position >= source_.content.size());) {
+    for (GifRecordType type; !(has_frames_ && source_.position >= content_.size());) {
       check(DGifGetRecordType(gif_, &type));
       if (type == TERMINATE_RECORD_TYPE) break;
       if (type == EXTENSION_RECORD_TYPE) {
@@ -146,7 +146,7 @@ class GifReader {
   }
 
   Buffer<std::byte> content_;  // a copy, for prepare_picture
-  MemorySource source_;
+  MemoryFile source_;
   GifFileType* gif_ = nullptr;
   bool has_frames_ = false;
 };

@@ -1,4 +1,4 @@
-// JPEG 2000 with OpenJPEG: JP2 files and bare codestreams to images, images to lossless JP2 files.
+// JPEG 2000 after ITU-T T.800, with OpenJPEG: JP2 files and bare codestreams to images, images to lossless JP2 files.
 #include <openjpeg.h>
 
 #include <algorithm>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/failure.h"
+#include "core/memory_limit.h"
 #include "images/colors.h"
 #include "images/formats.h"
 #include "images/jp2_check.h"
@@ -53,11 +54,11 @@ constexpr auto failed = static_cast<OPJ_SIZE_T>(-1);
 
 // The two parts of a checked file, one behind the other.
 struct Source {
-  MemorySource boxes, codestream;
+  MemoryFile boxes, codestream;
 
-  std::size_t size() const { return boxes.content.size() + codestream.content.size(); }
+  std::size_t size() const { return boxes.source.size() + codestream.source.size(); }
   void seek(std::size_t to) {
-    boxes.position = std::min(to, boxes.content.size());
+    boxes.position = std::min(to, boxes.source.size());
     codestream.position = to - boxes.position;
   }
   std::size_t position() const { return boxes.position + codestream.position; }
@@ -80,14 +81,14 @@ OPJ_BOOL seek_source(OPJ_OFF_T to, void* user) {
 }
 
 OPJ_SIZE_T write_sink(void* from, OPJ_SIZE_T bytes, void* user) {
-  return static_cast<MemorySink*>(user)->write(from, bytes) ? bytes : failed;
+  return static_cast<MemoryFile*>(user)->write(from, bytes) ? bytes : failed;
 }
 OPJ_OFF_T skip_sink(OPJ_OFF_T bytes, void* user) {
-  static_cast<MemorySink*>(user)->position += static_cast<std::size_t>(bytes);
+  static_cast<MemoryFile*>(user)->position += static_cast<std::size_t>(bytes);
   return bytes;
 }
 OPJ_BOOL seek_sink(OPJ_OFF_T to, void* user) {
-  static_cast<MemorySink*>(user)->position = static_cast<std::size_t>(to);
+  static_cast<MemoryFile*>(user)->position = static_cast<std::size_t>(to);
   return OPJ_TRUE;
 }
 
@@ -103,7 +104,7 @@ Stream open_stream(Source& source) {
   return stream;
 }
 
-Stream open_stream(MemorySink& sink) {
+Stream open_stream(MemoryFile& sink) {
   Stream stream = required(Stream(opj_stream_create(stream_buffer, OPJ_FALSE)));
   opj_stream_set_user_data(stream.get(), &sink, nullptr);
   opj_stream_set_write_function(stream.get(), write_sink);
@@ -138,19 +139,19 @@ Picture decode(const CheckedJp2& file) {
   return picture;
 }
 
-enum class Colours { AsStored, Ycc, Cmyk, Lab };
+enum class Colors { AsStored, Ycc, Cmyk, Lab };
 
-// A picture without a colour space whose second and third components are the smaller ones is YCC.
-Colours colours_of(const opj_image_t& picture) {
+// A picture without a color space whose second and third components are the smaller ones is YCC.
+Colors colors_of(const opj_image_t& picture) {
   const auto* parts = picture.comps;
   const bool unknown = picture.color_space == OPJ_CLRSPC_UNKNOWN || picture.color_space == OPJ_CLRSPC_UNSPECIFIED;
-  if (picture.numcomps >= 4 && picture.color_space == OPJ_CLRSPC_CMYK) return Colours::Cmyk;
-  if (picture.numcomps < 3) return Colours::AsStored;
-  // OpenJPEG hands over the parameters of L*a*b* as a profile of no length.
-  if (picture.icc_profile_buf && picture.icc_profile_len == 0) return Colours::Lab;
-  if (picture.color_space == OPJ_CLRSPC_SYCC || picture.color_space == OPJ_CLRSPC_EYCC) return Colours::Ycc;
+  if (picture.numcomps >= 4 && picture.color_space == OPJ_CLRSPC_CMYK) return Colors::Cmyk;
+  if (picture.numcomps < 3) return Colors::AsStored;
+  // OpenJPEG gives the parameters of L*a*b* as a profile of no length.
+  if (picture.icc_profile_buf && picture.icc_profile_len == 0) return Colors::Lab;
+  if (picture.color_space == OPJ_CLRSPC_SYCC || picture.color_space == OPJ_CLRSPC_EYCC) return Colors::Ycc;
   const bool smaller = parts[0].dx == 1 && parts[1].dx > 1 && parts[2].dx == parts[1].dx;
-  return unknown && smaller ? Colours::Ycc : Colours::AsStored;
+  return unknown && smaller ? Colors::Ycc : Colors::AsStored;
 }
 
 // How the samples of all components become pixels of one type. Samples are signed in the image when they are so in
@@ -162,14 +163,14 @@ struct Scale {
   bool is_signed = false;
 };
 
-Scale scale_of(const opj_image_t& picture, Colours colours) {
+Scale scale_of(const opj_image_t& picture, Colors colors) {
   Scale scale;
-  scale.is_signed = colours == Colours::AsStored;
+  scale.is_signed = colors == Colors::AsStored;
   for (OPJ_UINT32 c = 0; c < picture.numcomps; ++c) {
     scale.bits = std::max(scale.bits, picture.comps[c].prec);
     scale.is_signed = scale.is_signed && picture.comps[c].sgnd;
   }
-  if (scale.bits > 31 || (scale.bits > 16 && colours != Colours::AsStored))
+  if (scale.bits > 31 || (scale.bits > 16 && colors != Colors::AsStored))
     fail("its samples of " + std::to_string(scale.bits) + " bits are too wide to be read");
   if (scale.bits > 16)
     scale.type = PixelType::Int4;
@@ -252,15 +253,15 @@ LabCoding lab_coding(const opj_image_t& picture, unsigned bits) {
 }
 
 template <class T>
-void convert_colours(const opj_image_t& picture, Colours colours, unsigned bits, ImageDraft& draft) {
+void convert_colors(const opj_image_t& picture, Colors colors, unsigned bits, ImageDraft& draft) {
   const std::size_t pixels = std::size_t{picture.x1 - picture.x0} * (picture.y1 - picture.y0);
   const std::uint32_t max = (1u << bits) - 1;
-  if (colours == Colours::Ycc) ycc_to_rgb<T>(draft, pixels, max);
-  if (colours == Colours::Cmyk) cmyk_to_rgb<T>(draft, pixels, max);
-  if (colours == Colours::Lab) lab_to_rgb<T>(draft, pixels, lab_coding(picture, bits), max);
+  if (colors == Colors::Ycc) ycc_to_rgb<T>(draft, pixels, max);
+  if (colors == Colors::Cmyk) cmyk_to_rgb<T>(draft, pixels, max);
+  if (colors == Colors::Lab) lab_to_rgb<T>(draft, pixels, lab_coding(picture, bits), max);
 }
 
-// A picture to be encoded. Three and four channels are colours; the fourth and the second are taken for an alpha
+// A picture to be encoded. Three and four channels are colors; the fourth and the second are taken for an alpha
 // channel.
 template <class T>
 Picture make_picture(const Image& image) {
@@ -300,19 +301,20 @@ Picture make_picture(const Image& image) {
 
 ImageRef read_jp2(Bytes file) {
   const CheckedJp2 checked = check_jp2(file);
+  const MemoryCharge charge(checked.decoded_bytes);
   const Picture picture = decode(checked);
   const std::uint32_t width = picture->x1 - picture->x0, height = picture->y1 - picture->y0;
   check_image_size(width, height, picture->numcomps, PixelType::Int4, file.size());
-  const Colours colours = colours_of(*picture);
-  const Scale scale = scale_of(*picture, colours);
+  const Colors colors = colors_of(*picture);
+  const Scale scale = scale_of(*picture, colors);
   ImageDraft draft(scale.type, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), picture->numcomps);
   with_pixel_type(scale.type, [&](auto pixel) {
     using T = decltype(pixel);
     for (OPJ_UINT32 c = 0; c < picture->numcomps; ++c)
       fill_plane(*picture, picture->comps[c], scale, draft.plane<T>(c));
   });
-  if (scale.type == PixelType::Byte) convert_colours<std::uint8_t>(*picture, colours, scale.bits, draft);
-  if (scale.type == PixelType::UInt2) convert_colours<std::uint16_t>(*picture, colours, scale.bits, draft);
+  if (scale.type == PixelType::Byte) convert_colors<std::uint8_t>(*picture, colors, scale.bits, draft);
+  if (scale.type == PixelType::UInt2) convert_colors<std::uint16_t>(*picture, colors, scale.bits, draft);
   if (checked.gray_palette && draft.channels() == 3) draft.keep_channels(1);
   return draft.finish();
 }
@@ -326,7 +328,7 @@ Buffer<std::byte> write_jp2(const Image& image) {
   parameters.tcp_mct = picture->color_space == OPJ_CLRSPC_SRGB;
   while (parameters.numresolution > 1 && 1 << (parameters.numresolution - 1) > std::min(image.width, image.height))
     --parameters.numresolution;
-  MemorySink sink;
+  MemoryFile sink;
   Message message{};
   const Codec codec = required(Codec(opj_create_compress(OPJ_CODEC_JP2)));
   const Stream stream = open_stream(sink);
@@ -337,7 +339,7 @@ Buffer<std::byte> write_jp2(const Image& image) {
                     opj_encode(codec.get(), stream.get()) && opj_end_compress(codec.get(), stream.get());
   if (sink.out_of_memory) throw std::bad_alloc();
   if (!done) reject_because(message);
-  return std::move(sink.content);
+  return std::move(sink.written);
 }
 
 }  // namespace HalconCpp::detail

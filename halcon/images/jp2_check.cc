@@ -112,6 +112,10 @@ class Codestream {
     return bytes_.first(bytes_.size() - cursor.left());
   }
 
+  std::uint64_t decoded_bytes() const {
+    return width_ * height_ * (components_ + palette_channels_) * sizeof(std::int32_t);
+  }
+
  private:
   static Cursor segment(Cursor& cursor) {
     const std::uint32_t length = cursor.number(2);
@@ -282,7 +286,11 @@ Buffer<std::byte> make_boxes(const Header& header) {
 }  // namespace
 
 CheckedJp2 check_jp2(Bytes file) {
-  if (starts_with(file, "\xff\x4f")) return {{}, Codestream(file, 0).check(), false};
+  if (starts_with(file, "\xff\x4f")) {
+    Codestream codestream(file, 0);
+    const Bytes checked = codestream.check();
+    return {{}, checked, codestream.decoded_bytes(), false};
+  }
   Cursor cursor(file);
   Bytes header_content;
   Box box = next_box(cursor);
@@ -290,7 +298,9 @@ CheckedJp2 check_jp2(Bytes file) {
     if (box.type == box_type("jp2h") && header_content.empty()) header_content = box.content;
   const Header header(header_content);
   const Palette palette = header.palette();
-  return {make_boxes(header), Codestream(box.content, palette.channels).check(), palette.gray};
+  Codestream codestream(box.content, palette.channels);
+  const Bytes checked = codestream.check();
+  return {make_boxes(header), checked, codestream.decoded_bytes(), palette.gray};
 }
 
 }  // namespace HalconCpp::detail

@@ -10,9 +10,10 @@ namespace HalconCpp::detail {
 
 // What OpenJPEG is to read: `boxes` (empty for a bare codestream), then `codestream`.
 struct CheckedJp2 {
-  Buffer<std::byte> boxes;    // our own: signature, file type, header, and the front of the codestream's box
-  Bytes codestream;           // in the file, up to its end marker
-  bool gray_palette = false;  // three columns that hold grays only
+  Buffer<std::byte> boxes;          // our own: signature, file type, header, and the front of the codestream's box
+  Bytes codestream;                 // in the file, up to its end marker
+  std::uint64_t decoded_bytes = 0;  // of the samples in OpenJPEG, four for each
+  bool gray_palette = false;        // three columns that hold grays only
 };
 
 // Rejects a file that is cut short, that misses tiles, or whose declared size, tiles, packets and code-blocks would

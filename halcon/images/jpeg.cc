@@ -1,5 +1,8 @@
+// JPEG after ITU-T T.81 and JFIF 1.02, with libjpeg-turbo: Huffman or arithmetic codes of 8 bits, sequential or
+// progressive.
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 // After <cstdio>, which it needs.
 #include <jerror.h>
 #include <jpeglib.h>
@@ -10,6 +13,8 @@
 
 #include "core/failure.h"
 #include "core/limits.h"
+#include "core/memory_limit.h"
+#include "images/colors.h"
 #include "images/formats.h"
 #include "images/jump.h"
 #include "images/pixels.h"
@@ -21,7 +26,7 @@ namespace {
 constexpr int quality = 90;
 
 // Fewer than the limit where the picture is so large that each is costly.
-int most_scans(std::uint64_t samples, std::uint64_t file_bytes) {
+int max_scans(std::uint64_t samples, std::uint64_t file_bytes) {
   const std::uint64_t visits = std::max(std::uint64_t{1} << 33, file_bytes * limits::decoded_per_byte);
   return static_cast<int>(std::clamp<std::uint64_t>(visits / samples, 20, limits::jpeg_scans));
 }
@@ -41,7 +46,7 @@ Failure& failure_of(j_common_ptr jpeg) { return *reinterpret_cast<Failure*>(jpeg
   std::longjmp(failure.place, 1);
 }
 
-// Warnings after which the pixels are still those that were written: bytes between the segments, versions and colour
+// Warnings after which the pixels are still those that were written: bytes between the segments, versions and color
 // codes of application segments, scan parameters that a sequential image has no use for. Every other one means that
 // data is missing or damaged.
 bool is_harmless(int warning) {
@@ -80,25 +85,15 @@ void call_jpeg(Failure& failure, Body&& body) {
 // The library reaches it through its first member.
 struct ScanCount {
   jpeg_progress_mgr manager;
-  int most;
+  int max;
 };
 
 void count_scans(j_common_ptr jpeg) {
-  const int most = reinterpret_cast<ScanCount*>(jpeg->progress)->most;
-  if (reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number <= most) return;
+  const int max = reinterpret_cast<ScanCount*>(jpeg->progress)->max;
+  if (reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number <= max) return;
   Failure& failure = failure_of(jpeg);
-  std::snprintf(failure.text, sizeof failure.text, "more than %d scans", most);
+  std::snprintf(failure.text, sizeof failure.text, "more than %d scans", max);
   std::longjmp(failure.place, 1);
-}
-
-// Ink to light. Files with Adobe's marker store the inks turned round.
-void cmyk_to_rgb(const JSAMPLE* inks, std::size_t pixels, bool turned, JSAMPLE* rgb) noexcept {
-  const unsigned turn = turned ? 0 : 255;
-  for (std::size_t i = 0; i < pixels; ++i) {
-    const unsigned black = inks[4 * i + 3] ^ turn;
-    for (std::size_t c = 0; c < 3; ++c)
-      rgb[3 * i + c] = static_cast<JSAMPLE>(((inks[4 * i + c] ^ turn) * black + 127) / 255);
-  }
 }
 
 class Decoder {
@@ -111,17 +106,21 @@ class Decoder {
   ImageRef decode() {
     call_jpeg(failure_, [this] { read_header(); });
     if (jpeg_.num_components == 2 || jpeg_.num_components > 4)
-      fail("JPEG of " + std::to_string(jpeg_.num_components) + " colour components is not read");
+      fail("JPEG of " + std::to_string(jpeg_.num_components) + " color components is not read");
     if (jpeg_.data_precision != 8)
       fail("JPEG of " + std::to_string(jpeg_.data_precision) + " bits per sample is not read");
-    const std::size_t channels = jpeg_.num_components == 1 ? 1 : 3, width = jpeg_.image_width;
+    const auto channels = static_cast<std::size_t>(jpeg_.num_components), width = std::size_t{jpeg_.image_width};
     check_image_size(width, jpeg_.image_height, channels, PixelType::Byte, file_.size());
+    // An image of several scans keeps its coefficients, of 16 bits each.
+    const std::size_t samples = width * jpeg_.image_height * channels;
+    const MemoryCharge coefficients(jpeg_has_multiple_scans(&jpeg_) ? samples * sizeof(JCOEF) : 0);
     scans_.manager.progress_monitor = count_scans;
-    scans_.most = most_scans(width * jpeg_.image_height * channels, file_.size());
+    scans_.max = max_scans(samples, file_.size());
     ImageDraft draft(PixelType::Byte, static_cast<std::int32_t>(width), static_cast<std::int32_t>(jpeg_.image_height),
                      channels);
-    Buffer<JSAMPLE> row(width * static_cast<std::size_t>(jpeg_.num_components)), rgb(width * 3);
-    call_jpeg(failure_, [&] { read_rows(draft, row.data(), rgb.data()); });
+    Buffer<JSAMPLE> row(width * channels);
+    call_jpeg(failure_, [&] { read_rows(draft, row.data()); });
+    if (channels == 4) convert_inks(draft, samples / channels);
     return draft.finish();
   }
 
@@ -136,16 +135,21 @@ class Decoder {
   }
 
   // What follows the last row is not looked at.
-  void read_rows(ImageDraft& draft, JSAMPLE* row, JSAMPLE* rgb) {
+  void read_rows(ImageDraft& draft, JSAMPLE* row) {
     const std::size_t width = jpeg_.image_width;
     jpeg_.progress = &scans_.manager;
     jpeg_start_decompress(&jpeg_);
     for (std::size_t at = 0; jpeg_.output_scanline < jpeg_.output_height; at += width) {
       JSAMPLE* target = jpeg_.num_components == 1 ? draft.plane<JSAMPLE>(0) + at : row;
       jpeg_read_scanlines(&jpeg_, &target, 1);
-      if (jpeg_.num_components == 4) cmyk_to_rgb(row, width, jpeg_.saw_Adobe_marker, rgb);
-      if (jpeg_.num_components > 1) split_pixels(jpeg_.num_components == 3 ? row : rgb, width, draft, at);
+      if (jpeg_.num_components > 1) split_pixels(row, width, draft, at);
     }
+  }
+
+  // Files with Adobe's marker store the inks inverted.
+  void convert_inks(ImageDraft& draft, std::size_t pixels) const {
+    for (std::size_t c = 0; jpeg_.saw_Adobe_marker && c < 4; ++c) invert<JSAMPLE>(draft, c, pixels, MAXJSAMPLE);
+    cmyk_to_rgb<JSAMPLE>(draft, pixels, MAXJSAMPLE);
   }
 
   Bytes file_;
@@ -157,7 +161,10 @@ class Decoder {
 class Encoder {
  public:
   Encoder() noexcept = default;
-  ~Encoder() { jpeg_destroy_compress(&jpeg_); }
+  ~Encoder() {
+    jpeg_destroy_compress(&jpeg_);
+    std::free(file_);
+  }
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
 
@@ -172,23 +179,16 @@ class Encoder {
       }
       jpeg_finish_compress(&jpeg_);
     });
-    return std::move(file_);
+    Buffer<std::byte> file;
+    file.append(reinterpret_cast<const std::byte*>(file_), size_);
+    return file;
   }
 
  private:
   void start(const Image& image) {
     jpeg_.err = watch(failure_);
     jpeg_create_compress(&jpeg_);
-    target_.init_destination = [](j_compress_ptr jpeg) { of(jpeg).empty(); };
-    target_.empty_output_buffer = [](j_compress_ptr jpeg) -> boolean {
-      of(jpeg).flush(sizeof block_);
-      return TRUE;
-    };
-    target_.term_destination = [](j_compress_ptr jpeg) {
-      of(jpeg).flush(sizeof block_ - of(jpeg).target_.free_in_buffer);
-    };
-    jpeg_.dest = &target_;
-    jpeg_.client_data = this;
+    jpeg_mem_dest(&jpeg_, &file_, &size_);
     jpeg_.image_width = static_cast<JDIMENSION>(image.width);
     jpeg_.image_height = static_cast<JDIMENSION>(image.height);
     jpeg_.input_components = static_cast<int>(image.channels.size());
@@ -198,29 +198,9 @@ class Encoder {
     jpeg_start_compress(&jpeg_, TRUE);
   }
 
-  static Encoder& of(j_compress_ptr jpeg) { return *static_cast<Encoder*>(jpeg->client_data); }
-  void empty() {
-    target_.next_output_byte = block_;
-    target_.free_in_buffer = sizeof block_;
-  }
-  void flush(std::size_t count) {
-    if (!append(count)) ERREXIT1(&jpeg_, JERR_OUT_OF_MEMORY, 0);
-    empty();
-  }
-  // No exception may cross the library.
-  bool append(std::size_t count) noexcept {
-    try {
-      file_.append(reinterpret_cast<const std::byte*>(block_), count);
-      return true;
-    } catch (const std::bad_alloc&) {
-      return false;
-    }
-  }
-
-  JOCTET block_[1 << 14];
-  Buffer<std::byte> file_;
+  unsigned char* file_ = nullptr;  // allocated by the library
+  unsigned long size_ = 0;
   Failure failure_{};
-  jpeg_destination_mgr target_{};
   jpeg_compress_struct jpeg_{};
 };
 

@@ -1,4 +1,4 @@
-// JPEG XR through jxrlib.
+// JPEG XR after ITU-T T.832 (container: Annex A), with jxrlib.
 #include <string>
 
 #include "core/failure.h"
@@ -74,7 +74,7 @@ class Decoder {
   void open() {
     if (CreateWS_Memory(&stream_, file_.data(), file_.size()) < 0 || PKImageDecode_Create_WMP(&decoder_) < 0)
       throw std::bad_alloc();
-    if (decoder_->Initialize(decoder_, stream_) < 0) fail("is no sound JPEG XR file");
+    if (decoder_->Initialize(decoder_, stream_) < 0) fail("is not a JPEG XR file that can be read");
   }
 
   void close() noexcept {
@@ -112,7 +112,7 @@ Layout layout_of(PKImageDecode* decoder) {
   const bool known = info.bdBitDepth == BD_1 || info.bdBitDepth == BD_8 || info.bdBitDepth == BD_16 ||
                      info.bdBitDepth == BD_32F || packed;
   if (!color || !known)
-    fail("JPEG XR samples of kind " + std::to_string(info.bdBitDepth) + " and colour space " +
+    fail("JPEG XR samples of kind " + std::to_string(info.bdBitDepth) + " and color space " +
          std::to_string(info.uInterpretation) + " are not read");
   const PixelType type = info.bdBitDepth == BD_16    ? PixelType::UInt2
                          : info.bdBitDepth == BD_32F ? PixelType::Real
@@ -134,24 +134,28 @@ void split_row(const std::byte* row, const Layout& layout, std::size_t width, Im
   }
 }
 
+// Bits and packed colors are those of the plain formats.
+Raster raster_of(const Layout& layout, std::size_t width, std::size_t height) {
+  Raster raster;
+  raster.width = static_cast<std::uint32_t>(width);
+  raster.height = static_cast<std::uint32_t>(height);
+  raster.bits = static_cast<unsigned>(layout.bits);
+  raster.row_bytes = layout.row_bytes(width);
+  raster.order = std::endian::native;
+  raster.palette.set(1, 255, 255, 255);
+  if (layout.depth == BD_5) raster.masks = {0x7C00, 0x3E0, 0x1F};
+  if (layout.depth == BD_565) raster.masks = {0xF800, 0x7E0, 0x1F};
+  return raster;
+}
+
 ImageRef split(const Buffer<std::byte>& pixels, const Layout& layout, std::size_t width, std::size_t height) {
+  if (layout.depth == BD_1 || layout.depth == BD_5 || layout.depth == BD_565)
+    return read_raster(raster_of(layout, width, height), pixels);
   ImageDraft draft(layout.type, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), layout.channels);
-  Palette two_colors;
-  two_colors.set(1, 255, 255, 255);
-  IndexRow indices(1, layout.depth == BD_1 ? width : 0);
-  const std::uint32_t red = layout.depth == BD_565 ? 0xF800 : 0x7C00, green = layout.depth == BD_565 ? 0x7E0 : 0x3E0;
-  const PackedPixels packed({red, green, 0x1F}, 2, std::endian::native);
-  for (std::size_t y = 0; y < height; ++y) {
-    const std::byte* row = pixels.data() + y * layout.row_bytes(width);
-    const auto* bits = reinterpret_cast<const std::uint8_t*>(row);
-    if (layout.depth == BD_1)
-      two_colors.put(indices(bits), width, draft, y * width);
-    else if (layout.depth == BD_5 || layout.depth == BD_565)
-      packed.put(bits, width, draft, y * width);
-    else
-      with_pixel_type(layout.type,
-                      [&](auto pixel) { split_row<decltype(pixel)>(row, layout, width, draft, y * width); });
-  }
+  with_pixel_type(layout.type, [&](auto pixel) {
+    for (std::size_t y = 0; y < height; ++y)
+      split_row<decltype(pixel)>(pixels.data() + y * layout.row_bytes(width), layout, width, draft, y * width);
+  });
   return draft.finish();
 }
 
@@ -163,7 +167,7 @@ ImageRef read_jxr(Bytes file) {
   const std::size_t width = decoder->uWidth, height = decoder->uHeight;  // as stored, before any turning
   check_image_size(width, height, layout.channels, layout.type, file.size());
 
-  decoder->WMP.wmiSCP.uAlphaMode = layout.alpha ? 2 : 0;  // 2: colours and alpha
+  decoder->WMP.wmiSCP.uAlphaMode = layout.alpha ? 2 : 0;  // 2: colors and alpha
   decoder->WMP.wmiI.oOrientation = O_NONE;
   const PKRect area{0, 0, static_cast<I32>(width), static_cast<I32>(height)};
   Buffer<std::byte> pixels(layout.row_bytes(width) * height);

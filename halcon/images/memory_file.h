@@ -10,30 +10,29 @@
 
 namespace HalconCpp::detail {
 
-struct MemorySource {
-  Bytes content;
-  std::size_t position = 0;  // may be beyond the end, where nothing is read
+struct MemoryFile {
+  Bytes source;  // of a file to be read
+  Buffer<std::byte> written{};
+  std::size_t position = 0;  // may be beyond the end: nothing is read there, and a write fills the gap with zeros
+  bool out_of_memory = false;
+
+  Bytes content() const noexcept { return written.empty() ? source : Bytes(written); }
 
   std::size_t read(void* to, std::size_t bytes) noexcept {
-    const std::size_t count = std::min(bytes, content.size() - std::min(position, content.size()));
-    if (count) std::memcpy(to, content.data() + position, count);
+    const Bytes rest = content().subspan(std::min(position, content().size()));
+    const std::size_t count = std::min(bytes, rest.size());
+    if (count) std::memcpy(to, rest.data(), count);
     position += count;
     return count;
   }
-};
-
-struct MemorySink {
-  Buffer<std::byte> content;
-  std::size_t position = 0;  // may be beyond the end; a write then fills the gap with zeros
-  bool out_of_memory = false;
 
   bool write(const void* from, std::size_t bytes) noexcept {
     try {
-      while (content.size() < position) content.push_back(std::byte{0});
-      const std::size_t over = std::min(bytes, content.size() - position);
-      if (over) std::memcpy(content.data() + position, from, over);
-      content.append(static_cast<const std::byte*>(from) + over, bytes - over);
-    } catch (const std::bad_alloc&) {
+      while (written.size() < position) written.push_back(std::byte{0});
+      const std::size_t over = std::min(bytes, written.size() - position);
+      if (over) std::memcpy(written.data() + position, from, over);
+      written.append(static_cast<const std::byte*>(from) + over, bytes - over);
+    } catch (...) {  // no memory, or none that the call may take
       out_of_memory = true;
       return false;
     }

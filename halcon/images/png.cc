@@ -1,7 +1,7 @@
+// PNG after "Portable Network Graphics, 2nd edition" (W3C, 2003), with libpng.
 #include <png.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstdio>
 #include <string>
@@ -9,7 +9,9 @@
 #include "core/failure.h"
 #include "images/formats.h"
 #include "images/jump.h"
+#include "images/memory_file.h"
 #include "images/pixels.h"
+#include "images/raster.h"
 
 namespace HalconCpp::detail {
 
@@ -53,12 +55,12 @@ class Decoder {
     call_png(failure_, [this] { read_header(); });
     const bool palette = color_ == PNG_COLOR_TYPE_PALETTE;
     const PixelType type = depth_ == 16 ? PixelType::UInt2 : PixelType::Byte;
-    const std::size_t channels = palette ? palette_channels() : png_get_channels(png_, info_);
+    const std::size_t channels = palette ? palette_.channels() : png_get_channels(png_, info_);
     check_image_size(width_, height_, channels, type, file_bytes);
     ImageDraft draft(type, static_cast<std::int32_t>(width_), static_cast<std::int32_t>(height_), channels);
     call_png(failure_, [this] { start_rows(); });
     if (palette)
-      read_rows<std::uint8_t>([&](const std::uint8_t* row, std::size_t at) { look_up(row, draft, at); });
+      read_rows<std::uint8_t>([&](const std::uint8_t* row, std::size_t at) { palette_.put(row, width_, draft, at); });
     else if (type == PixelType::UInt2)
       read_rows<std::uint16_t>([&](const std::uint16_t* row, std::size_t at) { split_pixels(row, width_, draft, at); });
     else
@@ -85,27 +87,16 @@ class Decoder {
     if (color_ == PNG_COLOR_TYPE_PALETTE) load_palette();
   }
 
-  // Indexes beyond the palette are black, as libpng has them.
   void load_palette() {
     png_colorp colors = nullptr;
+    png_bytep alpha = nullptr;
     int count = 0;
     png_get_PLTE(png_, info_, &colors, &count);
-    for (int i = 0; i < count; ++i) {
-      palette_[0][i] = colors[i].red;
-      palette_[1][i] = colors[i].green;
-      palette_[2][i] = colors[i].blue;
-    }
-    palette_[3].fill(255);
-    png_bytep alpha = nullptr;
-    if (png_get_tRNS(png_, info_, &alpha, &count, nullptr) && alpha) {
-      transparent_ = true;
-      std::copy_n(alpha, std::min(count, 256), palette_[3].begin());
-    }
-  }
-
-  std::size_t palette_channels() const {
-    if (transparent_) return 4;
-    return palette_[0] == palette_[1] && palette_[0] == palette_[2] ? 1 : 3;
+    for (int i = 0; i < count; ++i)
+      palette_.set(static_cast<std::size_t>(i), colors[i].red, colors[i].green, colors[i].blue);
+    count = 0;
+    if (png_get_tRNS(png_, info_, &alpha, &count, nullptr) && alpha)
+      for (int i = 0; i < std::min(count, 256); ++i) palette_.set_alpha(static_cast<std::size_t>(i), alpha[i]);
   }
 
   void start_rows() {
@@ -135,21 +126,13 @@ class Decoder {
     });
   }
 
-  void look_up(const std::uint8_t* row, ImageDraft& draft, std::size_t at) const noexcept {
-    for (std::size_t c = 0; c < draft.channels(); ++c) {
-      std::uint8_t* const plane = draft.plane<std::uint8_t>(c) + at;
-      for (std::size_t x = 0; x < width_; ++x) plane[x] = palette_[c][row[x]];
-    }
-  }
-
   Bytes left_;
   Failure failure_;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
   png_uint_32 width_ = 0, height_ = 0;
   int depth_ = 0, color_ = 0, passes_ = 1;
-  std::array<std::array<std::uint8_t, 256>, 4> palette_{};  // red, green, blue, alpha
-  bool transparent_ = false;
+  Palette palette_;
 };
 
 class Encoder {
@@ -173,7 +156,7 @@ class Encoder {
     const auto width = static_cast<std::size_t>(image.width);
     Buffer<T> row(width * image.channels.size());
     call_png(failure_, [&] {
-      png_set_write_fn(png_, this, write_bytes, nullptr);
+      png_set_write_fn(png_, &file_, write_bytes, nullptr);
       png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // as for reading
       png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height),
                    8 * sizeof(T), colors[image.channels.size() - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
@@ -189,24 +172,15 @@ class Encoder {
       }
       png_write_end(png_, info_);
     });
-    return std::move(file_);
+    return std::move(file_.written);
   }
 
  private:
-  // No exception may cross the library.
   static void write_bytes(png_structp png, png_bytep from, std::size_t count) {
-    if (!static_cast<Encoder*>(png_get_io_ptr(png))->append(from, count)) png_error(png, "out of memory");
-  }
-  bool append(png_bytep from, std::size_t count) noexcept {
-    try {
-      file_.append(reinterpret_cast<const std::byte*>(from), count);
-      return true;
-    } catch (const std::bad_alloc&) {
-      return false;
-    }
+    if (!static_cast<MemoryFile*>(png_get_io_ptr(png))->write(from, count)) png_error(png, "out of memory");
   }
 
-  Buffer<std::byte> file_;
+  MemoryFile file_;
   Failure failure_;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;

@@ -27,7 +27,8 @@ std::uint32_t Fields::number(std::uint64_t at, std::size_t bytes) const {
 }
 
 Palette::Palette(const std::uint8_t* from, std::size_t colors, std::size_t step,
-                 std::array<std::size_t, 3> offsets) noexcept {
+                 std::array<std::size_t, 3> offsets) noexcept
+    : Palette() {
   for (std::size_t i = 0; i < colors; ++i, from += step) set(i, from[offsets[0]], from[offsets[1]], from[offsets[2]]);
 }
 
@@ -45,6 +46,11 @@ void Palette::set(std::size_t index, std::uint8_t red, std::uint8_t green, std::
   tables_[1][index] = green;
   tables_[2][index] = blue;
   gray_ = gray_ && red == green && green == blue;
+}
+
+void Palette::set_alpha(std::size_t index, std::uint8_t alpha) noexcept {
+  tables_[3][index] = alpha;
+  alpha_ = true;
 }
 
 void Palette::put(const std::uint8_t* indices, std::size_t pixels, ImageDraft& draft, std::size_t at) const noexcept {

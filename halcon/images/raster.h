@@ -49,28 +49,26 @@ class ByteStream {
   std::size_t at_ = 0;
 };
 
-// Up to 256 colors. Indices that were given no color are black.
+// Up to 256 colors. Indices that were given no color are black; those that were given no alpha are opaque.
 class Palette {
  public:
-  Palette() = default;
+  Palette() noexcept { tables_[3].fill(255); }
   // Color i has its red, green and blue at from[i * step + offset of the channel].
   Palette(const std::uint8_t* from, std::size_t colors, std::size_t step, std::array<std::size_t, 3> offsets) noexcept;
   // Black to white.
   static Palette gray_ramp(std::size_t colors) noexcept;
 
   void set(std::size_t index, std::uint8_t red, std::uint8_t green, std::uint8_t blue) noexcept;
-  // The entry of channel 0, 1 or 2; of channel 3, alpha, always 255.
-  std::uint8_t value(std::size_t channel, std::size_t index) const noexcept {
-    return channel < 3 ? tables_[channel][index] : 255;
-  }
-  // 1 when all colors are gray, otherwise 3.
-  std::size_t channels() const noexcept { return gray_ ? 1 : 3; }
+  void set_alpha(std::size_t index, std::uint8_t alpha) noexcept;
+  std::uint8_t value(std::size_t channel, std::size_t index) const noexcept { return tables_[channel][index]; }
+  // 4 when a color was given its alpha; otherwise 1 when all colors are gray, and 3.
+  std::size_t channels() const noexcept { return alpha_ ? 4 : gray_ ? 1 : 3; }
   // The colors of `indices` become pixels of `draft` from pixel `at` on.
   void put(const std::uint8_t* indices, std::size_t pixels, ImageDraft& draft, std::size_t at) const noexcept;
 
  private:
-  std::array<std::array<std::uint8_t, 256>, 3> tables_{};
-  bool gray_ = true;
+  std::array<std::array<std::uint8_t, 256>, 4> tables_{};  // red, green, blue, alpha
+  bool gray_ = true, alpha_ = false;
 };
 
 // How a file holds its pixels:

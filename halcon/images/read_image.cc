@@ -34,7 +34,7 @@ Images read_images(std::string_view path) {
     if (reader.read) return reader.read(file);
     fail("this build reads no " + std::string(reader.name) + " files (" + reader.missing + ")");
   }
-  reject_file(path, "an image file");
+  reject_file(path, image_file);
 }
 
 // The files of one call, read in several threads, all of which have ended when `read` returns. Each thread takes the

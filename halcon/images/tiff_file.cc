@@ -10,48 +10,30 @@ namespace HalconCpp::detail {
 
 namespace {
 
-MemorySource& source_of(thandle_t handle) { return *static_cast<MemorySource*>(handle); }
-MemorySink& sink_of(thandle_t handle) { return *static_cast<MemorySink*>(handle); }
+MemoryFile& file_of(thandle_t handle) { return *static_cast<MemoryFile*>(handle); }
 
-tmsize_t read_source(thandle_t handle, void* to, tmsize_t bytes) {
-  return static_cast<tmsize_t>(source_of(handle).read(to, static_cast<std::size_t>(bytes)));
+tmsize_t read_file(thandle_t handle, void* to, tmsize_t bytes) {
+  return static_cast<tmsize_t>(file_of(handle).read(to, static_cast<std::size_t>(bytes)));
 }
-tmsize_t write_nothing(thandle_t, void*, tmsize_t) { return 0; }
-
-toff_t seek_source(thandle_t handle, toff_t offset, int whence) {
-  MemorySource& source = source_of(handle);
-  if (whence == SEEK_CUR) offset += source.position;
-  if (whence == SEEK_END) offset += source.content.size();
-  return source.position = static_cast<std::size_t>(offset);
+tmsize_t write_file(thandle_t handle, void* from, tmsize_t bytes) {
+  return file_of(handle).write(from, static_cast<std::size_t>(bytes)) ? bytes : -1;
 }
-toff_t source_size(thandle_t handle) { return source_of(handle).content.size(); }
+toff_t seek_file(thandle_t handle, toff_t offset, int whence) {
+  MemoryFile& file = file_of(handle);
+  if (whence == SEEK_CUR) offset += file.position;
+  if (whence == SEEK_END) offset += file.content().size();
+  return file.position = static_cast<std::size_t>(offset);
+}
+toff_t size_of_file(thandle_t handle) { return file_of(handle).content().size(); }
 
-// libtiff only reads what it maps for reading.
-int map_source(thandle_t handle, void** base, toff_t* size) {
-  const Bytes content = source_of(handle).content;
+// libtiff maps only files that it reads, and does not write there.
+int map_file(thandle_t handle, void** base, toff_t* size) {
+  const Bytes content = file_of(handle).content();
   *base = const_cast<std::byte*>(content.data());
   *size = content.size();
   return 1;
 }
-void unmap_source(thandle_t, void*, toff_t) {}
-
-tmsize_t read_sink(thandle_t handle, void* to, tmsize_t bytes) {
-  MemorySink& sink = sink_of(handle);
-  MemorySource written{sink.content, sink.position};
-  const std::size_t count = written.read(to, static_cast<std::size_t>(bytes));
-  sink.position = written.position;
-  return static_cast<tmsize_t>(count);
-}
-tmsize_t write_sink(thandle_t handle, void* from, tmsize_t bytes) {
-  return sink_of(handle).write(from, static_cast<std::size_t>(bytes)) ? bytes : -1;
-}
-toff_t seek_sink(thandle_t handle, toff_t offset, int whence) {
-  MemorySink& sink = sink_of(handle);
-  if (whence == SEEK_CUR) offset += sink.position;
-  if (whence == SEEK_END) offset += sink.content.size();
-  return sink.position = static_cast<std::size_t>(offset);
-}
-toff_t sink_size(thandle_t handle) { return sink_of(handle).content.size(); }
+void unmap_file(thandle_t, void*, toff_t) {}
 
 int close_nothing(thandle_t) { return 0; }
 
@@ -91,21 +73,13 @@ Options make_options(TiffMessages& messages) {
 
 }  // namespace
 
-TiffHandle open_tiff(MemorySource& source, TiffMessages& messages) {
+TiffHandle open_tiff(MemoryFile& file, const char* mode, TiffMessages& messages) {
   const Options options = make_options(messages);
-  const std::uint64_t most =
-      std::min(limits::image_bytes, std::max<std::uint64_t>(limits::decoded_free, 16 * source.content.size()));
-  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(most));
-  TiffHandle tiff(TIFFClientOpenExt("TIFF", "r", &source, read_source, write_nothing, seek_source, close_nothing,
-                                    source_size, map_source, unmap_source, options.get()));
-  if (!tiff) reject_tiff(messages);
-  return tiff;
-}
-
-TiffHandle create_tiff(MemorySink& sink, bool big, TiffMessages& messages) {
-  const Options options = make_options(messages);
-  TiffHandle tiff(TIFFClientOpenExt("TIFF", big ? "w8" : "w", &sink, read_sink, write_sink, seek_sink, close_nothing,
-                                    sink_size, nullptr, nullptr, options.get()));
+  const std::uint64_t max =
+      std::min(limits::image_bytes, std::max<std::uint64_t>(limits::decoded_free, 16 * file.source.size()));
+  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(max));
+  TiffHandle tiff(TIFFClientOpenExt("TIFF", mode, &file, read_file, write_file, seek_file, close_nothing, size_of_file,
+                                    map_file, unmap_file, options.get()));
   if (!tiff) reject_tiff(messages);
   return tiff;
 }

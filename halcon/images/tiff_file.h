@@ -22,9 +22,9 @@ struct TiffCloser {
 };
 using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
 
-// Rejects with libtiff's own reason. `source`, `sink` and `messages` must outlive the handle.
-TiffHandle open_tiff(MemorySource& source, TiffMessages& messages);
-TiffHandle create_tiff(MemorySink& sink, bool big, TiffMessages& messages);
+// `mode` as TIFFOpen takes it: "r", or "w" and "w8" (64-bit offsets) for a file to be written. Rejects with libtiff's
+// own reason. `file` and `messages` must outlive the handle.
+TiffHandle open_tiff(MemoryFile& file, const char* mode, TiffMessages& messages);
 
 [[noreturn]] void reject_tiff(const TiffMessages& messages);
 

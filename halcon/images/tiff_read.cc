@@ -78,10 +78,10 @@ void reject_strange_colors(const Page& page) {
 
 // What the pages of a file have in common.
 struct TiffSource {
-  explicit TiffSource(Bytes bytes) : file(bytes), budget(bytes.size()) { tiff = open_tiff(source, messages); }
+  explicit TiffSource(Bytes bytes) : file(bytes), budget(bytes.size()) { tiff = open_tiff(source, "r", messages); }
 
   Bytes file;
-  MemorySource source{file};
+  MemoryFile source{file};
   TiffMessages messages;
   TiffHandle tiff;
   ImageBudget budget;
@@ -283,15 +283,13 @@ class PageReader {
     }
   }
 
-  // Exchanges black and white. Only unsigned samples have a white to count from.
+  // Only unsigned samples have a white to count from.
   void turn(ImageDraft& draft, std::size_t channel) {
-    const auto flip = [&](auto mask) {
-      auto* plane = draft.plane<decltype(mask)>(channel);
-      for (std::size_t i = 0; i < pixels(); ++i) plane[i] ^= mask;
-    };
-    if (samples_.type == PixelType::Byte) flip(std::uint8_t{255});
-    if (samples_.type == PixelType::UInt2) flip(static_cast<std::uint16_t>((1u << page_.bits) - 1));
-    if (samples_.type == PixelType::Int8 && page_.bits == 32) flip(std::int64_t{0xffffffff});
+    if (samples_.type == PixelType::Byte) invert<std::uint8_t>(draft, channel, pixels(), 255);
+    if (samples_.type == PixelType::UInt2)
+      invert(draft, channel, pixels(), static_cast<std::uint16_t>((1u << page_.bits) - 1));
+    if (samples_.type == PixelType::Int8 && page_.bits == 32)
+      invert(draft, channel, pixels(), std::int64_t{0xffffffff});
   }
 
   // a* and b* are signed in CIE L*a*b* and offset by half the range in ICC L*a*b*; `unit` is the step of one.

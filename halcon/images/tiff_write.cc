@@ -34,9 +34,9 @@ class Writer {
         joined_(image.channels.size() <= 4) {
     const std::size_t row = static_cast<std::size_t>(image.width) * size_ * (joined_ ? image.channels.size() : 1);
     rows_ = std::clamp<std::size_t>(strip_bytes / row, 1, static_cast<std::size_t>(image.height));
-    sink_.content.reserve(total_ + total_ / 64 + 4096);
+    sink_.written.reserve(total_ + total_ / 64 + 4096);
     // Offsets of 32 bits end at 4 GB; the tags need some of that.
-    tiff_ = create_tiff(sink_, total_ > 0xff000000u, messages_);
+    tiff_ = open_tiff(sink_, total_ > 0xff000000u ? "w8" : "w", messages_);
   }
 
   Buffer<std::byte> write() {
@@ -45,7 +45,7 @@ class Writer {
     require(TIFFWriteDirectory(tiff_.get()));
     tiff_.reset();
     if (sink_.out_of_memory) throw std::bad_alloc();
-    return std::move(sink_.content);
+    return std::move(sink_.written);
   }
 
  private:
@@ -59,20 +59,20 @@ class Writer {
     require(TIFFSetField(tiff_.get(), tag, value));
   }
 
-  // Three and four channels are colours; the fourth and the second are taken for an alpha channel.
+  // Three and four channels are colors; the fourth and the second are taken for an alpha channel.
   void write_tags() {
     const auto channels = static_cast<int>(image_.channels.size());
-    const bool colours = channels == 3 || channels == 4;
+    const bool colors = channels == 3 || channels == 4;
     set(TIFFTAG_IMAGEWIDTH, image_.width);
     set(TIFFTAG_IMAGELENGTH, image_.height);
     set(TIFFTAG_BITSPERSAMPLE, static_cast<int>(8 * size_));
     set(TIFFTAG_SAMPLESPERPIXEL, channels);
     set(TIFFTAG_SAMPLEFORMAT, static_cast<int>(sample_format(image_.type)));
     set(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
-    set(TIFFTAG_PHOTOMETRIC, colours ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    set(TIFFTAG_PHOTOMETRIC, colors ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
     set(TIFFTAG_PLANARCONFIG, joined_ ? PLANARCONFIG_CONTIG : PLANARCONFIG_SEPARATE);
     set(TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows_));
-    const int extra = channels - (colours ? 3 : 1);
+    const int extra = channels - (colors ? 3 : 1);
     if (extra == 0) return;
     const std::vector<std::uint16_t> kinds(static_cast<std::size_t>(extra),
                                            extra == 1 ? EXTRASAMPLE_UNASSALPHA : EXTRASAMPLE_UNSPECIFIED);
@@ -113,7 +113,7 @@ class Writer {
   bool joined_;  // the channels of a pixel side by side, not plane by plane
   std::size_t rows_ = 1;
   TiffMessages messages_;
-  MemorySink sink_;
+  MemoryFile sink_;
   TiffHandle tiff_;
 };
 

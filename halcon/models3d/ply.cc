@@ -1,8 +1,13 @@
 // PLY: a text header that declares elements and their properties, then their values as text or binary.
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -150,6 +155,7 @@ void check_header(const Header& header, const Mesh& mesh) {
 class TextValues {
  public:
   explicit TextValues(TextScanner& text) noexcept : text_(text) {}
+  static constexpr bool is_binary = false;
   // A digit and what separates it from the next.
   static constexpr std::size_t least_bytes(Type) noexcept { return 2; }
   std::size_t left() const noexcept { return text_.left(); }
@@ -167,6 +173,7 @@ template <std::endian order>
 class BinaryValues {
  public:
   explicit BinaryValues(Bytes values) noexcept : at_(values.data()), end_(values.data() + values.size()) {}
+  static constexpr bool is_binary = true;
   static constexpr std::size_t least_bytes(Type type) noexcept { return type_size(type); }
   std::size_t left() const noexcept { return static_cast<std::size_t>(end_ - at_); }
   void begin_row() noexcept {}
@@ -206,7 +213,9 @@ class BinaryValues {
 
 template <class Values>
 void read_list(Values& values, const Property& property, Mesh& mesh) {
-  const double count = values.value(*property.count_type);
+  double count = values.value(*property.count_type);
+  // Counts of a signed type that pass its range come from programs that mean the unsigned one.
+  if (count < 0 && Values::is_binary) count += std::ldexp(1.0, static_cast<int>(8 * type_size(*property.count_type)));
   if (!(count >= 0 &&
         count * static_cast<double>(Values::least_bytes(property.type)) <= static_cast<double>(values.left() + 1)))
     fail("a list promises more elements than the file holds");

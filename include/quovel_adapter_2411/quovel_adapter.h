@@ -52,6 +52,11 @@
 #define QV_API __declspec(dllimport)
 #endif
 
+/** The version of this header, for the preprocessor. */
+#define QV_ADAPTER_VERSION_MAJOR 0
+#define QV_ADAPTER_VERSION_MINOR 1
+#define QV_ADAPTER_VERSION_PATCH 0
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -110,10 +115,13 @@ typedef struct qv_parse_option {
   double real_value;           /**< read for QV_VALUE_REAL */
 } qv_parse_option;
 
-#ifdef __cplusplus
+/* Checked by every compiler that can: C has static assertions since C11, which is not the default mode of all. */
+#if defined(__cplusplus)
 #define QV_STATIC_ASSERT static_assert
-#else
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 #define QV_STATIC_ASSERT _Static_assert
+#else
+#define QV_STATIC_ASSERT(condition, text) struct qv_no_static_assert
 #endif
 QV_STATIC_ASSERT(sizeof(qv_parse_option) == 32, "host record");
 QV_STATIC_ASSERT(offsetof(qv_parse_option, key) == 0 && offsetof(qv_parse_option, value_type) == 4, "host record");

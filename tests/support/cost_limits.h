@@ -23,7 +23,7 @@ inline constexpr Limit onnx{"ONNX", 512, 16 * mib};
 inline constexpr Limit mesh{"PLY, OBJ, STL, OFF", 48, 16 * mib};
 inline constexpr Limit container{"`.hobj`, `.hdict`, `.om3`, `.hdl`", 96, 16 * mib};
 inline constexpr Limit pnm{"PNM", 8, 16 * mib};
-inline constexpr Limit image{"PNG, JPEG, TIFF, JPEG 2000, BMP, GIF, PCX, Sun raster, XWD", 8192, 256 * mib};
+inline constexpr Limit image{"PNG, JPEG, TIFF, JPEG 2000, BMP, GIF, PCX, Sun raster, XWD", 6144, 256 * mib};
 inline constexpr Limit all[] = {json, onnx, mesh, container, pnm, image};
 
 // Processor time, on a machine of today.

@@ -1,31 +1,57 @@
 # What a cross-build for Windows on Debian needs beside the compiler.
 
-# Header-only libraries: their own folders are linked into the build tree and found there. /usr/include as a whole must
+# Header-only libraries and the ONNX schema: their own folders are linked into the build tree and found there. /usr/include as a whole must
 # never reach MinGW, it holds the C library of this machine.
 set(headers ${CMAKE_BINARY_DIR}/headers)
-file(MAKE_DIRECTORY ${headers}/include ${headers}/share/cmake)
-foreach(folder include/CLI include/rapidjson share/cmake/CLI11)
+file(MAKE_DIRECTORY ${headers}/include ${headers}/include/onnx ${headers}/share/cmake)
+foreach(folder include/CLI include/rapidjson include/onnx/onnx.proto share/cmake/CLI11)
   file(CREATE_LINK /usr/${folder} ${headers}/${folder} SYMBOLIC)
 endforeach()
 list(APPEND CMAKE_FIND_ROOT_PATH ${headers})
 include_directories(SYSTEM ${headers}/include)
 
-# zlib is linked in: one file less to hand out.
-set(ZLIB_USE_STATIC_LIBS ON)
+if(NOT EXISTS ${QUOVEL_WINDOWS_DEPS}/../key)
+  message(FATAL_ERROR "The codec libraries for Windows are missing: make windows builds them (tools/windows-deps)")
+endif()
 
-# The runtime libraries stand beside our own: exceptions cross from one to the other, so they must share one runtime.
-foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
-  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name} OUTPUT_VARIABLE file
-                  OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-  file(COPY ${file} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} FOLLOW_SYMLINK_CHAIN)
-  execute_process(COMMAND ${CMAKE_STRIP} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} COMMAND_ERROR_IS_FATAL ANY)
-endforeach()
+# Everything is linked in, also the C++ runtime: one file to ship, which imports Windows alone.
+set(ZLIB_USE_STATIC_LIBS ON)
+add_link_options(-static)
+
+# Addresses at random in the whole address space, no data that runs as code. No times in the files and no paths of this
+# machine, so that two builds of the same sources are the same byte by byte.
+add_link_options(-Wl,--dynamicbase,--high-entropy-va,--nxcompat,--no-insert-timestamp)
+add_compile_options(-g1 -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=build)
+
+# The codec libraries are static (tools/windows-deps). Their modules for CMake take them for DLLs: what each needs
+# beside itself follows here.
+find_package(ZLIB REQUIRED)
+find_package(JPEG REQUIRED)
+find_package(TIFF 4.5 REQUIRED)
+target_link_libraries(TIFF::TIFF INTERFACE ${QUOVEL_WINDOWS_DEPS}/lib/liblzma.a ${QUOVEL_WINDOWS_DEPS}/lib/libzstd.a
+                                           ${QUOVEL_WINDOWS_DEPS}/lib/libwebp.a ${QUOVEL_WINDOWS_DEPS}/lib/libLerc.a
+                                           JPEG::JPEG ZLIB::ZLIB)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(openjp2 REQUIRED IMPORTED_TARGET libopenjp2>=2.5)
+target_compile_definitions(PkgConfig::openjp2 INTERFACE OPJ_STATIC)
 
 # build/windows/bin is ready to hand out: what the programs and libraries there do not bring themselves is laid beside them.
 set(handed_out ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 configure_file(include/quovel_adapter_2411/quovel_adapter.h ${handed_out}/quovel_adapter_2411/quovel_adapter.h COPYONLY)
 configure_file(LICENSE ${handed_out}/notices/LICENSE COPYONLY)
 configure_file(NOTICES.md ${handed_out}/notices/NOTICES.md COPYONLY)
-foreach(package gcc-mingw-w64-x86-64-posix-runtime libcli11-dev libz-mingw-w64-dev mingw-w64-x86-64-dev rapidjson-dev)
+foreach(package gcc-mingw-w64-x86-64-posix-runtime libcli11-dev libonnx-dev libz-mingw-w64-dev mingw-w64-x86-64-dev
+                rapidjson-dev)
   configure_file(/usr/share/doc/${package}/copyright ${handed_out}/notices/${package}.txt COPYONLY)
 endforeach()
+file(COPY ${QUOVEL_WINDOWS_DEPS}/notices DESTINATION ${handed_out})
+
+# What is shipped is stripped; its debug symbols are in a file of the same name and ".debug" beside it, which gdb finds.
+function(quovel_split_debug_symbols target)
+  set(file $<TARGET_FILE:${target}>)
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
+    COMMAND ${CMAKE_STRIP} ${file}
+    COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file}
+    VERBATIM)
+endfunction()

@@ -13,15 +13,6 @@ install(TARGETS ${package} EXPORT ${package}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES include/${package}/quovel_adapter.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${package})
 
-# The built-in class interface goes into a folder of its own, where it cannot stand in for an installed HALCON.
-set(private_folder ${CMAKE_INSTALL_LIBDIR}/${package})
-if(NOT HALCON_ROOT)
-  set_target_properties(halconcpp PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-  install(TARGETS halconcpp
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-    LIBRARY DESTINATION ${private_folder} NAMELINK_SKIP)
-  set_target_properties(${package} PROPERTIES INSTALL_RPATH "$ORIGIN/${package}")
-endif()
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(qv_inspect PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
 install(TARGETS qv_inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -29,10 +20,6 @@ if(NOT WIN32)
   install(FILES host/inspect/completion.bash RENAME qv_inspect
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES docs/qv_inspect.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-else()
-  # The runtime libraries that the build put beside its own.
-  install(DIRECTORY $<TARGET_FILE_DIR:${package}>/ DESTINATION ${CMAKE_INSTALL_BINDIR} FILES_MATCHING
-    PATTERN "*.dll" PATTERN "${package}.dll" EXCLUDE PATTERN "halconcpp.dll" EXCLUDE PATTERN notices EXCLUDE)
 endif()
 
 # The host in Python, where Debian's Python looks under /usr; under another prefix PYTHONPATH names the folder.

@@ -6,12 +6,9 @@
 #include <atomic>
 #include <cstdint>
 
+// On Windows always a static library. Elsewhere one can make a shared library of it.
 #if defined(_WIN32)
-#if defined(HALCONCPP_BUILD)
-#define HALCONCPP_API __declspec(dllexport)
-#else
-#define HALCONCPP_API __declspec(dllimport)
-#endif
+#define HALCONCPP_API
 #else
 #define HALCONCPP_API __attribute__((visibility("default")))
 #endif
