@@ -235,12 +235,18 @@ TEST_F(TiffAndJp2, Jp2TurnsColorsIntoRgb) {
 TEST_F(TiffAndJp2, Jp2AppliesPalettes) {
   const std::string index = jp2(bytes({1}));
   const std::size_t header = index.find("jp2h"), length = static_cast<unsigned char>(index[header - 1]);
+  // Two colors, black and `entry`; each column becomes a channel.
   const auto with_palette = [&](const std::string& entry) {
-    const std::string palette = be({20}) + "pclr" + bytes({0, 2, 3, 7, 7, 7, 0, 0, 0}) + entry + be({20}) + "cmap" +
-                                bytes({0, 0, 1, 0, 0, 0, 1, 1, 0, 0, 1, 2});
+    const std::size_t columns = entry.size();
+    std::string entries = std::string(columns, 7) + std::string(columns, 0) + entry, channels;
+    for (std::size_t i = 0; i < columns; ++i) channels += bytes({0, 0, 1}) + static_cast<char>(i);
+    const std::string palette = be({static_cast<int>(11 + entries.size())}) + "pclr" + bytes({0, 2}) +
+                                static_cast<char>(columns) + entries + be({static_cast<int>(8 + channels.size())}) +
+                                "cmap" + channels;
     std::string file = std::string(index).replace(header - 4, 4, be({static_cast<int>(length + palette.size())}));
     return file.insert(header - 4 + length, palette);
   };
+  EXPECT_EQ(opened(with_palette(bytes({9}))), "1x1 byte | 9");
   EXPECT_EQ(opened(with_palette(bytes({7, 8, 9}))), "1x1 byte | 7 | 8 | 9");
   EXPECT_EQ(opened(with_palette(bytes({7, 7, 7}))), "1x1 byte | 7");
 }
