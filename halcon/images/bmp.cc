@@ -100,8 +100,8 @@ void check_compression(Header& header, unsigned bits) {
 Palette read_palette(const Fields& fields, const Header& header, unsigned bits) {
   const std::uint32_t entry = header.size == core_header ? 3 : 4;
   const std::uint32_t room = (header.pixels_at - header.palette_at()) / entry, max = 1U << bits;
-  const std::uint32_t claimed = header.colors == 0 || header.colors > max ? max : header.colors;
-  const std::uint32_t count = std::min(claimed, room);
+  const std::uint32_t declared = header.colors == 0 || header.colors > max ? max : header.colors;
+  const std::uint32_t count = std::min(declared, room);
   return Palette(octets(fields.part(header.palette_at(), std::uint64_t{count} * entry)), count, entry, {2, 1, 0});
 }
 
@@ -235,15 +235,11 @@ namespace {
 class Writer {
  public:
   explicit Writer(std::size_t bytes) { file_.reserve(bytes); }
-  void u16(std::uint32_t value) { number(value, 2); }
-  void u32(std::uint32_t value) { number(value, 4); }
-  Buffer<std::byte>& file() { return file_; }
+  void u16(std::uint32_t value) { append_number(file_, value, 2, std::endian::little); }
+  void u32(std::uint32_t value) { append_number(file_, value, 4, std::endian::little); }
+  const Buffer<std::byte>& file() const { return file_; }
 
  private:
-  void number(std::uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) file_.push_back(static_cast<std::byte>(value >> (8 * i) & 255));
-  }
-
   Buffer<std::byte> file_;
 };
 

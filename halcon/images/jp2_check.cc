@@ -9,34 +9,11 @@
 
 #include "core/failure.h"
 #include "core/limits.h"
+#include "images/raster.h"
 
 namespace HalconCpp::detail {
 
 namespace {
-
-[[noreturn]] void reject_short() { fail("the file ends too early"); }
-
-// Big-endian numbers at the front of some bytes.
-class Cursor {
- public:
-  explicit Cursor(Bytes bytes) : bytes_(bytes) {}
-  std::size_t left() const { return bytes_.size(); }
-  Bytes rest() const { return bytes_; }
-  std::uint32_t number(std::size_t size) {
-    std::uint32_t value = 0;
-    for (const std::byte b : take(size)) value = value << 8 | std::to_integer<std::uint32_t>(b);
-    return value;
-  }
-  Bytes take(std::uint64_t size) {
-    if (size > bytes_.size()) reject_short();
-    const Bytes taken = bytes_.first(static_cast<std::size_t>(size));
-    bytes_ = bytes_.subspan(static_cast<std::size_t>(size));
-    return taken;
-  }
-
- private:
-  Bytes bytes_;
-};
 
 constexpr std::uint32_t box_type(const char (&name)[5]) {
   std::uint32_t value = 0;
@@ -49,7 +26,7 @@ struct Box {
   Bytes content;
 };
 
-Box next_box(Cursor& cursor) {
+Box next_box(ByteStream& cursor) {
   std::uint64_t length = cursor.number(4), header = 8;
   const std::uint32_t type = cursor.number(4);
   if (length == 1) {
@@ -92,11 +69,11 @@ constexpr std::uint32_t known_segments[] = {COD,    COC,    0xff55, 0xff57, 0xff
 // The walk over the markers of a codestream.
 class Codestream {
  public:
-  Codestream(Bytes bytes, std::uint32_t palette_channels) : bytes_(bytes), palette_channels_(palette_channels) {}
+  Codestream(Bytes bytes, std::uint32_t palette_columns) : bytes_(bytes), palette_columns_(palette_columns) {}
 
   // The codestream without what follows its end marker, which may be missing.
   Bytes check() {
-    Cursor cursor(bytes_);
+    ByteStream cursor(bytes_);
     if (cursor.number(2) != SOC || cursor.number(2) != SIZ) fail("its codestream does not begin with the image size");
     read_size(segment(cursor));
     std::uint32_t marker = cursor.number(2);
@@ -113,17 +90,17 @@ class Codestream {
   }
 
   std::uint64_t decoded_bytes() const {
-    return width_ * height_ * (components_ + palette_channels_) * sizeof(std::int32_t);
+    return width_ * height_ * (components_ + palette_columns_) * sizeof(std::int32_t);
   }
 
  private:
-  static Cursor segment(Cursor& cursor) {
+  static ByteStream segment(ByteStream& cursor) {
     const std::uint32_t length = cursor.number(2);
     if (length < 2) fail("a marker segment of " + std::to_string(length) + " bytes is too short for itself");
-    return Cursor(cursor.take(length - 2));
+    return ByteStream(cursor.take(length - 2));
   }
 
-  void read_size(Cursor size) {
+  void read_size(ByteStream size) {
     size.number(2);
     const std::uint32_t right = size.number(4), bottom = size.number(4), left = size.number(4), top = size.number(4);
     const std::uint32_t tile_width = size.number(4), tile_height = size.number(4);
@@ -132,7 +109,7 @@ class Codestream {
     width_ = right - std::min(left, right);
     height_ = bottom - std::min(top, bottom);
     // OpenJPEG holds every sample in 32 bits.
-    check_image_size(width_, height_, std::max(components_, palette_channels_), PixelType::Int4, bytes_.size());
+    check_image_size(width_, height_, std::max(components_, palette_columns_), PixelType::Int4, bytes_.size());
     if (tile_width == 0 || tile_height == 0 || tile_left >= right || tile_top >= bottom) fail("its tiles have no size");
     tiles_ = ceil_divided(right - tile_left, tile_width) * ceil_divided(bottom - tile_top, tile_height);
     // A tile takes a header of 14 bytes and a byte for each component at least.
@@ -148,7 +125,7 @@ class Codestream {
     seen_.resize(static_cast<std::size_t>(tiles_));
   }
 
-  void read_segment(std::uint32_t marker, Cursor content) {
+  void read_segment(std::uint32_t marker, ByteStream content) {
     if (std::find(std::begin(known_segments), std::end(known_segments), marker) == std::end(known_segments))
       reject_marker(marker);
     if (marker == COD) {
@@ -165,7 +142,7 @@ class Codestream {
   }
 
   // The code-blocks and packets that the image has when all of it is coded in this style.
-  void read_coding(std::uint32_t style, Cursor content) {
+  void read_coding(std::uint32_t style, ByteStream content) {
     const std::uint32_t levels = content.number(1);
     const unsigned block_width = content.number(1) + 2, block_height = content.number(1) + 2;
     content.number(2);
@@ -196,37 +173,37 @@ class Codestream {
   }
 
   // `cursor` stands behind the marker; the length of the part counts from it, 0 for all that is left.
-  void read_tile_part(Cursor& cursor) {
+  void read_tile_part(ByteStream& cursor) {
     const std::size_t available = cursor.left() + 2;
-    Cursor header = segment(cursor);
+    ByteStream header = segment(cursor);
     const std::uint32_t tile = header.number(2), length = header.number(4);
     if (tile >= tiles_) fail("tile " + std::to_string(tile) + " is not one of " + std::to_string(tiles_));
     seen_[tile] = true;
     const std::size_t used = available - cursor.left();
     if (length != 0 && length < used)
       fail("a tile part of " + std::to_string(length) + " bytes is too short for itself");
-    Cursor part(cursor.take(length == 0 ? cursor.left() : length - used));
+    ByteStream part(cursor.take(length == 0 ? cursor.left() : length - used));
     if (part.left() == 0) return;
     for (std::uint32_t marker = part.number(2); marker != SOD; marker = part.number(2))
       read_segment(marker, segment(part));
   }
 
   Bytes bytes_;
-  std::uint32_t palette_channels_;
+  std::uint32_t palette_columns_;
   std::uint32_t components_ = 0, layers_ = 0;
   std::uint64_t width_ = 0, height_ = 0, tiles_ = 0;
   std::vector<bool> seen_;
 };
 
 // A palette: the number of its channels, and whether all entries are gray.
-struct Palette {
+struct Columns {
   std::uint32_t channels = 0;
   bool gray = false;
 };
 
-Palette read_palette(Cursor cursor) {
+Columns read_palette(ByteStream cursor) {
   const std::uint32_t entries = cursor.number(2), channels = cursor.number(1);
-  Palette palette{channels, channels == 3};
+  Columns palette{channels, channels == 3};
   for (std::uint32_t c = 0; c < channels; ++c) palette.gray = cursor.number(1) == 7 && palette.gray;
   for (std::uint32_t i = 0; palette.gray && i < entries; ++i) {
     const std::uint32_t red = cursor.number(1), green = cursor.number(1), blue = cursor.number(1);
@@ -236,9 +213,8 @@ Palette read_palette(Cursor cursor) {
 }
 
 void append_box(Buffer<std::byte>& file, std::uint32_t type, std::size_t content) {
-  const auto length = static_cast<std::uint32_t>(content + 8);
-  for (const std::uint32_t number : {length, type})
-    for (int shift = 24; shift >= 0; shift -= 8) file.push_back(static_cast<std::byte>(number >> shift & 255));
+  append_number(file, static_cast<std::uint32_t>(content + 8), 4, std::endian::big);
+  append_number(file, type, 4, std::endian::big);
 }
 
 void append(Buffer<std::byte>& file, Bytes bytes) { file.append(bytes.data(), bytes.size()); }
@@ -251,14 +227,14 @@ struct Header {
   Bytes boxes[std::size(header_boxes)];  // their contents; empty: not there
 
   explicit Header(Bytes content) {
-    for (Cursor inner(content); inner.left() > 0;) {
+    for (ByteStream inner(content); inner.left() > 0;) {
       const Box box = next_box(inner);
       const auto* known = std::find(std::begin(header_boxes), std::end(header_boxes), box.type);
       if (known == std::end(header_boxes)) continue;
       if (Bytes& kept = boxes[known - header_boxes]; kept.empty()) kept = box.content;
     }
   }
-  Palette palette() const { return boxes[3].empty() ? Palette{} : read_palette(Cursor(boxes[3])); }
+  Columns palette() const { return boxes[3].empty() ? Columns{} : read_palette(ByteStream(boxes[3])); }
 };
 
 // A JP2 file of these boxes up to the codestream, whose box reaches to the end of the file (length 0).
@@ -291,13 +267,13 @@ CheckedJp2 check_jp2(Bytes file) {
     const Bytes checked = codestream.check();
     return {{}, checked, codestream.decoded_bytes(), false};
   }
-  Cursor cursor(file);
+  ByteStream cursor(file);
   Bytes header_content;
   Box box = next_box(cursor);
   for (; box.type != box_type("jp2c"); box = next_box(cursor))
     if (box.type == box_type("jp2h") && header_content.empty()) header_content = box.content;
   const Header header(header_content);
-  const Palette palette = header.palette();
+  const Columns palette = header.palette();
   Codestream codestream(box.content, palette.channels);
   const Bytes checked = codestream.check();
   return {make_boxes(header), checked, codestream.decoded_bytes(), palette.gray};

@@ -109,7 +109,7 @@ class Decoder {
     png_read_update_info(png_, info_);
   }
 
-  // Hands each finished row to `take` with the place of its first pixel. Rows of an interlaced image grow over several
+  // Calls `take` with each finished row and the index of its first pixel. Rows of an interlaced image grow over several
   // passes, so that all of them are kept.
   template <class T, class Take>
   void read_rows(Take take) {

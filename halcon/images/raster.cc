@@ -26,6 +26,11 @@ std::uint32_t Fields::number(std::uint64_t at, std::size_t bytes) const {
   return value;
 }
 
+void append_number(Buffer<std::byte>& file, std::uint32_t value, int size, std::endian order) {
+  for (int i = 0; i < size; ++i)
+    file.push_back(static_cast<std::byte>(value >> 8 * (order == std::endian::little ? i : size - 1 - i) & 255));
+}
+
 Palette::Palette(const std::uint8_t* from, std::size_t colors, std::size_t step,
                  std::array<std::size_t, 3> offsets) noexcept
     : Palette() {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "images/codec.h"
 
@@ -38,16 +39,27 @@ class Fields {
 class ByteStream {
  public:
   explicit ByteStream(Bytes bytes) noexcept : bytes_(bytes) {}
-  std::uint8_t next() {
-    if (at_end()) fail("the file ends too early");
-    return static_cast<std::uint8_t>(bytes_[at_++]);
+  std::uint8_t next() { return static_cast<std::uint8_t>(take(1)[0]); }
+  std::uint32_t number(std::size_t size) {  // big-endian
+    std::uint32_t value = 0;
+    for (const std::byte b : take(size)) value = value << 8 | std::to_integer<std::uint32_t>(b);
+    return value;
   }
-  bool at_end() const noexcept { return at_ == bytes_.size(); }
+  Bytes take(std::uint64_t size) {
+    if (size > bytes_.size()) fail("the file ends too early");
+    const Bytes taken = bytes_.first(static_cast<std::size_t>(size));
+    bytes_ = bytes_.subspan(taken.size());
+    return taken;
+  }
+  std::size_t left() const noexcept { return bytes_.size(); }
+  bool at_end() const noexcept { return bytes_.empty(); }
 
  private:
   Bytes bytes_;
-  std::size_t at_ = 0;
 };
+
+// A number of `size` bytes behind the others.
+void append_number(Buffer<std::byte>& file, std::uint32_t value, int size, std::endian order);
 
 // Up to 256 colors. Indices that were given no color are black; those that were given no alpha are opaque.
 class Palette {

@@ -13,20 +13,6 @@ namespace HalconCpp::detail {
 
 namespace {
 
-// Eight one-bit samples, the first in the highest bit, as bytes of 0 and 255.
-constexpr auto spread_bits = [] {
-  std::array<std::array<std::uint8_t, 8>, 256> table{};
-  for (unsigned byte = 0; byte < 256; ++byte)
-    for (unsigned bit = 0; bit < 8; ++bit) table[byte][bit] = (byte >> (7 - bit)) & 1 ? 255 : 0;
-  return table;
-}();
-
-void unpack_single_bits(const TiffSamples&, const std::byte* row, std::size_t count, void* pixels) {
-  auto* out = static_cast<std::uint8_t*>(pixels);
-  for (; count >= 8; count -= 8, out += 8) std::memcpy(out, spread_bits[std::to_integer<unsigned>(*row++)].data(), 8);
-  if (count) std::memcpy(out, spread_bits[std::to_integer<unsigned>(*row)].data(), count);
-}
-
 // Samples of 1 to 15 bits, one behind the other, the highest bit first.
 template <class T>
 void unpack_bits(const TiffSamples& samples, const std::byte* row, std::size_t count, void* pixels) {
@@ -117,7 +103,7 @@ TiffSamples packed_samples(unsigned bits, bool scaled) {
   const unsigned max = (1u << bits) - 1;
   for (unsigned v = 0; v <= max; ++v)
     samples.values[v] = static_cast<std::uint8_t>(scaled ? (v * 255 + max / 2) / max : v);
-  samples.unpack = bits == 1 && scaled ? unpack_single_bits : unpack_bits<std::uint8_t>;
+  samples.unpack = unpack_bits<std::uint8_t>;
   return samples;
 }
 
