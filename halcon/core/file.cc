@@ -57,6 +57,8 @@ bool is_regular(const Status& status) noexcept { return S_ISREG(status.st_mode);
 
 #endif
 
+constexpr bool backslash_separates = fs::path::preferred_separator == '\\';
+
 // Callers convert names to UTF-8, where U+FFFD stands for what could not be converted.
 bool has_replacement(std::string_view path) noexcept { return path.find("\xEF\xBF\xBD") != path.npos; }
 
@@ -106,14 +108,13 @@ void require_writable(const fs::path& file) {
 }  // namespace
 
 fs::path native_path(std::string_view utf8) {
-  constexpr bool is_slash = fs::path::preferred_separator == '/';
   std::u8string text(utf8.begin(), utf8.end());
-  std::replace(text.begin(), text.end(), is_slash ? u8'\\' : u8'/', is_slash ? u8'/' : u8'\\');
+  if (backslash_separates) std::replace(text.begin(), text.end(), u8'/', u8'\\');
   return fs::path(text);
 }
 
 std::string extension_of(std::string_view path) {
-  const auto dot = path.find_last_of("./\\");
+  const auto dot = path.find_last_of(backslash_separates ? "./\\" : "./");
   if (dot == std::string_view::npos || path[dot] != '.') return {};
   std::string extension(path.substr(dot + 1));
   for (char& c : extension)

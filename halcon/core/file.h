@@ -12,8 +12,8 @@
 
 namespace HalconCpp::detail {
 
-// A backslash separates components like '/' does, on every system. On Windows the result has backslashes only: paths of
-// the form that may be long ("\\?\") take nothing else.
+// The path as it is; on Windows with backslashes only, since paths of the form that may be long ("\\?\") take nothing
+// else.
 std::filesystem::path native_path(std::string_view utf8);
 // The text after the last '.' of the last component, folded to lower case (ASCII); empty when there is none.
 std::string extension_of(std::string_view path);

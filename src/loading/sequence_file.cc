@@ -38,8 +38,9 @@ bool find_file(std::u16string& candidate) {
 
 // Where the entry's file is; nothing when no folder has it.
 std::optional<std::u16string> locate(const std::u16string& entry, std::span<const std::u16string_view> directories) {
+  const std::u16string path = from_windows_path(entry);
   for (const std::u16string_view directory : directories) {
-    std::u16string candidate = join_path(directory, entry);
+    std::u16string candidate = join_path(directory, path);
     if (find_file(candidate)) return candidate;
   }
   return std::nullopt;

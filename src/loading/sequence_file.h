@@ -1,4 +1,5 @@
-// Sequence files: plain text that lists image files, one path per line.
+// Sequence files: plain text that lists image files, one path per line. They are written on Windows more often than
+// not, so both '/' and backslash separate the components of an entry on every system.
 #ifndef QUOVEL_LOADING_SEQUENCE_FILE_H
 #define QUOVEL_LOADING_SEQUENCE_FILE_H
 

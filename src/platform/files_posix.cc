@@ -1,10 +1,10 @@
-// A backslash separates the components of a path like '/' does, so that paths put together by Windows rules open here.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <string_view>
 
 #include "platform/files.h"
 #include "unicode.h"
@@ -13,11 +13,7 @@ namespace quovel {
 
 namespace {
 
-std::string native(const std::u16string& path) {
-  std::string name = unicode::to_utf8(std::u16string_view(path));
-  std::replace(name.begin(), name.end(), '\\', '/');
-  return name;
-}
+std::string native(const std::u16string& path) { return unicode::to_utf8(std::u16string_view(path)); }
 
 class OpenFile {
  public:

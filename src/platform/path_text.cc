@@ -1,12 +1,11 @@
 #include "platform/path_text.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace quovel {
 
 namespace {
-
-bool is_separator(char16_t c) { return c == u'/' || c == u'\\'; }
 
 bool begins_with_drive(std::u16string_view path) {
   if (path.size() < 2 || path[1] != u':') return false;
@@ -14,7 +13,7 @@ bool begins_with_drive(std::u16string_view path) {
   return letter >= u'a' && letter <= u'z';
 }
 
-// "\\?" and "\\." when one separator follows.
+// Two separators and "?" or ".", when one separator follows.
 bool begins_with_device(std::u16string_view path) {
   if (path.size() < 4 || !is_separator(path[0]) || !is_separator(path[1]) || !is_separator(path[3])) return false;
   if (path.size() > 4 && is_separator(path[4])) return false;
@@ -67,7 +66,7 @@ std::u16string join_path(std::u16string_view directory, std::u16string_view entr
   const bool rest_is_rooted = !rest.empty() && is_separator(rest.front());
   if (!root.empty() && (rest_is_rooted || root != directory_root)) return std::u16string(entry);
   std::u16string joined(rest_is_rooted ? directory_root : directory);
-  if (!rest_is_rooted && needs_separator(directory)) joined += u'\\';
+  if (!rest_is_rooted && needs_separator(directory)) joined += separator();
   return joined += rest;
 }
 
