@@ -1,7 +1,6 @@
 // Object and image files as trees: roots, labels, types, summaries and detail lines.
 #include <gtest/gtest.h>
 
-
 #include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"

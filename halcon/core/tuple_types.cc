@@ -37,7 +37,7 @@ HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
   return Access::integers(std::move(flags));
 }
 
-// The names that make up nearly all answers are made once.
+// The names that make up nearly all answers are made once, and never destroyed: hosts may ask while the process ends.
 struct TypeNames {
   HTuple integer = Access::lasting_text("integer");
   HTuple real = Access::lasting_text("real");
@@ -46,7 +46,7 @@ struct TypeNames {
 };
 
 HTuple type_tuple(const HTuple& tuple, Hlong index) {
-  static const TypeNames names;
+  static const auto& names = *new TypeNames;
   switch (Access::element_kind(tuple, index)) {
     case TupleKind::Integer:
       return names.integer;

@@ -127,8 +127,8 @@ Type type_of(const onnx::TypeProto& proto) {
 }
 
 HTuple describe(const onnx::ValueInfoProto& value) {
-  static const HTuple shapeless = texts({"name", "element_type"});
-  static const HTuple shaped = texts({"name", "element_type", "shape"});
+  static const auto& shapeless = *new HTuple(texts({"name", "element_type"}));
+  static const auto& shaped = *new HTuple(texts({"name", "element_type", "shape"}));
   const Type type = type_of(value.type());
   if (!type.shape) return record(shapeless, {text(value.name()), text(type.name)});
   return record(shaped, {text(value.name()), text(type.name), shape_of(*type.shape)});
@@ -162,7 +162,7 @@ HTuple dims_of(const onnx::TensorProto& tensor) {
 
 // The tensors that the model brings along, and how many numbers they are.
 void show_initializers(Model& model, const onnx::GraphProto& graph) {
-  static const HTuple keys = texts({"element_type", "shape"});
+  static const auto& keys = *new HTuple(texts({"element_type", "shape"}));
   Dict initializers;
   Hlong parameters = 0;
   for (int i = 0; i < graph.initializer_size(); ++i) {
