@@ -1,7 +1,5 @@
 #include "json_output.h"
 
-#include <rapidjson/internal/dtoa.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -89,7 +87,10 @@ void JsonOutput::real(double value) {
   if (!std::isfinite(value)) return raw("null");
   make_room(max_piece);
   char* const to = block_.data() + used_;
-  used_ += static_cast<std::size_t>(rapidjson::internal::dtoa(value, to) - to);
+  const char* const end = std::to_chars(to, to + max_piece, value).ptr;
+  used_ += static_cast<std::size_t>(end - to);
+  const auto tells_real = [](char c) { return c == '.' || c == 'e'; };
+  if (std::none_of(static_cast<const char*>(to), end, tells_real)) raw(".0");  // "40" would read back as an integer
 }
 
 }  // namespace host
