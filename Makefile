@@ -93,8 +93,9 @@ docs: packages-docs ## make pages of the host header; check the manual page
 pictures: packages-pictures ready-release ## make the pictures of the documents again
 	@tools/make-pictures build/release/bin/qv_inspect build/release/samples docs/pictures
 
-lint: check configured-lint ## check format, header and code
+lint: check configured-lint ## check format, header, code and includes
 	@tools/check-code build/lint
+	@tools/check-includes build/lint
 
 check: packages-build packages-lint ## the quick part of lint: format and header
 	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror --ferror-limit=1 || { echo "make format fixes it"; false; }

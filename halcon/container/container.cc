@@ -1,10 +1,12 @@
 #include "container/container.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "container/parts.h"
+#include "container/stream.h"
 #include "container/unknown_file.h"
 #include "core/failure.h"
 #include "core/file.h"

@@ -1,9 +1,19 @@
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "container/format.h"
 #include "container/parts.h"
+#include "container/stream.h"
+#include "core/access.h"
 #include "core/failure.h"
+#include "core/handle_data.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
 #include "dicts/entry_table.h"

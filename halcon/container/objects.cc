@@ -1,10 +1,18 @@
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "container/parts.h"
+#include "container/stream.h"
 #include "core/failure.h"
 #include "core/memory_limit.h"
 #include "iconic/image.h"
+#include "iconic/object_data.h"
+#include "iconic/plane.h"
 #include "iconic/region.h"
 #include "iconic/xld.h"
 

@@ -1,11 +1,19 @@
+#include <cstddef>
+#include <span>
 #include <string>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "container/format.h"
 #include "container/parts.h"
+#include "core/access.h"
 #include "core/failure.h"
+#include "core/handle_data.h"
 #include "core/limits.h"
 #include "dicts/entry_queries.h"
+#include "dicts/entry_table.h"
 
 namespace HalconCpp::detail::container {
 

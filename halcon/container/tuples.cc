@@ -1,11 +1,21 @@
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "container/format.h"
 #include "container/parts.h"
+#include "container/stream.h"
+#include "core/access.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/memory_limit.h"
+#include "core/string_data.h"
 
 namespace HalconCpp::detail::container {
 

@@ -1,6 +1,7 @@
 #include "core/arguments.h"
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <string>
 

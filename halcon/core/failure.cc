@@ -1,5 +1,8 @@
 #include "core/failure.h"
 
+#include <cstddef>
+#include <exception>
+
 #include "HalconHook.h"
 #include "core/access.h"
 

@@ -2,6 +2,7 @@
 #ifndef HALCONCPP_CORE_FAILURE_H
 #define HALCONCPP_CORE_FAILURE_H
 
+#include <atomic>
 #include <new>
 #include <string>
 #include <string_view>

@@ -1,5 +1,7 @@
+#include <atomic>
 #include <utility>
 
+#include "HalconCpp.h"
 #include "core/handle_data.h"
 
 namespace HalconCpp {

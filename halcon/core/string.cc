@@ -1,9 +1,14 @@
+#include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
+#include <string>
+#include <string_view>
+#include <utility>
 
-#include "core/access.h"
+#include "HalconCpp.h"
 #include "core/failure.h"
 #include "core/string_blocks.h"
 #include "core/string_data.h"

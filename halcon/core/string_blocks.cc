@@ -1,6 +1,7 @@
 #include "core/string_blocks.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
 namespace HalconCpp::detail {

@@ -1,4 +1,10 @@
 // Settings of the library and what it tells about itself.
+#include <atomic>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "HalconCpp.h"
 #include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"

@@ -1,10 +1,21 @@
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <new>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "core/access.h"
+#include "core/buffer.h"
 #include "core/failure.h"
+#include "core/handle_data.h"
+#include "core/string_data.h"
 
 namespace HalconCpp {
 

@@ -1,10 +1,15 @@
 // Flags and types of a tuple's elements, one answer per element.
+#include <cstddef>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "core/access.h"
+#include "core/buffer.h"
 #include "core/failure.h"
+#include "core/handle_data.h"
 
 namespace HalconCpp {
 

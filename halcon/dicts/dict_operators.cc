@@ -1,11 +1,15 @@
 // Dictionaries in memory, and the queries that work on every handle with keys.
+#include <string>
 #include <utility>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
+#include "core/handle_data.h"
 #include "dicts/entry_queries.h"
+#include "dicts/entry_table.h"
 
 namespace HalconCpp {
 

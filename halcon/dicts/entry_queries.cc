@@ -1,9 +1,12 @@
 #include "dicts/entry_queries.h"
 
 #include <charconv>
+#include <string_view>
 
+#include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
+#include "core/string_data.h"
 
 namespace HalconCpp::detail {
 

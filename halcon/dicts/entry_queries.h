@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "HalconCpp.h"
 #include "dicts/entry_table.h"
 
 namespace HalconCpp::detail {

@@ -3,10 +3,12 @@
 #include <bit>
 #include <cstdint>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "core/failure.h"
 #include "core/hash.h"
+#include "core/string_data.h"
 
 namespace HalconCpp::detail {
 

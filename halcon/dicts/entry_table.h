@@ -5,9 +5,11 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "core/access.h"
 #include "core/handle_data.h"
 

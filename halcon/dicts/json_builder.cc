@@ -8,6 +8,7 @@
 #include "core/hash.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
+#include "dicts/entry_table.h"
 
 namespace HalconCpp::detail {
 

@@ -9,9 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "core/access.h"
 #include "core/string_blocks.h"
-#include "dicts/entry_table.h"
+#include "core/string_data.h"
 #include "dicts/json.h"
 
 namespace HalconCpp::detail {

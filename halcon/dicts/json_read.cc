@@ -1,15 +1,22 @@
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <cstring>
 #include <forward_list>
 #include <new>
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
+#include "HalconCpp.h"
+#include "core/access.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "core/string_data.h"
+#include "dicts/json.h"
 #include "dicts/json_builder.h"
 #include "unicode.h"
 

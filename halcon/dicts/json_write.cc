@@ -1,12 +1,23 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "core/access.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "core/handle_data.h"
 #include "core/limits.h"
+#include "core/string_data.h"
 #include "dicts/entry_queries.h"
+#include "dicts/entry_table.h"
 #include "dicts/json.h"
 
 namespace HalconCpp::detail {

@@ -1,13 +1,16 @@
 #include "dicts/matrix.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <new>
 #include <string>
 #include <utility>
 
 #include "HalconCreate.h"
+#include "core/access.h"
 #include "core/arguments.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
 

@@ -2,7 +2,7 @@
 #ifndef HALCONCPP_DICTS_MATRIX_H
 #define HALCONCPP_DICTS_MATRIX_H
 
-#include "core/access.h"
+#include "HalconCpp.h"
 #include "core/handle_data.h"
 
 namespace HalconCpp::detail {

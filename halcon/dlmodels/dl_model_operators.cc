@@ -1,9 +1,13 @@
+#include <span>
 #include <utility>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
+#include "core/handle_data.h"
+#include "dicts/entry_table.h"
 #include "dlmodels/dl_model.h"
 
 namespace HalconCpp {

@@ -7,17 +7,25 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <limits>
 #include <map>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
+#include "core/access.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
+#include "dicts/entry_table.h"
 #include "dlmodels/dl_model.h"
 
 namespace HalconCpp::detail {

@@ -1,12 +1,21 @@
 // ReadDict and WriteDict: JSON and the built-in container.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <string>
+#include <string_view>
 
+#include "HalconCpp.h"
 #include "container/container.h"
+#include "container/format.h"
 #include "container/unknown_file.h"
+#include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
-#include "dicts/entry_queries.h"
+#include "core/handle_data.h"
+#include "dicts/entry_table.h"
 #include "dicts/json.h"
 
 namespace HalconCpp {

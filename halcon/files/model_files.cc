@@ -1,18 +1,23 @@
 // The operators that read and write 3D models and deep-learning models: the built-in container and other formats.
 #include <bit>
 #include <cstddef>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "container/container.h"
+#include "container/format.h"
 #include "container/unknown_file.h"
 #include "core/access.h"
 #include "core/arguments.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "core/handle_data.h"
 #include "core/memory_limit.h"
 #include "dlmodels/dl_model.h"
 #include "models3d/mesh.h"

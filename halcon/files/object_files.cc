@@ -1,4 +1,5 @@
 // ReadObject and WriteObject: iconic objects in the built-in container.
+#include <new>
 #include <string_view>
 #include <utility>
 

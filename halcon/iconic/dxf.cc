@@ -2,11 +2,17 @@
 // line of the file is a group code or its value.
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <new>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "iconic/object_data.h"
 #include "iconic/xld.h"
 
 namespace HalconCpp {

@@ -5,8 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
+#include "core/buffer.h"
+#include "iconic/object_data.h"
 #include "iconic/plane.h"
 #include "iconic/region.h"
 

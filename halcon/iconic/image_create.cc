@@ -1,15 +1,22 @@
 // The operators that make images and regroup their channels. Results share the planes of their operands.
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
-#include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/limits.h"
 #include "iconic/image.h"
+#include "iconic/object_data.h"
+#include "iconic/plane.h"
+#include "iconic/region.h"
 
 namespace HalconCpp {
 

@@ -1,6 +1,10 @@
 // Queries on one image, and its channels interleaved for display.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
-#include <utility>
+#include <string_view>
+#include <vector>
 
 #include "HalconCpp.h"
 #include "core/access.h"
@@ -8,6 +12,9 @@
 #include "core/failure.h"
 #include "iconic/image.h"
 #include "iconic/interleave.h"
+#include "iconic/object_data.h"
+#include "iconic/plane.h"
+#include "iconic/region.h"
 
 namespace HalconCpp {
 

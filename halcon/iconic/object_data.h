@@ -3,8 +3,9 @@
 #define HALCONCPP_ICONIC_OBJECT_DATA_H
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "HalconCpp.h"

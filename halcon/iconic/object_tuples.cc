@@ -1,8 +1,11 @@
 // The operators on tuples of iconic objects: counting, selecting, joining, and conversion to one class.
 #include <algorithm>
+#include <cstddef>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "core/access.h"
 #include "core/failure.h"

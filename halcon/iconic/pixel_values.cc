@@ -1,16 +1,21 @@
 // Conversion of pixel values to another type, and scaling to 0..255.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "HalconCpp.h"
-#include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/vector_units.h"
 #include "iconic/image.h"
+#include "iconic/object_data.h"
+#include "iconic/plane.h"
+#include "iconic/region.h"
 
 namespace HalconCpp {
 

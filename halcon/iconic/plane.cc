@@ -1,7 +1,9 @@
 #include "iconic/plane.h"
 
 #include <algorithm>
+#include <string>
 
+#include "core/blocks.h"
 #include "core/failure.h"
 
 namespace HalconCpp::detail {

@@ -2,10 +2,13 @@
 #ifndef HALCONCPP_ICONIC_REGION_H
 #define HALCONCPP_ICONIC_REGION_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "iconic/object_data.h"
 
 namespace HalconCpp::detail {

@@ -1,17 +1,25 @@
 // The operators of regions, and those that make them.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "core/access.h"
 #include "core/arguments.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
 #include "iconic/image.h"
+#include "iconic/object_data.h"
+#include "iconic/plane.h"
 #include "iconic/region.h"
 
 namespace HalconCpp {

@@ -2,12 +2,19 @@
 // coordinates share the memory of the object.
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "core/access.h"
 #include "core/arguments.h"
+#include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/object_data.h"
 #include "iconic/xld.h"
 
 namespace HalconCpp {

@@ -2,11 +2,21 @@
 // and the OS/2 2.x header of 64 bytes. Little-endian fields: bfOffBits, biSize, biWidth, biHeight (negative: top row
 // first), biBitCount, biCompression, biClrUsed; masks, a palette of blue, green, red, and the rows, bottom row first.
 #include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
+#include "images/codec.h"
 #include "images/formats.h"
 #include "images/pixels.h"
 #include "images/raster.h"

@@ -1,5 +1,7 @@
 #include "images/file_identity.h"
 
+#include <filesystem>
+
 #include "core/file.h"
 
 #if defined(_WIN32)

@@ -1,9 +1,15 @@
 #include "images/formats.h"
 
+#include <bit>
+#include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "core/failure.h"
 #include "core/limits.h"
+#include "iconic/plane.h"
 #include "images/raster.h"
 
 namespace HalconCpp::detail {

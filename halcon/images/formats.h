@@ -2,6 +2,10 @@
 #ifndef HALCONCPP_IMAGES_FORMATS_H
 #define HALCONCPP_IMAGES_FORMATS_H
 
+#include <cstddef>
+
+#include "core/buffer.h"
+#include "iconic/image.h"
 #include "images/codec.h"
 
 namespace HalconCpp::detail {

@@ -8,12 +8,19 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <new>
-#include <string>
+#include <span>
 #include <vector>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
+#include "images/codec.h"
 #include "images/formats.h"
 #include "images/gif_codes.h"
 #include "images/memory_file.h"

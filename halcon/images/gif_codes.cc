@@ -1,6 +1,5 @@
 #include "images/gif_codes.h"
 
-#include <algorithm>
 #include <cstdint>
 
 #include "core/failure.h"

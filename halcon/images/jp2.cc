@@ -3,12 +3,23 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <limits>
+#include <memory>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/memory_limit.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
+#include "images/codec.h"
 #include "images/colors.h"
 #include "images/formats.h"
 #include "images/jp2_check.h"

@@ -2,13 +2,17 @@
 #include "images/jp2_check.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <iterator>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "core/failure.h"
 #include "core/limits.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
 #include "images/raster.h"
 
 namespace HalconCpp::detail {

@@ -4,6 +4,9 @@
 #ifndef HALCONCPP_IMAGES_JP2_CHECK_H
 #define HALCONCPP_IMAGES_JP2_CHECK_H
 
+#include <cstddef>
+
+#include "core/buffer.h"
 #include "images/codec.h"
 
 namespace HalconCpp::detail {

@@ -1,8 +1,14 @@
+#include <csetjmp>
+
 // JPEG after ITU-T T.81 and JFIF 1.02, with libjpeg-turbo: Huffman or arithmetic codes of 8 bits, sequential or
 // progressive.
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+#include <utility>
+#include <vector>
 // After <cstdio>, which it needs.
 #include <jerror.h>
 #include <jpeglib.h>
@@ -11,9 +17,13 @@
 #include <climits>
 #include <string>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
+#include "images/codec.h"
 #include "images/colors.h"
 #include "images/formats.h"
 #include "images/jump.h"

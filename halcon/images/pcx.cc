@@ -2,10 +2,17 @@
 // Encoding, BitsPerPixel, Window (Xmin, Ymin, Xmax, Ymax), HDpi, VDpi, Colormap (16 colors), Reserved, NPlanes,
 // BytesPerLine, PaletteInfo; 128 bytes in all. 256-color files end in a palette of 768 bytes after a byte 0x0C.
 #include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
 #include <string>
 
 #include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/image.h"
+#include "images/codec.h"
 #include "images/formats.h"
 #include "images/raster.h"
 

@@ -3,10 +3,22 @@
 
 #include <algorithm>
 #include <bit>
+#include <csetjmp>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <new>
+#include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
+#include "images/codec.h"
 #include "images/formats.h"
 #include "images/jump.h"
 #include "images/memory_file.h"

@@ -3,11 +3,21 @@
 // MAXVAL, TUPLTYPE and ENDHDR, and any number of channels as bytes. Samples are scaled from 0..maxval to the pixel
 // type.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
+#include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
+#include "images/codec.h"
 #include "images/formats.h"
 #include "images/pixels.h"
 #include "images/raster.h"

@@ -1,9 +1,17 @@
 // Sun raster files after rasterfile(5) of SunOS. Eight big-endian 32-bit fields: ras_magic, ras_width, ras_height,
 // ras_depth, ras_length, ras_type, ras_maptype, ras_maplength; then the color map and the pixels.
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/image.h"
+#include "images/codec.h"
 #include "images/formats.h"
 #include "images/raster.h"
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/buffer.h"
+#include "iconic/plane.h"
 #include "images/pixels.h"
 
 namespace HalconCpp::detail {

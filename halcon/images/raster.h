@@ -7,10 +7,12 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/image.h"
 #include "images/codec.h"
 
 namespace HalconCpp::detail {

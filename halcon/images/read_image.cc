@@ -1,22 +1,32 @@
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <map>
 #include <mutex>
+#include <new>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "container/unknown_file.h"
 #include "core/access.h"
 #include "core/arguments.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/file.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
+#include "iconic/image.h"
+#include "iconic/object_data.h"
+#include "iconic/plane.h"
 #include "images/codec.h"
 #include "images/file_identity.h"
 

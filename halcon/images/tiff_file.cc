@@ -1,10 +1,16 @@
 #include "images/tiff_file.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
-#include <string>
+#include <cstring>
+#include <new>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
+#include "images/codec.h"
 
 namespace HalconCpp::detail {
 

@@ -1,15 +1,26 @@
 // TIFF after "TIFF Revision 6.0" (Adobe, 1992) with its supplements, read with libtiff: every page as stored, whatever
 // its layout. Pages that repeat another one in a smaller size, and masks, are left out (NewSubfileType).
+#include <tiffio.h>
+
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
+#include "images/codec.h"
 #include "images/colors.h"
 #include "images/file_ranges.h"
 #include "images/formats.h"
+#include "images/memory_file.h"
 #include "images/pixels.h"
 #include "images/raster.h"
 #include "images/tiff_file.h"

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "iconic/image.h"
+#include "iconic/plane.h"
 
 namespace HalconCpp::detail {
 

@@ -1,8 +1,18 @@
 // Images to TIFF: every pixel type and channel count, uncompressed.
-#include <algorithm>
+#include <tiffio.h>
 
-#include "core/failure.h"
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "core/buffer.h"
+#include "iconic/image.h"
+#include "iconic/plane.h"
 #include "images/formats.h"
+#include "images/memory_file.h"
 #include "images/pixels.h"
 #include "images/tiff_file.h"
 

@@ -1,14 +1,25 @@
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <memory>
+#include <new>
+#include <span>
 #include <string>
-#include <type_traits>
+#include <string_view>
+#include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "core/access.h"
 #include "core/arguments.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "iconic/image.h"
+#include "iconic/object_data.h"
+#include "iconic/plane.h"
+#include "iconic/region.h"
 #include "images/codec.h"
 
 namespace HalconCpp {

@@ -3,10 +3,17 @@
 // bitmap_bit_order, bitmap_pad, bits_per_pixel, bytes_per_line, visual_class, red_mask, green_mask, blue_mask,
 // bits_per_rgb, colormap_entries, ncolors, ...; then ncolors XWDColor (pixel, red, green, blue, flags, pad), then
 // pixels.
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/image.h"
+#include "images/codec.h"
 #include "images/formats.h"
 #include "images/raster.h"
 

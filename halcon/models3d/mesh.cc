@@ -4,8 +4,11 @@
 #include <charconv>
 #include <cmath>
 #include <memory>
+#include <span>
 #include <string>
+#include <utility>
 
+#include "core/access.h"
 #include "core/failure.h"
 #include "core/limits.h"
 

@@ -2,13 +2,14 @@
 #ifndef HALCONCPP_MODELS3D_MESH_H
 #define HALCONCPP_MODELS3D_MESH_H
 
-#include <algorithm>
+#include <algorithm>  // IWYU pragma: keep (a template that is not instantiated on every machine)
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 
+#include "HalconCpp.h"
 #include "core/buffer.h"
 #include "models3d/model3d.h"
 

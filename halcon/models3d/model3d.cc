@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "core/access.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "dicts/entry_queries.h"
 

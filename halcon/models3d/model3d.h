@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "core/access.h"
+#include "HalconCpp.h"
 #include "core/handle_data.h"
 #include "dicts/entry_table.h"
 

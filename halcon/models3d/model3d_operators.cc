@@ -1,11 +1,13 @@
-#include <string>
 #include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "core/access.h"
 #include "core/arguments.h"
+#include "core/buffer.h"
 #include "core/failure.h"
+#include "core/handle_data.h"
 #include "models3d/model3d.h"
 
 namespace HalconCpp {

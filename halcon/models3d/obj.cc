@@ -1,11 +1,20 @@
 // OBJ (Wavefront): a statement per line. Points, normals and faces are kept; everything else is passed over.
 #include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
 
+#include "HalconCpp.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
 #include "models3d/mesh.h"
 #include "models3d/mesh_file.h"
+#include "models3d/model3d.h"
 #include "models3d/text_scanner.h"
 
 namespace HalconCpp::detail {

@@ -1,9 +1,14 @@
 // OFF: a keyword whose prefixes say what each vertex has, the counts, then a line per vertex and per face.
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
-#include "core/failure.h"
+#include "HalconCpp.h"
+#include "core/buffer.h"
 #include "models3d/mesh.h"
 #include "models3d/mesh_file.h"
+#include "models3d/model3d.h"
 #include "models3d/text_scanner.h"
 
 namespace HalconCpp::detail {

@@ -11,9 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "models3d/mesh.h"
 #include "models3d/mesh_file.h"
+#include "models3d/model3d.h"
 #include "models3d/text_scanner.h"
 
 namespace HalconCpp::detail {

@@ -2,15 +2,19 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
+#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/hash.h"
 #include "models3d/mesh.h"
 #include "models3d/mesh_file.h"
+#include "models3d/model3d.h"
 #include "models3d/text_scanner.h"
 
 namespace HalconCpp::detail {

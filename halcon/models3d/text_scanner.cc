@@ -1,6 +1,7 @@
 #include "models3d/text_scanner.h"
 
-#include <algorithm>
+#include <string>
+#include <utility>
 
 #include "core/failure.h"
 

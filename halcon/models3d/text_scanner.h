@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <span>
 #include <string_view>
+#include <system_error>
 
 #include "HalconCpp.h"
 

@@ -1,8 +1,14 @@
 // Pixels and geometry for drawing, and the buffers they come in.
+#include <cstdint>
+#include <optional>
+
 #include "adapter/reader.h"
 #include "extract/geometry.h"
+#include "extract/host_buffer.h"
 #include "extract/image.h"
 #include "platform/heap.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "tree/node.h"
 
 using namespace quovel;
 

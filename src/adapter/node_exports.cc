@@ -1,6 +1,14 @@
 // The node accessors: they read fields and cannot fail.
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
 #include "adapter/reader.h"
+#include "content/long_text.h"
 #include "content/value_text.h"
+#include "platform/heap.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "tree/node.h"
 
 using namespace quovel;
 

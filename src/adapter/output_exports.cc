@@ -1,10 +1,16 @@
 // Saving, converting, and the version.
+#include <algorithm>
+#include <cstdint>
+#include <string>
 #include <vector>
 
 #include "adapter/reader.h"
 #include "output/convert.h"
 #include "output/save.h"
 #include "output/version.h"
+#include "platform/heap.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "tree/node.h"
 
 using namespace quovel;
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "content/value_text.h"
+#include "content/long_text.h"
 #include "quovel_adapter_2411/quovel_adapter.h"
 #include "tree/node.h"
 

@@ -1,4 +1,9 @@
 // The Reader's life, and the parse exports.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
 #include <vector>
 
 #include "HalconCpp.h"
@@ -6,6 +11,9 @@
 #include "loading/dict_loader.h"
 #include "loading/model_loaders.h"
 #include "loading/object_loader.h"
+#include "platform/heap.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "tree/node.h"
 
 using namespace quovel;
 

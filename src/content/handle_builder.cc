@@ -1,8 +1,12 @@
 #include "content/handle_builder.h"
 
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
+#include <variant>
 
 #include "tree/entry.h"
 

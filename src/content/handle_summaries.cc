@@ -1,6 +1,7 @@
 #include "content/handle_summaries.h"
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 

@@ -1,11 +1,14 @@
 #include "content/tuple_builder.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 #include "content/handle_summaries.h"
 #include "content/value_text.h"

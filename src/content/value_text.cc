@@ -1,9 +1,11 @@
 #include "content/value_text.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <new>
+#include <optional>
+#include <utility>
 
 #include "platform/text.h"
 

@@ -1,6 +1,5 @@
 #include "extract/image.h"
 
-#include <cstddef>
 #include <cstring>
 #include <string_view>
 

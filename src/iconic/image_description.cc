@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "iconic/description.h"
 #include "platform/text.h"
 #include "tree/objects.h"

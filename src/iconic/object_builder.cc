@@ -1,6 +1,8 @@
 #include "iconic/object_builder.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>

@@ -1,7 +1,10 @@
 #include "loading/dispatcher.h"
 
+#include <optional>
+#include <utility>
 #include <variant>
 
+#include "HalconCpp.h"
 #include "content/handle_builder.h"
 #include "content/tuple_builder.h"
 #include "iconic/object_builder.h"

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 
 #include "platform/failure.h"
 #include "platform/files.h"

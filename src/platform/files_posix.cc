@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "platform/files.h"

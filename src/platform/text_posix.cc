@@ -1,6 +1,9 @@
 // HALCON's narrow text is UTF-8, half the work of its 32-bit wide text.
 #include <cstring>
+#include <string>
+#include <string_view>
 
+#include "HalconCpp.h"
 #include "platform/text.h"
 #include "unicode.h"
 

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <type_traits>
 #include <vector>
 
 #include "platform/heap.h"

@@ -1,8 +1,12 @@
 #include "tree/dict_builder.h"
 
+#include <cstddef>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 #include "tree/entry.h"
 

@@ -1,5 +1,6 @@
 #include "tree/element_types.h"
 
+#include <string>
 #include <string_view>
 
 namespace quovel {

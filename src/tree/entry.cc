@@ -1,5 +1,7 @@
 #include "tree/entry.h"
 
+#include <string>
+
 #include "platform/text.h"
 
 namespace quovel {

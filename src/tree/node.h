@@ -3,6 +3,7 @@
 #define QUOVEL_TREE_NODE_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
