@@ -154,7 +154,7 @@ TEST(Container, ReadsATreeWhateverWasShared) {
   EXPECT_FALSE(std::filesystem::exists(native(folder / "large")));
 }
 
-TEST(Container, RefusesEveryCutAndEveryChange) {
+TEST(Container, RejectsEveryCutAndEveryChange) {
   const TempDir folder;
   const HTuple dict = new_dict({{"n", tuple({1, "two", 3.5})}, {2, tuple({"a", "bc"})}, {"d", new_dict({{1, 1.5}})}});
   SetDictObject(concat({with_domain(ramp(3, 2), 0, 0, 1, 1), parallels(), rectangle(1, 2, 3, 4)}), dict, "o");
@@ -183,7 +183,7 @@ TEST(Container, RefusesEveryCutAndEveryChange) {
   }
 }
 
-TEST(Container, RefusesContentThatCannotBe) {
+TEST(Container, RejectsContentThatCannotBe) {
   const auto object = [](int object_class) { return File().tags({0}).counts({1}).tags({object_class}); };
   const auto dict = [] { return File().tags({1}).counts({1}).tags({1}); };
   const auto value = [] { return File().tags({1}).counts({1}).tags({1, 1}).counts({0}); };

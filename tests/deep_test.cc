@@ -30,7 +30,7 @@ TEST(Deep, TheBuilderNeedsNoStackPerLevel) {
   });
 }
 
-TEST(Deep, TheDeepestFileOpensAndTheNextIsRefused) {
+TEST(Deep, TheDeepestFileOpensAndTheNextIsRejected) {
   const TempDir folder;
   for (const int depth : {1024, 1025}) {
     std::string json;

@@ -74,7 +74,7 @@ TEST(Dictionaries, TellObjectsFromTuples) {
     EXPECT_STREQ(opened(dict).GetDictParam("key_data_type", key)[0].S().Text(), type);
 }
 
-TEST(Dictionaries, RefuseWithReasons) {
+TEST(Dictionaries, RejectWithReasons) {
   const HTuple dict = new_dict(), matrix = new_matrix(1, 1, 0), pair = tuple({1, 2});
   SetDictTuple(dict, "t", 1);
   SetDictObject(ramp(1, 1), dict, "o");

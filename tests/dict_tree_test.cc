@@ -378,8 +378,8 @@ TEST_F(DictTree, ReadingOptionsReachTheReader) {
   EXPECT_EQ(texts(open(crowded, 3)), "'yes' -5000000007 1e+300 [1, 2] ");
   const qv_parse_option empty_string[] = {{QV_JSON_VALUE_NULL, QV_VALUE_STRING, nullptr, 0, 0}};
   EXPECT_EQ(texts(open(empty_string, 1)), "'true' 'false' '' [1, 2] ");
-  const qv_parse_option refused[] = {{7, QV_VALUE_INTEGER, nullptr, 1, 0}, {QV_JSON_VALUE_TRUE, 3, nullptr, 1, 0}};
-  for (const qv_parse_option& option : refused) {
+  const qv_parse_option rejected[] = {{7, QV_VALUE_INTEGER, nullptr, 1, 0}, {QV_JSON_VALUE_TRUE, 3, nullptr, 1, 0}};
+  for (const qv_parse_option& option : rejected) {
     EXPECT_EQ(open(&option, 1), nullptr);
     EXPECT_NE(reader.error(), "");
   }

@@ -68,15 +68,16 @@ TEST(Dxf, RejectsWhatItCannotHoldAndLeavesTheFile) {
   const TempDir folder;
   const std::string file = folder / "old.dxf";
   write(file, "old");
-  const auto refusal = [&](auto write_dxf, const HObject& object) {
+  const auto failure_of = [&](auto write_dxf, const HObject& object) {
     return failure([&] { write_dxf(object, file.c_str()); });
   };
   const HObject mixed = concat({contour({1, 2}, {3, 4}), polygon({1, 2}, {3, 4})});
-  EXPECT_EQ(refusal(WriteContourXldDxf, mixed),
+  EXPECT_EQ(failure_of(WriteContourXldDxf, mixed),
             "WriteContourXldDxf: '" + file + "': expects an object of class \"xld_cont\", not \"xld_poly\"");
-  EXPECT_THAT(refusal(WritePolygonXldDxf, mixed), testing::HasSubstr("not \"xld_cont\""));
-  EXPECT_THAT(refusal(WriteContourXldDxf, HObject()), testing::HasSubstr("not set"));
-  EXPECT_THAT(refusal(WriteContourXldDxf, contour({1, std::nan("")}, {3, 4})), testing::HasSubstr("finite position"));
+  EXPECT_THAT(failure_of(WritePolygonXldDxf, mixed), testing::HasSubstr("not \"xld_cont\""));
+  EXPECT_THAT(failure_of(WriteContourXldDxf, HObject()), testing::HasSubstr("not set"));
+  EXPECT_THAT(failure_of(WriteContourXldDxf, contour({1, std::nan("")}, {3, 4})),
+              testing::HasSubstr("finite position"));
   EXPECT_EQ(read(file), "old");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(native(folder.path())), {}), 1);
 }

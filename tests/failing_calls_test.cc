@@ -1,5 +1,5 @@
-// Every call into HALCON made to fail in turn, on every road: the result and the text must be those of the contract,
-// and the Reader must work afterwards.
+// Every call into HALCON made to fail in turn, on every path through the host interface: the result and the text must
+// be those of the contract, and the Reader must work afterwards.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -14,10 +14,10 @@ using namespace test;
 constexpr const char* failure_text = "made to fail";
 
 // Counts the calls, and fails the ones from `first` to `last` (counted from 1).
-class Saboteur : public HalconCpp::CallWatcher {
+class FailingRange : public HalconCpp::CallWatcher {
  public:
-  Saboteur(int first, int last) : first_(first), last_(last) { HalconCpp::WatchCalls(this); }
-  ~Saboteur() override { HalconCpp::WatchCalls(nullptr); }
+  FailingRange(int first, int last) : first_(first), last_(last) { HalconCpp::WatchCalls(this); }
+  ~FailingRange() override { HalconCpp::WatchCalls(nullptr); }
   void called(const char*) override {
     ++count;
     if (count >= first_ && count <= last_) HalconCpp::ThrowHException(failure_text);
@@ -29,9 +29,9 @@ class Saboteur : public HalconCpp::CallWatcher {
 };
 
 int with_failing_calls(int first, int last, const std::function<void()>& run) {
-  const Saboteur saboteur(first, last);
+  const FailingRange failing(first, last);
   run();
-  return saboteur.count;
+  return failing.count;
 }
 
 TEST(FailingCalls, WhileOpening) { sweep(Scenarios().opening(), with_failing_calls, failure_text); }
@@ -45,7 +45,7 @@ TEST(FailingVersion, IsUnknownForGood) {
   const auto ask = [](int k) {
     std::string first;
     {
-      const Saboteur saboteur(k, k);
+      const FailingRange failing(k, k);
       first = narrow(qv_adapter_halcon_version());
     }
     const bool kept = narrow(qv_adapter_halcon_version()) == first;

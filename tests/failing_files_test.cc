@@ -50,13 +50,13 @@ TEST(FailingFiles, NothingStaysOpen) {
   const TempDir folder;
   const Reader reader;
   const auto before = open_files();
-  int refused = 0;
+  int rejected = 0;
   for (const std::string& file : scenarios.files()) {
     const std::string content = read(file), name = folder / ("cut." + file.substr(file.rfind('.') + 1));
     for (std::size_t size = 0; size < content.size(); size += 1 + content.size() / 40) {
       write(name, content.substr(0, size));
       for (const FileKind kind : {FileKind::Dict, FileKind::Object, FileKind::Model3d, FileKind::DlModel})
-        refused += !reader.parse(kind, name) && !reader.error().empty();
+        rejected += !reader.parse(kind, name) && !reader.error().empty();
     }
     EXPECT_EQ(open_files(), before) << file;
   }
@@ -65,8 +65,8 @@ TEST(FailingFiles, NothingStaysOpen) {
     for (const FileKind kind : {FileKind::Dict, FileKind::Object, FileKind::Model3d, FileKind::DlModel})
       EXPECT_FALSE(reader.parse(kind, path)) << path;
   EXPECT_EQ(open_files(), before);
-  EXPECT_GT(refused, 1000);
-  std::printf("%d bad inputs refused\n", refused);
+  EXPECT_GT(rejected, 1000);
+  std::printf("%d bad inputs rejected\n", rejected);
 }
 
 TEST(FailingFiles, AFullDiskLeavesTargetsAsTheyWere) {

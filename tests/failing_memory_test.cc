@@ -1,7 +1,8 @@
-// Every allocation that the two libraries make failed in turn, on every road: no crash, no leak (under a sanitizer),
-// the failure value or the contained result of the contract, and a Reader that works afterwards.
+// Every allocation that the two libraries make failed in turn, on every path through the host interface: no crash, no
+// leak (under a sanitizer), the failure value or the contained result of the contract, and a Reader that works
+// afterwards.
 //
-// This program's operator new and malloc stand in for those of the whole process. An allocation counts when the nearest
+// This program's operator new and malloc replace those of the whole process. An allocation counts when the nearest
 // caller that is no part of the C and C++ run-time libraries is one of our two libraries; what third-party libraries
 // allocate for themselves is left alone.
 #include <dlfcn.h>
@@ -166,14 +167,14 @@ TEST_F(FailingMemory, NoReaderIsMade) {
   const auto create = [&] { reader = qv_reader_create(); };
   const int count = with_failing(0, 0, create);
   qv_reader_destroy(reader);
-  int refused = 0;
+  int rejected = 0;
   for (int k = 1; k <= count; ++k) {
     with_failing(k, INT_MAX, create);
-    refused += reader == nullptr;
+    rejected += reader == nullptr;
     qv_reader_destroy(reader);
   }
   EXPECT_GT(count, 0);
-  EXPECT_EQ(refused, count);
+  EXPECT_EQ(rejected, count);
 }
 
 }  // namespace

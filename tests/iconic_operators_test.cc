@@ -266,7 +266,7 @@ TEST(ObjectTuples, GrowByThemselvesInLinearTime) {
   EXPECT_EQ(number[0].L(), 4);
 }
 
-TEST(Refusals, NameTheOperatorAndTheReason) {
+TEST(Errors, NameTheOperatorAndTheReason) {
   const HObject unset, gray = image_of<std::uint8_t>("byte", {1, 2, 3, 4}, 2), deep = image_of<float>("real", {1});
   const HObject region = region_of({0}, {0}, {0});
   HObject two, three, images, out, none;

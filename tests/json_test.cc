@@ -118,7 +118,7 @@ TEST_F(Json, TakesReadingOptions) {
   for (const auto& [names, values, expected] : rows) EXPECT_EQ(outcome(text, names, values), expected);
 }
 
-TEST_F(Json, RefusesWithLineAndColumn) {
+TEST_F(Json, RejectsWithLineAndColumn) {
   const std::pair<std::string, std::string> rows[] = {
       {" \n ", "line 2, column 2: the document is empty"},
       {"\"x\"", "line 1, column 4: the document is a single value"},
@@ -229,24 +229,24 @@ TEST_F(Json, LeavesOutWhatItCannotHoldOnlyWhenAsked) {
       {"list", list, "the key 1 holds a number"},
   };
   write(folder / "out.json", "old");
-  const auto expect_refusal = [&](const HTuple& one, const char* reason) {
+  const auto expect_error = [&](const HTuple& one, const char* reason) {
     EXPECT_THAT(failure([&] { written(one, option, "true"); }), HasSubstr(reason));
   };
   for (const auto& [key, value, reason] : rows) {
-    expect_refusal(new_dict({{key, value}}), reason);
+    expect_error(new_dict({{key, value}}), reason);
     HalconCpp::SetDictTuple(dict, key, value);
   }
   const HTuple picture = new_dict();
   for (const HTuple& holder : {picture, dict}) HalconCpp::SetDictObject(ramp(1, 1), holder, "object");
-  expect_refusal(picture, "the key 'object' holds an iconic object");
-  expect_refusal(new_dict({{5, 0}, {"5", 0}}), "the key '5' is there as a number and as a text");
+  expect_error(picture, "the key 'object' holds an iconic object");
+  expect_error(new_dict({{5, 0}, {"5", 0}}), "the key '5' is there as a number and as a text");
   EXPECT_EQ(test::read(folder / "out.json"), "old");
   EXPECT_EQ(shown(read(written(dict, option, "false"))), "{'7':'seven','list':{'0':0,'2':2}}");
   EXPECT_THROW(written(dict, option, "no"), HException);
   EXPECT_THROW(written(dict, "lenient", "false"), HException);
 }
 
-TEST_F(Json, RefusesADictionaryThatHoldsItself) {
+TEST_F(Json, RejectsADictionaryThatHoldsItself) {
   const HTuple dict = new_dict();
   HalconCpp::SetDictTuple(dict, "self", dict);
   EXPECT_THROW(written(dict), HException);

@@ -38,20 +38,20 @@ struct Cost {
   bool opens;
 };
 
-constexpr int opened = 10, refused = 11;
+constexpr int opened = 10, rejected = 11;
 
 // What a process costs that does this, and whether it succeeds.
 Cost cost_of(const std::function<bool()>& body) {
   malloc_trim(0);  // or the child would find room that is counted already
   const pid_t child = fork();
-  if (child == 0) _exit(body() ? opened : refused);
+  if (child == 0) _exit(body() ? opened : rejected);
   int status = -1;
   rusage usage{};
   wait4(child, &status, 0, &usage);
   const auto seconds = [](const timeval& time) {
     return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
   };
-  EXPECT_TRUE(WIFEXITED(status) && (WEXITSTATUS(status) == opened || WEXITSTATUS(status) == refused)) << status;
+  EXPECT_TRUE(WIFEXITED(status) && (WEXITSTATUS(status) == opened || WEXITSTATUS(status) == rejected)) << status;
   return {1024.0 * static_cast<double>(usage.ru_maxrss), seconds(usage.ru_utime) + seconds(usage.ru_stime),
           WEXITSTATUS(status) == opened};
 }
@@ -103,7 +103,7 @@ class Limits : public ::testing::Test {
     const double bytes = cost.bytes - nothing.bytes;
     std::printf("%-18s %8.0f bytes: %6.1f MiB, %5.1f bytes per byte, %.2f s\n", name.c_str(), size, bytes / mib,
                 bytes / size, cost.seconds);
-    EXPECT_EQ(cost.opens, !name.starts_with("refused"));
+    EXPECT_EQ(cost.opens, !name.starts_with("rejected"));
     if (sanitized) return;
     EXPECT_LT(bytes, limit.bytes(size)) << name;
     EXPECT_LT(cost.seconds, cost::seconds(size)) << name;
@@ -163,8 +163,8 @@ TEST_F(Limits, OfDictionariesAndModels) {
 TEST_F(Limits, OfImages) {
   if (sanitized) GTEST_SKIP() << "the fuzz targets open small pictures, and filling large ones takes long";
   expect_within(FileKind::Object, "blank.jp2", blank_jp2(4000, 4000, 4000, 1), cost::image);
-  expect_within(FileKind::Object, "refused.jp2", blank_jp2(40000, 40000, 40000, 1), cost::Limit{"", 0, mib});
-  expect_within(FileKind::Object, "refused-tiles.jp2", blank_jp2(250, 250, 1, 62500), cost::image);
+  expect_within(FileKind::Object, "rejected.jp2", blank_jp2(40000, 40000, 40000, 1), cost::Limit{"", 0, mib});
+  expect_within(FileKind::Object, "rejected-tiles.jp2", blank_jp2(250, 250, 1, 62500), cost::image);
   expect_within(
       FileKind::Object, "runs.bmp",
       "BM" + le({0, 0, 62, 40, 8000, 8000}, 4) + le({1, 8}, 2) + le({1, 0, 0, 0, 1, 0}, 4) + "aaa\0\0\0\0\0\0\1"s,

@@ -33,7 +33,7 @@ class Model3d : public ::testing::Test {
     ReadObjectModel3d((folder / name).c_str(), scale, HTuple(), HTuple(), &model, &status);
     return model;
   }
-  std::string refusal(const std::string& name, const std::string& content, const HTuple& scale = "m") {
+  std::string failure_of(const std::string& name, const std::string& content, const HTuple& scale = "m") {
     return failure([&] { open(name, content, scale); });
   }
   TempDir folder;
@@ -101,11 +101,11 @@ TEST_F(Model3d, EveryFormatKeepsPointsAndFaces) {
 }
 
 // Text whose last word is cut off may still be whole, and an OBJ has no end.
-TEST_F(Model3d, EveryCutIsRefused) {
+TEST_F(Model3d, EveryCutIsRejected) {
   for (const auto& [name, content] : rectangles) {
     const std::size_t whole = content.size() - (content.back() == '\n' ? 2 : 0);
     for (std::size_t size = 0; size < whole && name[2] != 'o'; ++size)
-      EXPECT_NE(refusal(std::to_string(size) + name, content.substr(0, size)), "") << name << " cut to " << size;
+      EXPECT_NE(failure_of(std::to_string(size) + name, content.substr(0, size)), "") << name << " cut to " << size;
   }
 }
 
@@ -132,7 +132,7 @@ TEST_F(Model3d, DetailsOfFormats) {
       {"nan.ply", ply(2, {}, "nan 2 nan\n4 5 6\n"), "bounding_box1", "4 2 6 4 5 6"},
       {"relative.obj", relative, "triangles", "0 1 2 2 1 0"},
       {"numbers.obj", "v +1 2. 3.1+e2\nv 1e-2 -.5 3.1-e2\n", "point_coord_z", "310 0.031"},
-      {"colours.obj", "v 0 0 0 0 0.5 1\nv 1 1 1 1 1 1\n", "point_color_green", "128 255"},
+      {"colors.obj", "v 0 0 0 0 0.5 1\nv 1 1 1 1 1 1\n", "point_color_green", "128 255"},
       {"cloud.obj", "vn 0 0 1\nv 0 0 0\nvn 0 1 0\nv 1 1 1\n", "point_normal_y", "0 1"},
       {"swapped.obj", triangle + "f 1//3 2//2 3//1\n", "point_normal_x", "3 2 1"},
       {"shared.obj", triangle + "f 1//1 2//1 3//1\nf 1//2 2//2 3//2\n", "has_point_normals", "false"},
@@ -156,7 +156,7 @@ TEST_F(Model3d, DetailsOfFormats) {
   }
 }
 
-TEST_F(Model3d, RefusalsSayWhatIsWrong) {
+TEST_F(Model3d, ErrorsSayWhatIsWrong) {
   const std::string origins = "0 0 0\n0 0 0\n0 0 0\n0 0 0\n", xy = "property float x\nproperty float y\n";
   const std::tuple<const char*, std::string, const char*> cases[] = {
       {"billion.ply", ply(1000000000, {}, "0 0 0\n"), "1000000000 elements 'vertex', but only 6 bytes follow"},
@@ -184,8 +184,9 @@ TEST_F(Model3d, RefusalsSayWhatIsWrong) {
       {"nothing.ply", "", "empty"},
   };
   for (const auto& [name, content, reason] : cases)
-    EXPECT_THAT(refusal(name, content), AllOf(StartsWith("ReadObjectModel3d: '"), HasSubstr(name), HasSubstr(reason)));
-  EXPECT_THAT(refusal("a.off", rectangles[3].second, "mm"), HasSubstr("scale"));
+    EXPECT_THAT(failure_of(name, content),
+                AllOf(StartsWith("ReadObjectModel3d: '"), HasSubstr(name), HasSubstr(reason)));
+  EXPECT_THAT(failure_of("a.off", rectangles[3].second, "mm"), HasSubstr("scale"));
   HTuple model, status;
   for (const HTuple& values : {HTuple(), HTuple(1)})
     EXPECT_THROW(ReadObjectModel3d((folder / "a.off").c_str(), "m", "a", values, &model, &status), HException);

@@ -41,10 +41,11 @@ std::string model(const std::string& graph) { return number(1, 8) + message(7, g
 class Onnx : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (refusal("a.onnx", model("")).find("without libonnx") != std::string::npos) GTEST_SKIP() << "built without ONNX";
+    if (failure_of("a.onnx", model("")).find("without libonnx") != std::string::npos)
+      GTEST_SKIP() << "built without ONNX";
   }
-  // The message of a refusal; empty when the file opens.
-  std::string refusal(const std::string& name, const std::string& content) {
+  // The message of the error; empty when the file opens.
+  std::string failure_of(const std::string& name, const std::string& content) {
     write(folder / name, content);
     return failure([&] { read_dl_model(folder / name); });
   }
@@ -63,7 +64,7 @@ TEST_F(Onnx, ShowsWhatAModelIs) {
                            message(6, "about") + message(7, graph) + opset +
                            message(8, message(1, "ai.onnx.ml") + number(2, 2)) +
                            message(14, message(1, "author") + message(2, "me"));
-  EXPECT_EQ(refusal("m.onnx", file), "");
+  EXPECT_EQ(failure_of("m.onnx", file), "");
   EXPECT_EQ(shown(read_dl_model(folder / "m.onnx")),
             "dl_model{'type':'onnx','producer_name':'maker','producer_version':'1.2','domain':'org','model_version':3,"
             "'doc_string':'about','ir_version':8,'opset_import':{'ai.onnx':13,'ai.onnx.ml':2},'graph_name':'net',"
@@ -75,7 +76,7 @@ TEST_F(Onnx, ShowsWhatAModelIs) {
             "2:{'element_type':'float','shape':(1,1)}},'metadata':{'author':'me'}}");
 }
 
-TEST_F(Onnx, RefusesWhatIsNoModel) {
+TEST_F(Onnx, RejectsWhatIsNoModel) {
   std::string nested;  // graphs in graphs, each within the attribute of a layer
   for (int level = 0; level < 34; ++level) nested = message(1, message(5, message(6, nested)));
   const std::string whole = model(node("Relu", "", "y"));
@@ -89,12 +90,12 @@ TEST_F(Onnx, RefusesWhatIsNoModel) {
       {"a.hdl", whole, "needs a build against it"},
   };
   for (const auto& [name, content, reason] : cases)
-    EXPECT_THAT(refusal(name, content), ::testing::AllOf(HasSubstr(name), HasSubstr(reason)));
+    EXPECT_THAT(failure_of(name, content), ::testing::AllOf(HasSubstr(name), HasSubstr(reason)));
   for (std::size_t cut = 0; cut < whole.size(); ++cut)
-    EXPECT_NE(refusal(std::to_string(cut), whole.substr(0, cut)), "") << "cut to " << cut;
+    EXPECT_NE(failure_of(std::to_string(cut), whole.substr(0, cut)), "") << "cut to " << cut;
   // More elements than 64 bits count are as many as they do.
   const std::string huge = initializer("h", 1ULL << 62, 1ULL << 62) + initializer("n", 1, ~0ULL);
-  EXPECT_EQ(refusal("huge.onnx", model(huge)), "");
+  EXPECT_EQ(failure_of("huge.onnx", model(huge)), "");
   HTuple value;
   GetHandleTuple(read_dl_model(folder / "huge.onnx"), "num_parameters", &value);
   EXPECT_EQ(value[0].L(), INT64_MAX);

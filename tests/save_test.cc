@@ -65,7 +65,7 @@ TEST_F(Save, TheExtensionDecides) {
   if (!left_out.empty()) GTEST_SKIP() << "not in this build:" << left_out;
 }
 
-TEST_F(Save, RefusalsTellAndLeaveTheTargetAlone) {
+TEST_F(Save, ErrorsTellWhyAndLeaveTheTargetAlone) {
   write(folder / "old.png", "as it was");
   write(folder / "dir.png/x", "");
   const std::tuple<HObject, std::string, std::string> cases[] = {

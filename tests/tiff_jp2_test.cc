@@ -191,7 +191,7 @@ TEST_F(TiffAndJp2, TiffCountsSharedBytesOnce) {
   EXPECT_THAT(opened(paged(page, 70000)), HasSubstr("holds more than 65536 images"));
 }
 
-TEST_F(TiffAndJp2, TiffRefusesWhatNoPixelHolds) {
+TEST_F(TiffAndJp2, TiffRejectsWhatNoPixelHolds) {
   const std::pair<std::string, const char*> table[] = {
       {tiff(1, 1, "abc", {{bits, {24}}}), "24-bit unsigned integers"},
       {tiff(1, 1, "abcdefgh", {{bits, {64}}}), "64-bit unsigned integers"},
@@ -265,8 +265,8 @@ TEST_F(TiffAndJp2, Jp2ReadsOnlyWhatIsChecked) {
   EXPECT_THAT(opened(std::string(file).insert(coding, bytes({0xff, 0x30, 0, 2}))), HasSubstr("marker 0xff30"));
 }
 
-// A claim is refused before anything is allocated for it. Distances from the marker of the segment.
-TEST_F(TiffAndJp2, Jp2RefusesClaims) {
+// A declared size is checked before anything is allocated for it. Distances from the marker of the segment.
+TEST_F(TiffAndJp2, Jp2RejectsDeclaredSizes) {
   const std::string file = written(noise("byte", 37, 19, 3), "jp2");
   const std::tuple<const char*, std::size_t, std::string, const char*> table[] = {
       {"\xff\x51", 6, be({1u << 31}), "larger than the 1048576"},
@@ -285,7 +285,7 @@ TEST_F(TiffAndJp2, Jp2RefusesClaims) {
     EXPECT_THAT(opened(patched(file, marker, distance, value)), HasSubstr(reason));
 }
 
-TEST_F(TiffAndJp2, CutAnywhereAreWholeOrRefused) {
+TEST_F(TiffAndJp2, CutAnywhereAreWholeOrRejected) {
   const HObject image = noise("byte", 17, 9, 3);
   const std::string whole = pixels(image), boxed = written(image, "jp2");
   const std::string bare = boxed.substr(boxed.find("\xff\x4f\xff\x51"));

@@ -1,4 +1,4 @@
-// JSON documents: what opens, what is refused, and that what was written reads back to the same tree.
+// JSON documents: what opens, what is rejected, and that what was written reads back to the same tree.
 #include "sections.h"
 #include "support/files.h"
 #include "support/host.h"
@@ -27,9 +27,9 @@ void check(const Row& row, const std::filesystem::path& corpus, const std::strin
   const bool is_scalar = row.at("top") != "dict" && row.at("top") != "list";
   if (!opens && error.empty()) return report.disagree(row.at("path"), "a text", "no text");
   if (expected == "accept" && is_scalar)
-    return opens ? report.disagree(row.at("path"), "refused: a bare value", "opens") : report.by_design("bare value");
+    return opens ? report.disagree(row.at("path"), "rejected: a bare value", "opens") : report.by_design("bare value");
   if (expected == "accept" && !opens) return report.disagree(row.at("path"), "opens", error);
-  if (expected == "reject" && opens) return report.disagree(row.at("path"), "refused", "opens");
+  if (expected == "reject" && opens) return report.disagree(row.at("path"), "rejected", "opens");
   const std::string fault = opens ? read_back(reader, file, copy) : "";
   if (!fault.empty()) return report.disagree(row.at("path"), "the same tree", fault);
   report.agree();

@@ -29,7 +29,7 @@ class Report {
 
 // Every image of images/expected.tsv through ReadImage: channels, size, first and last pixel, means and checksum.
 void check_images(const std::filesystem::path& corpus, Report& report);
-// Every document of json/expected.tsv and bench/expected.tsv through the host interface: opened or refused, written
+// Every document of json/expected.tsv and bench/expected.tsv through the host interface: opened or rejected, written
 // again.
 void check_json(const std::filesystem::path& corpus, Report& report);
 // Every file of malformed/expected.tsv through every parse export of the host interface.

@@ -14,7 +14,7 @@ namespace fuzz {
 namespace {
 
 // Images with more pixels than this are opened and described, but not drawn: drawing costs time and finds nothing new.
-constexpr long long most_pixels = 1 << 20;
+constexpr long long max_pixels = 1 << 20;
 
 const test::TempDir& folder() {
   static const test::TempDir made;
@@ -24,7 +24,7 @@ const test::TempDir& folder() {
 bool is_small(const qv_node* node) {
   const std::string text = test::summary(node);
   long long width = 0, height = 0;
-  return std::sscanf(text.c_str(), "%lldx%lld", &width, &height) != 2 || width * height <= most_pixels;
+  return std::sscanf(text.c_str(), "%lldx%lld", &width, &height) != 2 || width * height <= max_pixels;
 }
 
 void check_node(const qv_node* node) {

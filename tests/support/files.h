@@ -8,7 +8,7 @@
 
 namespace test {
 
-// A fresh folder that goes with the object.
+// A new folder, deleted with the object.
 class TempDir {
  public:
   TempDir();

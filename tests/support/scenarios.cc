@@ -216,13 +216,13 @@ static void sweep(const Scenario& scenario, const FailSteps& fail, const std::st
   const auto run = [&] { outcome = scenario.run(reader); };
   const int count = fail(0, 0, run);
   ASSERT_GT(count, 0);
-  Scenario hopeless = scenario;  // with all steps failing, the message cannot be had either, nor a part of the result
-  hopeless.may_lack_text = hopeless.silent = true;
+  Scenario all_fail = scenario;  // with all steps failing, neither the message nor a part of the result can be made
+  all_fail.may_lack_text = all_fail.silent = true;
   for (int k = 1; k <= count; ++k) {
     SCOPED_TRACE("step " + std::to_string(k) + " of " + std::to_string(count));
     for (const int last : {k, INT_MAX}) {
       fail(k, last, run);
-      EXPECT_TRUE(is_allowed(last == k ? scenario : hopeless, good, outcome, failure_text)) << outcome.error << "\n"
+      EXPECT_TRUE(is_allowed(last == k ? scenario : all_fail, good, outcome, failure_text)) << outcome.error << "\n"
                                                                                             << outcome.shown;
     }
     run();

@@ -1,4 +1,4 @@
-// Every road through the host interface, small: what is run again and again while something fails.
+// Every path through the host interface, small: what is run again and again while something fails.
 #ifndef QUOVEL_TESTS_SUPPORT_SCENARIOS_H
 #define QUOVEL_TESTS_SUPPORT_SCENARIOS_H
 
