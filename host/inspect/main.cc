@@ -17,6 +17,7 @@
 #include "html_page.h"
 #include "place.h"
 #include "platform/console.h"
+#include "platform/desktop.h"
 #include "platform/interrupts.h"
 #include "print_tree.h"
 #include "quovel_adapter_2411/quovel_adapter.h"
@@ -180,6 +181,25 @@ int show_files(const Arguments& arguments, const std::vector<InputFile>& files) 
   return counts.found > 0 ? 0 : report("nothing was found in " + summary(counts, {}), exit_failure);
 }
 
+// What is done with files that were dropped on the program: a page of each, shown in the browser.
+void show_pages(Arguments arguments, const std::vector<InputFile>& files) {
+  for (const InputFile& file : files) {
+    if (!file.error.empty()) throw Failure(file.error);
+    arguments.html = quovel::temporary_folder() + "qv_inspect " + file_name(file.path) + ".html";
+    const std::string told = act_on_file(arguments, file.path);
+    if (!quovel::show_on_desktop(arguments.html)) throw Failure(told + " (no browser could be started)");
+  }
+}
+
+// The window of a program that was started from the desktop closes with it: nobody could read a message.
+int wait_for_reader(int code) {
+  if (!quovel::started_from_desktop()) return code;
+  std::puts("Press Enter to close this window.");
+  std::fflush(stdout);
+  std::getchar();
+  return code;
+}
+
 // Returns the exit code, or a failure if output was lost.
 int finish(int code) {
   std::cout.flush();
@@ -192,6 +212,10 @@ int run(const Arguments& arguments) {
   const char* const option = arguments.one_file_option();
   if (arguments.force && arguments.output().empty())
     return report("--force needs --html, --extract, --save or --convert", exit_misuse, hint);
+  if (!option && quovel::started_from_desktop()) {
+    show_pages(arguments, files);
+    return 0;
+  }
   if (!option) return show_files(arguments, files);
   if (files.size() != 1)
     return report(std::string(option) + " takes one file, not " + std::to_string(files.size()), exit_misuse);
@@ -221,9 +245,9 @@ int main(int argc, char** argv) try {
     app.parse(std::move(given));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return finish(app.exit(error));  // --help, --version
-    return report(error.what(), exit_misuse, hint);
+    return wait_for_reader(report(error.what(), exit_misuse, hint));
   }
   return finish(run(arguments));
 } catch (const std::exception& failure) {
-  return report(failure.what(), exit_failure);
+  return wait_for_reader(report(failure.what(), exit_failure));
 }

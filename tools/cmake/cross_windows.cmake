@@ -30,6 +30,7 @@ find_package(JPEG REQUIRED)
 find_package(TIFF 4.5 REQUIRED)
 target_link_libraries(TIFF::TIFF INTERFACE ${QUOVEL_WINDOWS_DEPS}/lib/liblzma.a ${QUOVEL_WINDOWS_DEPS}/lib/libzstd.a
                                            ${QUOVEL_WINDOWS_DEPS}/lib/libwebp.a ${QUOVEL_WINDOWS_DEPS}/lib/libLerc.a
+                                           ${QUOVEL_WINDOWS_DEPS}/lib/libdeflate.a
                                            JPEG::JPEG ZLIB::ZLIB)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(openjp2 REQUIRED IMPORTED_TARGET libopenjp2>=2.5)
@@ -49,9 +50,10 @@ file(COPY ${QUOVEL_WINDOWS_DEPS}/notices DESTINATION ${handed_out})
 # What is shipped is stripped; its debug symbols are in a file of the same name and ".debug" beside it, which gdb finds.
 function(quovel_split_debug_symbols target)
   set(file $<TARGET_FILE:${target}>)
+  set(without_time ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0) # these tools would write one again
   add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
-    COMMAND ${CMAKE_STRIP} ${file}
-    COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file}
+    COMMAND ${without_time} ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
+    COMMAND ${without_time} ${CMAKE_STRIP} ${file}
+    COMMAND ${without_time} ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file}
     VERBATIM)
 endfunction()
