@@ -83,7 +83,7 @@ test-windows: ready-windows ## run all tests of the Windows build under Wine
 
 package: packages-package ready-release ## make a Debian package, and a zip of the Windows build if any
 	@cd build/release && cpack
-	@[ ! -e build/windows/build.ninja ] || { cmake --build build/windows && cd build/windows && cpack; }
+	@[ ! -e build/windows/build.ninja ] || tools/package-windows
 	@tools/check-packages build/packages
 
 docs: packages-docs ## make pages of the host header; check the manual page

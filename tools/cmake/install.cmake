@@ -22,8 +22,14 @@ if(NOT WIN32)
   install(FILES docs/qv_inspect.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
-# The host in Python, where Debian's Python looks under /usr; under another prefix PYTHONPATH names the folder.
-set(QUOVEL_PYTHON_FOLDER lib/python3/dist-packages CACHE STRING "Where the Python package goes, below the prefix")
+# The host in Python, where Debian's Python looks under /usr; under another prefix, and on Windows, PYTHONPATH names the
+# folder. On Windows the library is inside the package.
+set(python_folder lib/python3/dist-packages)
+if(WIN32)
+  set(python_folder python)
+  install(FILES $<TARGET_FILE:${package}> DESTINATION python/quovel_adapter)
+endif()
+set(QUOVEL_PYTHON_FOLDER ${python_folder} CACHE STRING "Where the Python package goes, below the prefix")
 install(DIRECTORY host/python/quovel_adapter DESTINATION ${QUOVEL_PYTHON_FOLDER} FILES_MATCHING
   PATTERN "*.py" PATTERN "py.typed")
 
@@ -49,6 +55,26 @@ if(WIN32)
   install(DIRECTORY $<TARGET_FILE_DIR:${package}>/notices DESTINATION ${documents} OPTIONAL)
 endif()
 
+# What only the zip has. The NuGet package is made by `make package`.
+if(WIN32)
+  install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${package}.lib ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${package}.def
+          DESTINATION ${CMAKE_INSTALL_LIBDIR} OPTIONAL)
+  install(FILES ${PROJECT_BINARY_DIR}/Quovel.Adapter.${PROJECT_VERSION}.nupkg DESTINATION dotnet OPTIONAL)
+  install(FILES docs/README-windows.txt RENAME README.txt DESTINATION .)
+  install(CODE [=[
+    set(root "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
+    file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE "${root}" "${root}/*")
+    set(sums "")
+    foreach(name IN LISTS files)
+      if(NOT name STREQUAL "SHA256SUMS")
+        file(SHA256 "${root}/${name}" sum)
+        string(APPEND sums "${sum}  ${name}\n")
+      endif()
+    endforeach()
+    file(WRITE "${root}/SHA256SUMS" "${sums}")
+  ]=])
+endif()
+
 # ---- Packages
 set(CPACK_PACKAGE_NAME quovel-adapter-2411)
 set(CPACK_PACKAGE_VENDOR "the Quovel authors")
@@ -57,11 +83,11 @@ set(CPACK_PACKAGE_CONTACT "the Quovel authors <maintainers@quovel.invalid>" CACH
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Opens HALCON data files and shows each as a tree")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
-set(CPACK_STRIP_FILES ON)
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-windows-x64)
 else()
+  set(CPACK_STRIP_FILES ON)
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
