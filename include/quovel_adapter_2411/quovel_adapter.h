@@ -17,19 +17,22 @@
  *   - the last-error text: until the next call on the same Reader that can fail;
  *   - the full value text: until the next qv_node_full_value_text on the same Reader, or until it is destroyed.
  *
- * Buffers that qv_extract_* hands out belong to the host, outlive the Reader, and go back through qv_free_buffer.
- * Strings and arrays that the host passes in are copied before a call returns. In a path, half of a surrogate pair
- * becomes U+FFFD.
+ * Buffers returned by qv_extract_* belong to the host, which frees them with qv_free_buffer. They stay valid after the
+ * Reader is destroyed. Strings and arrays that the host passes in are copied before a call returns.
  *
- * Errors. A call that fails returns the failure value named with it: null, 0 or -1. Given a null pointer where one is
- * needed, it does nothing else. Otherwise it has first cleared the Reader's last-error text, and qv_reader_last_error
- * then tells the reason in one line; some failures, named with the call, leave that text empty, as running out of
- * memory outside of HALCON does. Buffer outputs are null after a failure, all other outputs are as they were. No C++
- * exception leaves the library.
+ * Paths. Components are separated by '/', on Windows also by a backslash; elsewhere a backslash is a character of
+ * names. Half of a surrogate pair becomes U+FFFD. A file whose name is not Unicode cannot be named.
  *
- * Threads. The library makes no threads of its own; HALCON, and its built-in stand-in for long lists of images, may
+ * Errors. A call that fails returns the failure value named with it: null, 0 or -1. When a pointer that it needs is
+ * null, the call changes nothing else. Otherwise it first clears the Reader's last-error text. After a failure
+ * qv_reader_last_error returns the reason in one line. Some failures, named with the call, leave that text empty, and
+ * so does running out of memory outside of HALCON. After a failure buffer outputs are null, and all other outputs are
+ * unchanged. No C++ exception leaves the library.
+ *
+ * Threads. The library makes no threads of its own; HALCON, and the built-in HALCON layer for long lists of images, may
  * use some within a call. A Reader is used by one thread at a time; different Readers may be used at once. A finished
- * tree may be read by several threads while nobody parses on or destroys its Reader.
+ * tree may be read by several threads while nobody parses on or destroys its Reader. Calls work until the process is
+ * gone, also from functions that run at exit.
  *
  * Units. Indices count from 0. Coordinates are in pixels, row before column; (0, 0) is the middle of the upper left
  * pixel.
@@ -68,7 +71,7 @@ typedef wchar_t qv_char;
 typedef char16_t qv_char;
 #endif
 
-/** Opens files and holds the tree of the last one. */
+/** Opens files and owns the tree of the last one. */
 typedef struct qv_reader qv_reader;
 /** One node of a tree. */
 typedef struct qv_node qv_node;
@@ -133,7 +136,7 @@ QV_STATIC_ASSERT(offsetof(qv_parse_option, real_value) == 24, "host record");
  * @{ */
 
 /** Makes a Reader; null only when memory is exhausted. Sets HALCON's process-wide "clip_region" to "false". The host
- * ends the Reader with qv_reader_destroy. */
+ * destroys the Reader with qv_reader_destroy. */
 QV_API qv_reader* qv_reader_create(void);
 
 /** Destroys the Reader and its tree. Null is ignored. */
@@ -145,26 +148,26 @@ QV_API const qv_char* qv_reader_last_error(const qv_reader* reader);
 /** @} */
 
 /** @name Opening files
- * Each of these reads one file and makes its tree the Reader's tree; the previous tree ends, also when reading fails.
- * The result is the root, or null: then the Reader holds no tree and the last-error text tells why.
+ * Each of these reads one file and makes its tree the Reader's tree. The previous tree is destroyed, also when reading
+ * fails. The result is the root, or null: then the Reader holds no tree, and the last-error text gives the reason.
  * @{ */
 
 /** A dictionary file: a HALCON dictionary or JSON. */
 QV_API const qv_node* qv_reader_parse_file(qv_reader* reader, const qv_char* path);
 
-/** The same with `option_count` reading options, applied in order. Null `options`, or a count below 1: none. */
+/** The same with `option_count` reading options, applied in order. Null `options`, or a count below 1, means none. */
 QV_API const qv_node* qv_reader_parse_file_with_options(qv_reader* reader, const qv_char* path,
                                                         const qv_parse_option* options, int32_t option_count);
 
-/** Iconic data, by extension: "hobj" an object file; "seq" a text file that lists one image file per line, without its
- * extension where one likes, looked for in the folder above the list's own and then beside it; anything else an image.
- * The root has one child per object. */
+/** Iconic data. The extension decides: "hobj" is an object file, "seq" an image sequence, anything else an image. A
+ * sequence is a text file with one image file per line, with or without its extension. Each is searched for in the
+ * folder above the folder of the list, and then beside the list. The root has one child per object. */
 QV_API const qv_node* qv_reader_parse_object_file(qv_reader* reader, const qv_char* path);
 
-/** A 3D object model, by its keys. */
+/** A 3D object model: the keys of its handle. */
 QV_API const qv_node* qv_reader_parse_object_model_3d_file(qv_reader* reader, const qv_char* path);
 
-/** A deep-learning model, by its keys. */
+/** A deep-learning model: the keys of its handle. */
 QV_API const qv_node* qv_reader_parse_dl_model_file(qv_reader* reader, const qv_char* path);
 
 /** @} */
@@ -174,7 +177,8 @@ QV_API const qv_node* qv_reader_parse_dl_model_file(qv_reader* reader, const qv_
  * empty text or null, except where another default is named.
  * @{ */
 
-/** The dictionary key, "[i]" of a tuple element, or a name made from the file's or the object's. Empty for a root. */
+/** The key of an entry, "[i]" for element i of a tuple, the file's name without extension for its only object, or
+ * "Object i". Empty for a root. */
 QV_API const qv_char* qv_node_label(const qv_node* node);
 /** qv_node_kind_value. */
 QV_API uint32_t qv_node_kind(const qv_node* node);
@@ -194,7 +198,7 @@ QV_API int32_t qv_node_truncated(const qv_node* node);
 QV_API const qv_char* qv_node_object_class(const qv_node* node);
 /** 1 when the first of the node's objects is an image. */
 QV_API int32_t qv_node_is_image(const qv_node* node);
-/** The number of iconic objects; 1 for a null node and for nodes that hold none. */
+/** The number of iconic objects; 1 for a null node and for nodes of other kinds. */
 QV_API uint32_t qv_node_object_count(const qv_node* node);
 /** How many objects the detail lines describe. */
 QV_API uint32_t qv_node_detail_entry_count(const qv_node* node);
@@ -270,18 +274,18 @@ QV_API void qv_free_int_buffer(int32_t* buffer);
 /** @name Writing
  * @{ */
 
-/** Writes all objects of an object node; 1 or 0. The path's extension, in any case, decides: "hobj" an object file,
- * "dxf" for contours and polygons, otherwise the image format of that name ("png", "tif", "jpg", "bmp", ...). A node of
- * another kind fails with an empty last-error text. */
+/** Writes all objects of an object node; 1 or 0. The path's extension, in upper or lower case, decides the format:
+ * "hobj" is an object file, "dxf" is for contours and polygons, anything else is the image format of that name ("png",
+ * "tif", "jpg", "bmp", ...). A node of another kind fails with an empty last-error text. */
 QV_API int32_t qv_save_object_as(qv_reader* reader, const qv_node* node, const qv_char* path);
 
 /** Writes the objects of `count` nodes, in order, to one object file, whatever the path's extension; 1 or 0. The first
- * must be an object node (or the call fails with an empty text), later nodes of another kind and null ones are left
+ * must be an object node, or the call fails with an empty text. Later nodes of another kind and null ones are left
  * out. */
 QV_API int32_t qv_save_objects_as(qv_reader* reader, const qv_node* const* nodes, int32_t count, const qv_char* path);
 
-/** Reads one dictionary file and writes it as another, in the form that the output path's extension asks for; 1 or 0.
- * The Reader's tree stays. Content that the output cannot hold is a failure, or, with `lenient` not 0, left out. */
+/** Reads one dictionary file and writes it as another, in the format of the output path's extension; 1 or 0. The
+ * Reader's tree stays. Content that the output cannot hold is a failure, or is left out when `lenient` is not 0. */
 QV_API int32_t qv_reader_convert_dict_file(qv_reader* reader, const qv_char* input_path, const qv_char* output_path,
                                            int32_t lenient);
 
@@ -290,8 +294,8 @@ QV_API int32_t qv_reader_convert_dict_file(qv_reader* reader, const qv_char* inp
 /** @name Version
  * @{ */
 
-/** The version of the HALCON that the library runs against, or "unknown". Asked once; the text lives until unloading.
- */
+/** The version of the HALCON that the library runs against, or "unknown". HALCON is asked once per process. The text is
+ * valid until the library is unloaded. */
 QV_API const qv_char* qv_adapter_halcon_version(void);
 
 /** @} */
