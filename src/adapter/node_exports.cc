@@ -14,8 +14,7 @@ using namespace quovel;
 
 namespace {
 
-// Stands in for the object part of nodes that have none. Made by the compiler: loading the library runs no code of
-// ours.
+// What the object part of a node without one would hold. A constant: loading the library runs no code of ours.
 constexpr ObjectFields no_object{};
 
 const ObjectFields& object_part(const qv_node* node) noexcept {

@@ -30,7 +30,7 @@ inline std::u16string from_host(const qv_char* text) { return reinterpret_cast<c
 // is taken unchanged; any other exception, as for exhausted memory, leaves an empty text.
 void keep_error(Reader& reader) noexcept;
 
-// The guard around every export: an exception of any kind ends here as the call's failure value.
+// The guard around every export: turns an exception of any kind into the call's failure value.
 template <class Result, class Body>
 Result guarded(Result failure_value, Body&& body) noexcept {
   try {
@@ -40,7 +40,7 @@ Result guarded(Result failure_value, Body&& body) noexcept {
   }
 }
 
-// The same for calls with a last-error text, which is cleared first; past their argument checks.
+// The same for calls with a last-error text, which is cleared first. Called after the argument checks.
 template <class Result, class Body>
 Result guarded(Reader& reader, Result failure_value, Body&& body) noexcept {
   reader.last_error.clear();

@@ -1,4 +1,4 @@
-// A text that may have many millions of units.
+// A text that may have many millions of units, in a block of the process heap.
 #ifndef QUOVEL_CONTENT_LONG_TEXT_H
 #define QUOVEL_CONTENT_LONG_TEXT_H
 
@@ -15,7 +15,7 @@
 
 namespace quovel {
 
-// Grows at its end, where others write in place: nothing is cleared first or copied from elsewhere.
+// Grows at its end, where callers write directly: a std::u16string would clear the memory first. Throws std::bad_alloc.
 class LongText {
  public:
   LongText() noexcept = default;
@@ -28,7 +28,7 @@ class LongText {
     return *this;
   }
 
-  // The end of the text, with room for that many units; `end_at` tells where it is when they are written.
+  // The end of the text, with room for that many units. The caller writes there and calls `end_at` with the new end.
   char16_t* room(std::size_t units) {
     if (static_cast<std::size_t>(limit_ - end_) < units) grow(units);
     return end_;

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t shown_in_summary = 4;
 
-// The elements of a tuple one after the other, each as format_value shows it.
+// The texts of all elements of a tuple, each as format_value shows it.
 class ElementTexts {
  public:
   ElementTexts(const HTuple& tuple, Hlong count) : tuple_(tuple), count_(count) {}
@@ -41,8 +41,8 @@ class ElementTexts {
  private:
   static constexpr Hlong block = 1000;
 
-  // write(at, index) writes the element there and tells its end. The text is told of whole blocks: its own variables
-  // would cost as much as the digits.
+  // write(at, index) writes the element at `at` and returns its end. The text is updated once per block: doing so per
+  // element would cost as much as the digits.
   template <class Write>
   void append_numbers(Write write) {
     for (Hlong first = 0; first < count_; first += block) {
@@ -79,12 +79,13 @@ class ElementTexts {
     *at++ = u'\'';
     text_.end_at(at);
   }
-  // Growing a long text step by step copies it several times; the first block tells how long it is likely to be.
-  // Strings may be much shorter after it, so that `most` bounds the guess, and a failed one does no harm.
-  void reserve_for_all(std::size_t most) try {
+  // Growing a long text step by step copies it several times, so the length of the first block predicts the rest.
+  // Strings may be much shorter after it, so that `max_units` bounds the prediction. When there is no memory for it,
+  // the text grows step by step.
+  void reserve_for_all(std::size_t max_units) try {
     const auto per_element = text_.size() / static_cast<std::size_t>(block) + 2;
     const auto left = static_cast<std::size_t>(count_ - block) + 2 * block;
-    text_.room(left < most / per_element ? left * per_element : most);
+    text_.room(left < max_units / per_element ? left * per_element : max_units);
   } catch (const std::bad_alloc&) {
   }
 

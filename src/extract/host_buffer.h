@@ -1,4 +1,4 @@
-// Blocks that a host receives and gives back: from the process heap, of exact size.
+// Blocks that a host receives and frees through the library: from the process heap, of exact size.
 #ifndef QUOVEL_EXTRACT_HOST_BUFFER_H
 #define QUOVEL_EXTRACT_HOST_BUFFER_H
 
@@ -10,7 +10,7 @@
 
 namespace quovel {
 
-// `count` values that the host will own once they are released to it; given back when they are not.
+// `count` values, which the host owns once they are released to it. Freed with the buffer when they are not.
 template <class T>
 class HostBuffer {
  public:
@@ -24,7 +24,7 @@ class HostBuffer {
   T* data() noexcept { return block_.get(); }
   T& operator[](std::size_t i) noexcept { return block_.get()[i]; }
   std::size_t size() const noexcept { return count_; }
-  // The host's from here on.
+  // The host owns the block from here on.
   T* release() noexcept { return block_.release(); }
 
  private:

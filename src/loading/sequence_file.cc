@@ -72,13 +72,13 @@ HalconCpp::HTuple resolve_sequence(const std::u16string& path) {
   // An entry that comes again is not looked for again: each search may ask the file system 42 times.
   std::unordered_map<std::u16string_view, HalconCpp::HTuple> found;
   for (const std::u16string& entry : entries) {
-    const auto [place, is_new] = found.try_emplace(entry);
+    const auto [position, is_new] = found.try_emplace(entry);
     if (is_new) {
       const std::optional<std::u16string> file = locate(entry, directories);
       if (!file) throw ReportedError(u"Sequence entry not found: " + entry);
-      place->second = HalconCpp::HTuple(to_halcon(*file));
+      position->second = HalconCpp::HTuple(to_halcon(*file));
     }
-    files.Append(place->second);
+    files.Append(position->second);
   }
   return files;
 }

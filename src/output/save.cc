@@ -39,8 +39,8 @@ void write_objects(const Node& node, const std::u16string& path) {
     HalconCpp::WriteImage(objects, HTuple(to_halcon(image_format(extension))), 0, file);
 }
 
-// The collection is input and output of each step: nobody else shares it, so that a layer may append in place instead
-// of copying what is there already.
+// The collection is both input and output of each step. Nobody else shares it then, so that the provider may append in
+// place: the time is linear.
 HObject collect_objects(std::span<const Node* const> nodes) {
   HObject collected = held_object(*nodes.front());
   for (const Node* node : nodes.subspan(1))

@@ -9,8 +9,8 @@
 
 namespace quovel {
 
-// Both return false, and write nothing, when there is no object node to write, and throw what HALCON throws. What a
-// failed write leaves of the file is HALCON's affair.
+// Both return false, and write nothing, when there is no object node to write, and throw what HALCON throws. A
+// file that was partly written is left as HALCON leaves it.
 
 // Writes all objects of the node in the format that the path's extension asks for.
 bool save_object_as(const Node& node, const std::u16string& path);

@@ -6,7 +6,8 @@
 
 namespace quovel {
 
-// HALCON's version as it reports it, or "unknown"; asked once per process, whatever came of it.
+// HALCON's version as it reports it, or "unknown". Asked once per process, whatever the answer; the text is never
+// destroyed.
 const std::u16string& halcon_version_text();
 
 }  // namespace quovel

@@ -10,11 +10,11 @@ namespace quovel {
 // The arguments in any language, as UTF-8, the program's name first.
 std::vector<std::string> command_line(int argc, char** argv);
 
-// Where a shell leaves '*' and '?' to the programs, as on Windows: the names that the last part of `name` stands for,
-// sorted, without those that begin with a dot. Otherwise, and where nothing fits, `name` as it is.
+// On Windows, where shells leave '*' and '?' to the programs: the names that the last component of `name` matches,
+// sorted, without those that begin with a dot. Elsewhere, and when nothing matches, `name` itself.
 std::vector<std::string> expand_wildcards(const std::string& name);
 
-// Makes the terminal show UTF-8 and obey colour codes; call once at the start.
+// Makes the terminal show UTF-8 and interpret color codes; call once at the start.
 void prepare_terminal() noexcept;
 
 // Whether standard output, standard error goes to a terminal.

@@ -26,7 +26,7 @@ bool is_terminal(DWORD stream) noexcept {
   return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
 }
 
-void obey_colours(DWORD stream) noexcept {
+void enable_colors(DWORD stream) noexcept {
   DWORD mode = 0;
   const HANDLE handle = GetStdHandle(stream);
   if (GetConsoleMode(handle, &mode)) SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
@@ -65,8 +65,8 @@ void prepare_terminal() noexcept {
   static const UINT before = GetConsoleOutputCP();
   std::atexit([] { SetConsoleOutputCP(before); });
   SetConsoleOutputCP(CP_UTF8);
-  obey_colours(STD_OUTPUT_HANDLE);
-  obey_colours(STD_ERROR_HANDLE);
+  enable_colors(STD_OUTPUT_HANDLE);
+  enable_colors(STD_ERROR_HANDLE);
   _setmode(_fileno(stdout), _O_BINARY);
 }
 

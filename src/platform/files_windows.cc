@@ -18,7 +18,7 @@ class OpenFile {
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
 
-  // Opening has followed the links: these are the attributes of what stands behind them.
+  // Opening follows links: these are the attributes of their target.
   bool is_regular() const noexcept {
     BY_HANDLE_FILE_INFORMATION information;
     return file_ != INVALID_HANDLE_VALUE && GetFileType(file_) == FILE_TYPE_DISK &&

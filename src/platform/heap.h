@@ -6,7 +6,7 @@
 
 namespace quovel {
 
-// A block of that many bytes, a distinct one also for 0; null when there is none to be had.
+// A block of that many bytes, a distinct one also for 0; null when there is no memory.
 void* heap_allocate(std::size_t bytes) noexcept;
 // Null is ignored.
 void heap_free(void* block) noexcept;

@@ -11,15 +11,15 @@ namespace quovel {
 
 namespace {
 
-// A large block stands on large pages where the system has them: touching a new page costs more than filling it, and
-// these are 512 times as few.
+// Large blocks use large pages where the system has them: the first access to a page costs more than filling it, and
+// there are 512 times fewer large ones.
 constexpr std::size_t large_page = std::size_t{1} << 21, large_block = 2 * large_page;
 
 void* allocate_large(std::size_t bytes) noexcept {
   void* block = nullptr;
   if (posix_memalign(&block, large_page, bytes) != 0) return nullptr;
 #if defined(__linux__)
-  madvise(block, bytes / large_page * large_page, MADV_HUGEPAGE);  // a system without them says no
+  madvise(block, bytes / large_page * large_page, MADV_HUGEPAGE);  // may fail: then the pages are small
 #endif
   return block;
 }

@@ -1,5 +1,6 @@
 // A backslash is a character of names like any other here.
 #include <algorithm>
+#include <string>
 
 #include "platform/path_text.h"
 

@@ -1,3 +1,5 @@
+#include <string>
+
 #include "platform/path_text.h"
 
 namespace quovel {

@@ -30,8 +30,8 @@ void copy_four(char16_t* at, const char16_t* digits) noexcept { std::memcpy(at, 
 
 }  // namespace
 
-// Shorter than the library's function, and in units that need no widening. Writes up to three units too many, which
-// the next ones replace.
+// Faster than std::to_chars: four digits at a time from a table, in units that need no widening. Writes up to three
+// units too many, which the next ones replace.
 char16_t* write_integer(char16_t* at, std::int64_t value) noexcept {
   auto left = static_cast<std::uint64_t>(value);
   if (value < 0) {
@@ -52,9 +52,9 @@ char16_t* write_integer(char16_t* at, std::int64_t value) noexcept {
 
 namespace {
 
-// The six digits that %.6g shows, as a number from 100000 to 999999, and the power of ten of the first. Fails for
-// values that are written with an exponent, and for those so near to the middle between two results that the product
-// below, whose error is less than 1e-9, does not tell them apart.
+// The six digits that %.6g shows, as a number from 100000 to 999999, and the power of ten of the first. Returns false
+// for values that are written with an exponent, and for those so near to the middle between two results that the
+// product below, whose error is less than 1e-9, cannot decide between them.
 bool six_digits(double value, std::uint32_t& digits, int& power) noexcept {
   static constexpr double powers[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
   if (!(value >= 1e-3 && value < 999999)) return false;
@@ -69,8 +69,8 @@ bool six_digits(double value, std::uint32_t& digits, int& power) noexcept {
   return digits >= 100000 && digits < 1000000;
 }
 
-// %.6g of most numbers, several times as fast as the library's exact conversion, which has to be ready for all of them.
-// Null when this number is not one of them.
+// %.6g of most numbers, several times as fast as std::to_chars, which must be exact for all of them. Null when
+// six_digits does not decide.
 char16_t* write_six_digits(char16_t* at, double value) noexcept {
   std::uint32_t digits;
   int power;

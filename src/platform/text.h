@@ -1,4 +1,5 @@
-// Text: between HALCON's strings and UTF-16, and numbers written the same in every locale.
+// Text: conversion between HALCON's strings and UTF-16, and numbers that are written the same in every locale. Texts
+// are UTF-16 without a byte order mark.
 #ifndef QUOVEL_PLATFORM_TEXT_H
 #define QUOVEL_PLATFORM_TEXT_H
 
@@ -11,17 +12,17 @@
 
 namespace quovel {
 
-// A HALCON string on its way to UTF-16; refers to the string's own text and must not outlive it. What is no character
-// in it becomes U+FFFD.
+// The text of a HALCON string, to be converted to UTF-16. Refers to the string and must not outlive it. What is not a
+// character becomes U+FFFD.
 class HalconText {
  public:
   explicit HalconText(const HalconCpp::HString& string);
 
-  // Where the text stands: no other text that lives at the same time stands there.
-  const void* place() const noexcept { return text_; }
-  // No fewer than the units that `copy_to` writes.
+  // Of the text; strings that share it have the same.
+  const void* address() const noexcept { return text_; }
+  // At least the number of units that `copy_to` writes.
   std::size_t max_units() const noexcept { return length_; }
-  // Writes the text without a NUL and tells the number of units.
+  // Writes the text without a NUL and returns the number of units.
   std::size_t copy_to(char16_t* out) const noexcept;
 
  private:
@@ -36,8 +37,8 @@ class HalconText {
 std::u16string from_halcon(const HalconCpp::HString& string);
 HalconCpp::HString to_halcon(const std::u16string& text);
 
-// Numbers in the forms below, with up to 17 digits for reals, at a place with room for the longest one; the result is
-// their end.
+// Write a number in the forms below to `at`, with at most 17 digits for reals, and return its end. There must be room
+// for max_number_units.
 inline constexpr std::size_t max_number_units = 24;
 char16_t* write_integer(char16_t* at, std::int64_t value) noexcept;
 char16_t* write_general(char16_t* at, double value, int digits = 6) noexcept;

@@ -1,6 +1,7 @@
 // Wide text is UTF-16 here, as ours is.
 #include <cstring>
 #include <cwchar>
+#include <string>
 
 #include "platform/text.h"
 

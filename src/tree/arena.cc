@@ -5,7 +5,7 @@
 namespace quovel {
 
 namespace {
-constexpr std::size_t largest_chunk = std::size_t{1} << 22;
+constexpr std::size_t max_chunk_bytes = std::size_t{1} << 22;
 }
 
 std::byte* Arena::new_chunk(std::size_t bytes) {
@@ -17,7 +17,7 @@ std::byte* Arena::new_chunk(std::size_t bytes) {
 
 void* Arena::allocate_from_new_chunk(std::size_t bytes) {
   if (bytes > chunk_bytes_ / 2) return new_chunk(bytes);  // the current one stays in use
-  const std::size_t size = std::min(chunk_bytes_ * 2, largest_chunk);
+  const std::size_t size = std::min(chunk_bytes_ * 2, max_chunk_bytes);
   std::byte* const chunk = new_chunk(size);
   chunk_bytes_ = size;
   next_ = chunk + bytes;

@@ -1,4 +1,4 @@
-// Memory that is given back all at once.
+// Memory that is freed all at once.
 #ifndef QUOVEL_TREE_ARENA_H
 #define QUOVEL_TREE_ARENA_H
 
@@ -12,7 +12,8 @@
 
 namespace quovel {
 
-// Hands out blocks from a few large ones; nothing is freed before the arena is. For values that need no destructor.
+// Allocates small blocks from a few large chunks of the process heap; no block is freed before the arena is. For values
+// that need no destructor. Throws std::bad_alloc.
 class Arena {
  public:
   // `count` values, not initialised.
@@ -30,8 +31,8 @@ class Arena {
     left_ -= skip + bytes;
     return block;
   }
-  // Takes back the end of the block that was handed out last; `end` is that block's end.
-  void give_back(const void* from, const void* end) noexcept {
+  // Cuts the block that was allocated last, which ends at `end`, off at `from`.
+  void shrink_last(const void* from, const void* end) noexcept {
     if (end != next_) return;  // it has a chunk of its own
     left_ += static_cast<std::size_t>(next_ - static_cast<const std::byte*>(from));
     next_ -= next_ - static_cast<const std::byte*>(from);

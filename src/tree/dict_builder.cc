@@ -33,7 +33,7 @@ class DictEntries final : public PendingChildren {
   Work take_next() override {
     const Hlong index = next_++;
     last_ = &tree_.add_child(parent_, NodeKind::Value, u"<unreadable key>", by_key);
-    if (const Tree::KnownKey* known = known_key(index)) {
+    if (const Tree::CachedKey* known = cached_key(index)) {
       last_->label = known->label;
       return read_entry(known->key);
     }
@@ -54,9 +54,9 @@ class DictEntries final : public PendingChildren {
   }
 
   // Null for a key that is no string, and for one that cannot be read, which key_text then labels.
-  const Tree::KnownKey* known_key(Hlong index) try {
+  const Tree::CachedKey* cached_key(Hlong index) try {
     const bool is_string = index < string_flags_.Length() && string_flags_[index].L() != 0;
-    return is_string ? &tree_.known_key(keys_[index].S()) : nullptr;
+    return is_string ? &tree_.cached_key(keys_[index].S()) : nullptr;
   } catch (const HalconCpp::HException&) {
     return nullptr;
   }

@@ -7,7 +7,7 @@
 
 namespace quovel {
 
-// Nodes stand in a few large slabs, in the order in which they were made: that is how they are destroyed again.
+// Nodes are stored in a few large slabs, in the order in which they were made, so that destroying them needs no walk.
 struct Tree::Slab {
   Slab* older;
   std::uint32_t used;
@@ -17,10 +17,10 @@ struct Tree::Slab {
 };
 
 namespace {
-constexpr std::uint32_t first_slab = 8;
-constexpr std::uint32_t largest_slab = 1024;
+constexpr std::uint32_t min_slab_nodes = 8;
+constexpr std::uint32_t max_slab_nodes = 1024;
 
-void set_place(Node& node, Text label, PathSegment segment) noexcept {
+void set_address(Node& node, Text label, PathSegment segment) noexcept {
   node.label = label;
   node.path_segment_kind = segment.kind;
   node.path_index = segment.index;
@@ -40,7 +40,7 @@ Tree::~Tree() {
 Node& Tree::make_node() {
   static_assert(sizeof(Slab) % alignof(Node) == 0);
   if (!slabs_ || slabs_->used == slabs_->capacity) {
-    const std::uint32_t capacity = slabs_ ? std::min(slabs_->capacity * 2, largest_slab) : first_slab;
+    const std::uint32_t capacity = slabs_ ? std::min(slabs_->capacity * 2, max_slab_nodes) : min_slab_nodes;
     void* block = arena_.allocate_bytes(sizeof(Slab) + capacity * sizeof(Node), alignof(Node));
     slabs_ = new (block) Slab{slabs_, 0, capacity};
   }
@@ -52,7 +52,7 @@ Node& Tree::make_node() {
 Node& Tree::make_node(NodeKind kind, Text label, PathSegment segment) {
   Node& node = make_node();
   node.kind = kind;
-  set_place(node, label, segment);
+  set_address(node, label, segment);
   return node;
 }
 
@@ -82,7 +82,7 @@ void Tree::clear(Node& node) {
   const Text label = node.label;
   const PathSegment segment{node.path_segment_kind, node.path_index};
   node = Node();
-  set_place(node, label, segment);
+  set_address(node, label, segment);
 }
 
 ObjectPart& Tree::make_object_part(Node& node) {
@@ -111,7 +111,7 @@ Text Tree::count_text(std::int64_t count, std::u16string_view one, std::u16strin
 std::span<char16_t> Tree::write_text(const HalconText& from, std::size_t more) {
   char16_t* const block = arena_.allocate<char16_t>(from.max_units() + more);
   const std::size_t units = from.copy_to(block);
-  arena_.give_back(block + units + more, block + from.max_units() + more);
+  arena_.shrink_last(block + units + more, block + from.max_units() + more);
   return {block, units};
 }
 
@@ -121,15 +121,15 @@ Text Tree::text(const HalconCpp::HString& string) {
   return copy.data();
 }
 
-const Tree::KnownKey& Tree::known_key(const HalconCpp::HString& string) {
+const Tree::CachedKey& Tree::cached_key(const HalconCpp::HString& string) {
   const HalconText text(string);
-  const auto place = reinterpret_cast<std::uintptr_t>(text.place());
-  KnownKey& known = known_keys_[(place / 16 ^ place / 4096) % known_keys_.size()];
-  if (known.place != text.place()) {
-    known = {string, nullptr, HalconCpp::HTuple(string), this->text(string)};
-    known.place = HalconText(known.string).place();  // of the copy that stays: it may have a text of its own
+  const auto address = reinterpret_cast<std::uintptr_t>(text.address());
+  CachedKey& cached = cached_keys_[(address / 16 ^ address / 4096) % cached_keys_.size()];
+  if (cached.address != text.address()) {
+    cached = {string, nullptr, HalconCpp::HTuple(string), this->text(string)};
+    cached.address = HalconText(cached.string).address();  // of the copy, which may not share the text
   }
-  return known;
+  return cached;
 }
 
 Tree::QuotedText Tree::quoted_text(const HalconCpp::HString& string) {

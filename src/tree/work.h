@@ -6,7 +6,7 @@
 // call stack.
 //
 // All builders share one rule: an HException means that the node could not be filled, and whoever made the node decides
-// what stands in its place. The node may then be partly filled; Tree::clear makes it new again.
+// what is shown instead. The node may then be partly filled (Tree::clear resets it), and nothing was put on the list.
 #ifndef QUOVEL_TREE_WORK_H
 #define QUOVEL_TREE_WORK_H
 
@@ -29,7 +29,7 @@ struct EntryTuple {
   std::optional<int> handle_depth;
 };
 
-// A node that already has its label and its place in the tree, and what fills it; nothing when it is complete.
+// A node that has its label and its parent already, and what fills it; nothing when it is complete.
 struct Work {
   Node* node = nullptr;
   std::variant<std::monostate, EntryTuple, HalconCpp::HDict, HalconCpp::HObject> content;
@@ -44,7 +44,7 @@ class PendingChildren {
   // Appends the next child to its parent and returns the work that fills it. On an HException, `replace_failed` is
   // called as for one of the builder.
   virtual Work take_next() = 0;
-  // The child taken last could not be made or filled: puts what is shown instead in its place.
+  // The child taken last could not be made or filled: makes it what is shown instead, or removes it.
   virtual void replace_failed(const HalconCpp::HException& failure) = 0;
 };
 
