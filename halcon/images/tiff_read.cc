@@ -228,6 +228,7 @@ class PageReader {
   void decode(std::uint32_t index, void* to, std::size_t bytes) {
     stored_bytes(index);
     const auto wanted = static_cast<tmsize_t>(bytes);
+    std::memset(to, 0, bytes);  // damaged data may leave bytes unwritten: old memory must not show in the image
     const tmsize_t count =
         page_.tiled ? TIFFReadEncodedTile(tiff_, index, to, wanted) : TIFFReadEncodedStrip(tiff_, index, to, wanted);
     if (count < 0 || messages_.error[0]) reject_tiff(messages_);
