@@ -166,7 +166,7 @@ TEST_F(Model3d, ErrorsSayWhatIsWrong) {
       {"short.ply", ascii + square_header + "0 0 0\n0 0\n0 0 0\n0 0 0\n3 0 1 2\n", "line 11: a number is missing"},
       {"face.ply", ascii + square_header + origins + "3 0 1 4\n", "point 4 (counted from 0), but there are only 4"},
       {"negative.ply", ascii + square_header + origins + "3 0 1 -1\n", "names point -1"},
-      {"billion.off", "OFF\n1000000000 0 0\n0 0 0\n", "promises 1000000000 vertices"},
+      {"billion.off", "OFF\n1000000000 0 0\n0 0 0\n", "declares 1000000000 vertices"},
       {"huge.off", "OFF\n353535235358 6 0\n0 0 0\n", "more than the limit of 2147483647"},
       {"four.off", "4OFF\n1 0 0\n0 0 0 1\n", "three coordinates"},
       {"binary.off", "OFF BINARY\n1 0 0\n", "binary OFF"},

@@ -52,7 +52,7 @@ void Reader::read_piece(std::byte* to, std::size_t bytes) {
 std::size_t Reader::count(std::size_t bytes_each) {
   const auto number = value<std::uint64_t>();
   if (number > left() / bytes_each)
-    fail("claims " + std::to_string(number) + " elements where only " + std::to_string(left()) + " bytes follow");
+    fail("declares " + std::to_string(number) + " elements where only " + std::to_string(left()) + " bytes follow");
   return static_cast<std::size_t>(number);
 }
 

@@ -66,8 +66,8 @@ struct Access {
 
   // Tuples, made.
   static HTuple text_tuple(std::string_view utf8) { return adopt_string(new_string(utf8)); }
-  // For the few names that are answered all the time: made once, never destroyed.
-  static HTuple lasting_text(std::string_view utf8) { return adopt_string(new_lasting_string(utf8)); }
+  // For names that are returned again and again: made once, never destroyed.
+  static HTuple permanent_text(std::string_view utf8) { return adopt_string(new_permanent_string(utf8)); }
   static HTuple adopt_string(const StringData* data) noexcept {
     HTuple result;
     result.kind_ = TupleKind::String;

@@ -30,7 +30,7 @@ namespace {
 std::atomic<CallWatcher*> watcher{nullptr};
 thread_local int quiet_depth = 0;
 
-constexpr std::size_t longest_name = 400;
+constexpr std::size_t max_name = 400;
 
 bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }
 
@@ -70,8 +70,8 @@ void offer_answer(const char* operation, void*& pointer) { offer(operation, poin
 void QuietScope::change_depth(int by) noexcept { quiet_depth += by; }
 
 std::string quoted(std::string_view name) {
-  if (name.size() <= longest_name) return "'" + one_line(name) + "'";
-  return "'" + one_line(name.substr(0, character_border(name, longest_name))) + "...'";
+  if (name.size() <= max_name) return "'" + one_line(name) + "'";
+  return "'" + one_line(name.substr(0, character_border(name, max_name))) + "...'";
 }
 
 void raise(const char* operation, std::string_view reason) {

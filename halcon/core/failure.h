@@ -32,7 +32,7 @@ std::string quoted(std::string_view name);
 [[noreturn]] void raise(const char* operation, std::string_view reason);
 [[noreturn]] void raise_out_of_memory(const char* operation);
 
-// Keeps calls that the library makes to itself from being reported to a watcher; free while nobody watches.
+// Keeps calls that the library makes to itself from being reported to a watcher. Costs one load while nobody watches.
 class QuietScope {
  public:
   QuietScope() noexcept : watched_(calls_are_watched.load(std::memory_order_relaxed)) {

@@ -44,7 +44,8 @@ bool is_regular(const Status& status) noexcept { return (status.st_mode & _S_IFM
 
 using Status = struct stat;
 
-// O_NONBLOCK: opening a pipe waits for its other end, and no check before can tell what the name stands for by then.
+// O_NONBLOCK: opening a pipe waits for its other end. A check before cannot help, as the file may be replaced in
+// between.
 int open_to_read(const fs::path& name) noexcept { return ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }
 bool read_status(int file, Status& status) noexcept { return ::fstat(file, &status) == 0; }
 std::ptrdiff_t read_some(int file, void* to, std::size_t bytes) noexcept {
@@ -202,7 +203,7 @@ void OutputFile::commit() {
   if (written_ != target_) {
     std::error_code error;
     fs::rename(written_, target_, error);
-    if (error) fail("could not be put in its place: " + error.message());
+    if (error) fail("could not be renamed to its final name: " + error.message());
   }
   committed_ = true;
 }

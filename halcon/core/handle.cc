@@ -18,7 +18,7 @@ void release(HandleData* data) noexcept {
   static thread_local HandleData* waiting = nullptr;
   static thread_local bool draining = false;
   if (!data) return;
-  const bool is_only = data->references_.load(std::memory_order_acquire) == 1;  // nobody else can come to it
+  const bool is_only = data->references_.load(std::memory_order_acquire) == 1;  // nobody else can reach it
   if (!is_only && data->references_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   data->next_released_ = std::exchange(waiting, data);
   if (draining) return;

@@ -25,8 +25,8 @@ const StringData* new_valid_string(std::string_view utf8) {
   return write_string(::operator new(sizeof(StringData) + utf8.size() + 1), utf8, 0);
 }
 
-const StringData* write_string(void* place, std::string_view utf8, std::uint32_t kind) noexcept {
-  auto* data = new (place) StringData;
+const StringData* write_string(void* memory, std::string_view utf8, std::uint32_t kind) noexcept {
+  auto* data = new (memory) StringData;
   data->references.store(kind | 1, std::memory_order_relaxed);
   data->length = static_cast<std::uint32_t>(utf8.size());
   std::memcpy(data->text(), utf8.data(), utf8.size());
@@ -41,26 +41,26 @@ const StringData* new_string(std::string_view narrow) {
   return new_valid_string(utf8);
 }
 
-const StringData* new_lasting_string(std::string_view utf8) {
+const StringData* new_permanent_string(std::string_view utf8) {
   const StringData* data = new_valid_string(utf8);
-  data->references.store(StringData::lasting, std::memory_order_relaxed);
+  data->references.store(StringData::permanent, std::memory_order_relaxed);
   return data;
 }
 
-static bool is_lasting(const StringData& data) noexcept {
-  return (data.references.load(std::memory_order_relaxed) & StringData::lasting) != 0;
+static bool is_permanent(const StringData& data) noexcept {
+  return (data.references.load(std::memory_order_relaxed) & StringData::permanent) != 0;
 }
 
 void retain(const StringData* data) noexcept {
-  if (data && !is_lasting(*data)) data->references.fetch_add(1, std::memory_order_relaxed);
+  if (data && !is_permanent(*data)) data->references.fetch_add(1, std::memory_order_relaxed);
 }
 
 void release(const StringData* data) noexcept {
   if (!data) return;
   constexpr std::uint32_t count = StringData::in_block - 1;
-  // Nobody else can come to the only reference, so that one goes without the price of counting.
+  // Nobody else can reach the only reference, which is therefore released without an atomic decrement.
   const std::uint32_t references = data->references.load(std::memory_order_acquire);
-  if ((references & StringData::lasting) != 0) return;
+  if ((references & StringData::permanent) != 0) return;
   if ((references & count) != 1 && (data->references.fetch_sub(1, std::memory_order_acq_rel) & count) != 1) return;
   delete[] data->wide.load(std::memory_order_relaxed);
   data->~StringData();

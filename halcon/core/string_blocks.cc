@@ -6,9 +6,9 @@
 
 namespace HalconCpp::detail {
 
-// Its texts follow, each behind its distance from here.
+// The texts follow it in the same allocation, each after its distance from the block.
 struct StringBlock {
-  // Counts the texts that are still there; while texts are added, far more than there can be.
+  // The number of texts that are in use; while texts are added, plus `open`, so that the block stays.
   static constexpr std::uint32_t open = std::uint32_t{1} << 31;
   std::atomic<std::uint32_t> texts{open};
 };
@@ -19,11 +19,11 @@ struct Distance {
   alignas(StringData) std::uint32_t bytes;
 };
 
-constexpr std::size_t first_place = sizeof(Distance) > sizeof(StringBlock) ? sizeof(Distance) : sizeof(StringBlock);
-constexpr std::size_t longest_text = 255;
-constexpr std::size_t largest_block = std::size_t{1} << 15;
+constexpr std::size_t first_offset = sizeof(Distance) > sizeof(StringBlock) ? sizeof(Distance) : sizeof(StringBlock);
+constexpr std::size_t max_text = 255;
+constexpr std::size_t max_block = std::size_t{1} << 15;
 
-std::size_t place_for(std::size_t length) noexcept {
+std::size_t slot_bytes(std::size_t length) noexcept {
   const std::size_t bytes = sizeof(Distance) + sizeof(StringData) + length + 1;
   return (bytes + alignof(Distance) - 1) / alignof(Distance) * alignof(Distance);
 }
@@ -33,21 +33,21 @@ void destroy(StringBlock* block) noexcept { ::operator delete(static_cast<void*>
 }  // namespace
 
 const StringData* StringBlocks::make(std::string_view utf8) {
-  if (utf8.empty() || utf8.size() > longest_text) return new_valid_string(utf8);
-  const std::size_t bytes = place_for(utf8.size());
+  if (utf8.empty() || utf8.size() > max_text) return new_valid_string(utf8);
+  const std::size_t bytes = slot_bytes(utf8.size());
   if (!block_ || block_bytes_ - used_ < bytes) open();
-  auto* place = reinterpret_cast<std::byte*>(block_) + used_;
-  new (place) Distance{static_cast<std::uint32_t>(used_)};
+  auto* slot = reinterpret_cast<std::byte*>(block_) + used_;
+  new (slot) Distance{static_cast<std::uint32_t>(used_)};
   used_ += bytes;
   ++texts_;
-  return write_string(place + sizeof(Distance), utf8, StringData::in_block);
+  return write_string(slot + sizeof(Distance), utf8, StringData::in_block);
 }
 
 void StringBlocks::open() {
   close();
-  block_bytes_ = std::min(block_bytes_ * 2, largest_block);
+  block_bytes_ = std::min(block_bytes_ * 2, max_block);
   block_ = new (::operator new(block_bytes_)) StringBlock;
-  used_ = first_place;
+  used_ = first_offset;
   texts_ = 0;
 }
 
@@ -59,8 +59,8 @@ void StringBlocks::close() noexcept {
 }
 
 void leave_block(const StringData* data) noexcept {
-  auto* place = reinterpret_cast<std::byte*>(const_cast<StringData*>(data)) - sizeof(Distance);
-  auto* block = reinterpret_cast<StringBlock*>(place - reinterpret_cast<const Distance*>(place)->bytes);
+  auto* slot = reinterpret_cast<std::byte*>(const_cast<StringData*>(data)) - sizeof(Distance);
+  auto* block = reinterpret_cast<StringBlock*>(slot - reinterpret_cast<const Distance*>(slot)->bytes);
   if (block->texts.fetch_sub(1, std::memory_order_acq_rel) == 1) destroy(block);
 }
 

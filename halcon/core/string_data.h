@@ -11,11 +11,11 @@
 namespace HalconCpp::detail {
 
 // The characters follow the record in the same allocation, UTF-8 and NUL-terminated. A text whose `references` have the
-// bit `lasting` is never destroyed and not counted: counting costs more than all else that is done with names that
-// stand for a million values.
+// bit `permanent` is never destroyed and not counted: names that a million tuples share would otherwise spend more time
+// on counting than on all else.
 struct StringData {
-  static constexpr std::uint32_t lasting = std::uint32_t{1} << 31;
-  // It stands among others (core/string_blocks.h).
+  static constexpr std::uint32_t permanent = std::uint32_t{1} << 31;
+  // It was allocated with others (core/string_blocks.h).
   static constexpr std::uint32_t in_block = std::uint32_t{1} << 30;
 
   mutable std::atomic<std::uint32_t> references{1};
@@ -34,10 +34,10 @@ inline std::string_view text_of(const StringData* data) noexcept {
 // caller of `new_valid_string` has checked it. A text ends at its first NUL. 4 GiB and more is std::bad_alloc.
 const StringData* new_string(std::string_view narrow);
 const StringData* new_valid_string(std::string_view utf8);
-// Puts a text down where there is room for it, with one reference and the mark `kind`.
-const StringData* write_string(void* place, std::string_view utf8, std::uint32_t kind) noexcept;
-// A valid text, not empty, for the rest of the process.
-const StringData* new_lasting_string(std::string_view utf8);
+// Writes a text of one reference and the bit `kind` to `memory`, which is large enough.
+const StringData* write_string(void* memory, std::string_view utf8, std::uint32_t kind) noexcept;
+// A valid text, not empty, that is never freed.
+const StringData* new_permanent_string(std::string_view utf8);
 
 }  // namespace HalconCpp::detail
 

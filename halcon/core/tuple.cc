@@ -25,24 +25,14 @@ ArrayData::~ArrayData() = default;
 
 namespace {
 
+// Of strings and handles it holds one reference each.
 template <class T>
-struct PlainArray final : ArrayData {
-  PlainArray(ArrayKind array_kind, Buffer<T> from) noexcept
+struct GrowingArray final : ArrayData {
+  GrowingArray(ArrayKind array_kind, Buffer<T> from) noexcept
       : ArrayData(array_kind, from.data(), static_cast<Hlong>(from.size())), values(std::move(from)) {}
-  void refresh() noexcept {
-    elements = values.data();
-    length = static_cast<Hlong>(values.size());
-  }
-  Buffer<T> values;
-};
-
-// Holds one reference to each of its elements.
-template <class T>
-struct CountedArray final : ArrayData {
-  CountedArray(ArrayKind array_kind, Buffer<T> from) noexcept
-      : ArrayData(array_kind, from.data(), static_cast<Hlong>(from.size())), values(std::move(from)) {}
-  ~CountedArray() override {
-    for (T element : values) release(element);
+  ~GrowingArray() override {
+    if constexpr (std::is_pointer_v<T>)
+      for (T element : values) release(element);
   }
   void refresh() noexcept {
     elements = values.data();
@@ -54,7 +44,7 @@ struct CountedArray final : ArrayData {
 // A few values in the same allocation. It never grows. Of strings and handles it holds one reference each.
 template <class T>
 struct SmallArray final : ArrayData {
-  static constexpr std::size_t most = 16;
+  static constexpr std::size_t max_size = 16;
 
   static SmallArray* make(ArrayKind array_kind, std::span<const T> values) {
     void* block = ::operator new(sizeof(SmallArray) + values.size() * sizeof(T));
@@ -74,10 +64,10 @@ struct SmallArray final : ArrayData {
   }
 };
 
-using IntegerArray = PlainArray<Hlong>;
-using RealArray = PlainArray<double>;
-using StringArray = CountedArray<const StringData*>;
-using HandleArray = CountedArray<HandleData*>;
+using IntegerArray = GrowingArray<Hlong>;
+using RealArray = GrowingArray<double>;
+using StringArray = GrowingArray<const StringData*>;
+using HandleArray = GrowingArray<HandleData*>;
 
 struct MixedArray final : ArrayData {
   explicit MixedArray(std::vector<HTuple> from) noexcept
@@ -105,24 +95,20 @@ const HTuple& mixed_element(const ArrayData& array, Hlong index) {
   return static_cast<const HTuple*>(array.elements)[array.kind == ArrayKind::Constant ? 0 : index];
 }
 
-// Adds the elements of `from`, all of them of the stored type, to an array of plain integers or reals.
+// Adds the elements of `from`, all of them of the stored type.
 template <class T>
-void append_plain(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
+void append_typed(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
   const Hlong count = from.Length();
-  if (Access::kind(from) == TupleKind::Array) {
-    const ArrayData& array = Access::array(from);
-    if (array.kind == ArrayKind::Integers || array.kind == ArrayKind::Reals)
-      return to.append(static_cast<const T*>(array.elements), static_cast<std::size_t>(count));
-  }
-  for (Hlong i = 0; i < count; ++i) to.push_back(read(Access::element(from, i)));
-}
-
-template <class T>
-void append_counted(Buffer<T>& to, const HTuple& from, T (*read)(const HTuple&) noexcept) {
-  for (Hlong i = 0; i < from.Length(); ++i) {
+  if constexpr (!std::is_pointer_v<T>)
+    if (Access::kind(from) == TupleKind::Array) {
+      const ArrayData& array = Access::array(from);
+      if (array.kind == ArrayKind::Integers || array.kind == ArrayKind::Reals)
+        return to.append(static_cast<const T*>(array.elements), static_cast<std::size_t>(count));
+    }
+  for (Hlong i = 0; i < count; ++i) {
     T element = read(Access::element(from, i));
     to.push_back(element);
-    retain(element);
+    if constexpr (std::is_pointer_v<T>) retain(element);
   }
 }
 
@@ -158,13 +144,13 @@ void grow(ArrayData& array, const HTuple& by) {
   };
   switch (array.kind) {
     case ArrayKind::Integers:
-      return add(static_cast<IntegerArray&>(array), append_plain<Hlong>, Access::integer);
+      return add(static_cast<IntegerArray&>(array), append_typed<Hlong>, Access::integer);
     case ArrayKind::Reals:
-      return add(static_cast<RealArray&>(array), append_plain<double>, Access::real);
+      return add(static_cast<RealArray&>(array), append_typed<double>, Access::real);
     case ArrayKind::Strings:
-      return add(static_cast<StringArray&>(array), append_counted<const StringData*>, Access::string_data);
+      return add(static_cast<StringArray&>(array), append_typed<const StringData*>, Access::string_data);
     case ArrayKind::Handles:
-      return add(static_cast<HandleArray&>(array), append_counted<HandleData*>, Access::handle_data);
+      return add(static_cast<HandleArray&>(array), append_typed<HandleData*>, Access::handle_data);
     default:
       return add(static_cast<MixedArray&>(array), append_mixed);
   }
@@ -186,7 +172,7 @@ ArrayData* new_array(TupleKind kind) {
 }
 
 void release_array(ArrayData* array) noexcept {
-  const bool is_only = array->references.load(std::memory_order_acquire) == 1;  // nobody else can come to it
+  const bool is_only = array->references.load(std::memory_order_acquire) == 1;  // nobody else can reach it
   if (is_only || array->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete array;
 }
 
@@ -295,7 +281,7 @@ Buffer<T> taken(std::span<HTuple> values, Take take) {
 
 template <class T>
 ArrayData* small_array(ArrayKind kind, std::span<const HTuple> values, T (*read)(const HTuple&) noexcept) {
-  T elements[SmallArray<T>::most];
+  T elements[SmallArray<T>::max_size];
   for (std::size_t i = 0; i < values.size(); ++i) elements[i] = read(values[i]);
   return SmallArray<T>::make(kind, {elements, values.size()});
 }
@@ -307,7 +293,7 @@ HTuple Access::elements(std::span<HTuple> values) {
   if (values.size() == 1) return std::move(values[0]);
   const TupleKind kind = values[0].kind_;
   const bool mixed = std::any_of(values.begin(), values.end(), [&](const HTuple& v) { return v.kind_ != kind; });
-  if (!mixed && values.size() <= SmallArray<Hlong>::most) {
+  if (!mixed && values.size() <= SmallArray<Hlong>::max_size) {
     if (kind == TupleKind::Integer) return from_array(small_array<Hlong>(ArrayKind::Integers, values, integer));
     if (kind == TupleKind::Real) return from_array(small_array<double>(ArrayKind::Reals, values, real));
     if (kind == TupleKind::String) {
@@ -436,49 +422,38 @@ void HTupleElement::fail(const char* operation) const {
                                Access::type_name(Access::element(*tuple_, index_)));
 }
 
+// Element `index` of a tuple; an empty tuple when there is no such element.
+static HTuple element_at(const HTuple& tuple, Hlong index) noexcept {
+  return index >= 0 && index < tuple.Length() ? Access::element(tuple, index) : HTuple();
+}
+
 Hlong HTupleElement::rare_integer() const {
-  if (index_ >= 0 && index_ < tuple_->Length()) {
-    const HTuple value = Access::element(*tuple_, index_);
-    if (value.kind_ == TupleKind::Integer) return value.data_.integer;
-  }
-  fail("HTupleElement::L");
+  const HTuple value = element_at(*tuple_, index_);
+  if (value.kind_ != TupleKind::Integer) fail("HTupleElement::L");
+  return value.data_.integer;
 }
 
 double HTupleElement::rare_real() const {
-  if (index_ >= 0 && index_ < tuple_->Length()) {
-    const HTuple value = Access::element(*tuple_, index_);
-    if (value.kind_ == TupleKind::Real) return value.data_.real;
-    if (value.kind_ == TupleKind::Integer) return static_cast<double>(value.data_.integer);
-  }
-  fail("HTupleElement::D");
+  const HTuple value = element_at(*tuple_, index_);
+  if (value.kind_ == TupleKind::Integer) return static_cast<double>(value.data_.integer);
+  if (value.kind_ != TupleKind::Real) fail("HTupleElement::D");
+  return value.data_.real;
 }
 
 HString HTupleElement::S() const {
   detail::pass_gate("HTupleElement::S");
-  if (tuple_->kind_ == TupleKind::String && index_ == 0) {
-    detail::retain(tuple_->data_.string);
-    return Access::adopt(tuple_->data_.string);
-  }
-  if (index_ >= 0 && index_ < tuple_->Length()) {
-    const HTuple value = Access::element(*tuple_, index_);
-    if (value.kind_ == TupleKind::String) {
-      detail::retain(value.data_.string);
-      return Access::adopt(value.data_.string);
-    }
-  }
-  fail("HTupleElement::S");
+  HTuple value = element_at(*tuple_, index_);
+  if (value.kind_ != TupleKind::String) fail("HTupleElement::S");
+  value.kind_ = TupleKind::Empty;  // its reference is the string's now
+  return Access::adopt(value.data_.string);
 }
 
 HHandle HTupleElement::H() const {
   detail::pass_gate("HTupleElement::H");
-  if (index_ >= 0 && index_ < tuple_->Length()) {
-    const HTuple value = Access::element(*tuple_, index_);
-    if (value.kind_ == TupleKind::Handle) {
-      detail::retain(value.data_.handle);
-      return Access::wrap(value.data_.handle);
-    }
-  }
-  fail("HTupleElement::H");
+  HTuple value = element_at(*tuple_, index_);
+  if (value.kind_ != TupleKind::Handle) fail("HTupleElement::H");
+  value.kind_ = TupleKind::Empty;  // its reference is the handle's now
+  return Access::wrap(value.data_.handle);
 }
 
 }  // namespace HalconCpp

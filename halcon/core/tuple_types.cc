@@ -44,10 +44,10 @@ HTuple kind_flags(const HTuple& tuple, TupleKind wanted) {
 
 // The names that make up nearly all answers are made once, and never destroyed: hosts may ask while the process ends.
 struct TypeNames {
-  HTuple integer = Access::lasting_text("integer");
-  HTuple real = Access::lasting_text("real");
-  HTuple string = Access::lasting_text("string");
-  HTuple dict = Access::lasting_text("dict");
+  HTuple integer = Access::permanent_text("integer");
+  HTuple real = Access::permanent_text("real");
+  HTuple string = Access::permanent_text("string");
+  HTuple dict = Access::permanent_text("dict");
 };
 
 HTuple type_tuple(const HTuple& tuple, Hlong index) {

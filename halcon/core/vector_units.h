@@ -1,4 +1,4 @@
-// Loops that are compiled twice: once for every processor of the kind, once for a vector unit that most of them have.
+// Loops that are compiled twice: once for every x86-64 processor, once for a vector unit that nearly all of them have.
 // Compilers may use that unit only where they are told to; at run time the processor decides.
 //
 // A loop is a function marked HALCONCPP_INLINE. HALCONCPP_FOR("...") marks the function that calls it for a unit, where

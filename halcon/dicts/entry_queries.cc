@@ -40,8 +40,8 @@ std::string key_name(const HTuple& key) {
 }
 
 HTuple entry_param(const EntryTable& table, const HTuple& gen_name, const HTuple& key) {
-  static const StringData* const object_type = new_lasting_string("object");
-  static const StringData* const tuple_type = new_lasting_string("tuple");
+  static const StringData* const object_type = new_permanent_string("object");
+  static const StringData* const tuple_type = new_permanent_string("tuple");
   const std::string_view name = text_argument(gen_name, "the name of the query");
   if (name == "key_data_type")
     return Access::adopt_string(entry_of(table, key).holds_object() ? object_type : tuple_type);

@@ -17,7 +17,7 @@ namespace {
 // Up to here comparing is as fast as an index.
 constexpr std::size_t small_table = 8;
 // Positions and bucket counts are 32 bits wide.
-constexpr std::size_t most_entries = std::size_t{1} << 29;
+constexpr std::size_t max_entries = std::size_t{1} << 29;
 
 // A key to compare and hash, without a reference to it. Reals go by their bits, so that each is equal to itself.
 struct KeyView {
@@ -78,7 +78,7 @@ void EntryTable::set(const HTuple& key, HObject object) {
 }
 
 void EntryTable::adopt(HTuple keys, std::vector<Entry> entries) {
-  if (entries.size() > most_entries) throw std::bad_alloc();
+  if (entries.size() > max_entries) throw std::bad_alloc();
   drop_index();
   last_found_.store(0, std::memory_order_relaxed);
   keys_ = std::move(keys);
@@ -93,7 +93,7 @@ const Entry* EntryTable::find(const HTuple& key) const noexcept {
 Entry& EntryTable::slot(const HTuple& key) {
   if (!view_of(key).valid()) fail("a key is one string, one integer or one real");
   if (const std::size_t at = position(key); at != npos) return entries_[at];
-  if (entries_.size() >= most_entries) throw std::bad_alloc();
+  if (entries_.size() >= max_entries) throw std::bad_alloc();
   Entry& entry = entries_.emplace_back();
   try {
     keys_.Append(key);

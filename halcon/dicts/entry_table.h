@@ -29,8 +29,8 @@ class EntryTable {
   EntryTable& operator=(const EntryTable&) = delete;
   ~EntryTable() { drop_index(); }
 
-  // Replaces the value of an equal key at its place, or adds the key at the end. Rejects a key that is not one string,
-  // integer or real.
+  // Replaces the value of an equal key, which keeps its position, or adds the key at the end. Rejects a key that is not
+  // one string, integer or real.
   void set(const HTuple& key, HTuple value);
   void set(const HTuple& key, HObject object);
   // Takes over valid keys, all different, and their entries.

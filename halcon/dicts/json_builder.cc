@@ -14,7 +14,7 @@ namespace HalconCpp::detail {
 
 namespace {
 
-// Whether two of the numbers are equal. Many of them are first dealt out into groups that fit in a cache.
+// Whether two of the numbers are equal. Many of them are first divided into groups that fit in a cache.
 bool has_repeats(const std::vector<std::uint64_t>& numbers) {
   constexpr std::size_t group_size = 512;
   const std::size_t groups = std::bit_ceil(numbers.size() / group_size + 1);

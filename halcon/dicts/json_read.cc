@@ -189,7 +189,8 @@ std::string place_of(std::string_view text, std::size_t offset) {
 }  // namespace
 
 const JsonWords& json_words() {
-  static const JsonWords words{new_lasting_string("true"), new_lasting_string("false"), new_lasting_string("null")};
+  static const JsonWords words{new_permanent_string("true"), new_permanent_string("false"),
+                               new_permanent_string("null")};
   return words;
 }
 

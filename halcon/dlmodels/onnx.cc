@@ -1,4 +1,4 @@
-// ONNX models, read by their own schema. The one file that includes its headers.
+// ONNX models, read by their own schema (onnx.proto, ModelProto). The one file that includes its headers.
 #include <google/protobuf/arena.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/wire_format_lite.h>
@@ -152,7 +152,7 @@ HTuple describe(const Values& values, const std::set<std::string_view>& except) 
   return Access::elements(std::move(dicts));
 }
 
-// The most that fits when it is more, 0 when a size is negative.
+// The largest integer when the product is beyond it, 0 when a size is negative.
 Hlong element_count(const onnx::TensorProto& tensor) {
   Hlong count = 1;
   for (const Hlong size : tensor.dims()) {

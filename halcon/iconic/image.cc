@@ -67,7 +67,7 @@ void check_image_size(std::uint64_t width, std::uint64_t height, std::uint64_t c
     fail("an image of " + size + " and " + std::to_string(channels) + " channels takes " + std::to_string(bytes) +
          " bytes; at most " + std::to_string(limits::image_bytes) + " are read");
   if (bytes > limits::decoded_free && bytes / limits::decoded_per_byte > file_bytes)
-    fail("claims " + size + " and " + std::to_string(channels) + " channels, more than a file of " +
+    fail("declares " + size + " and " + std::to_string(channels) + " channels, more than a file of " +
          std::to_string(file_bytes) + " bytes can hold");
 }
 

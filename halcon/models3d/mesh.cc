@@ -71,7 +71,7 @@ Model3dParts Mesh::finish() {
   }
   if (red.size() == points && green.size() == points && blue.size() == points) {
     const bool bytes = exceeds_one(red) || exceeds_one(green) || exceeds_one(blue);
-    const float scale = colour_scale > 0 ? colour_scale : bytes ? 1.0f : 255.0f;
+    const float scale = color_scale > 0 ? color_scale : bytes ? 1.0f : 255.0f;
     parts.red = levels(red, scale);
     parts.green = levels(green, scale);
     parts.blue = levels(blue, scale);
@@ -81,12 +81,12 @@ Model3dParts Mesh::finish() {
   return parts;
 }
 
-void check_promise(std::string_view things, std::uint64_t count, std::uint64_t bytes_each, std::uint64_t left) {
+void check_count(std::string_view things, std::uint64_t count, std::uint64_t bytes_each, std::uint64_t left) {
   if (count > limits::model_points)
-    fail("promises " + std::to_string(count) + " " + std::string(things) + ", more than the limit of " +
+    fail("declares " + std::to_string(count) + " " + std::string(things) + ", more than the limit of " +
          std::to_string(limits::model_points));
   if (count * bytes_each > left + 1)
-    fail("promises " + std::to_string(count) + " " + std::string(things) + ", but only " + std::to_string(left) +
+    fail("declares " + std::to_string(count) + " " + std::string(things) + ", but only " + std::to_string(left) +
          " bytes follow");
 }
 

@@ -1,4 +1,4 @@
-// What the readers of 3D files fill, and what it becomes.
+// What the readers of 3D files fill, and the model it becomes. Coordinates are as in the file; nothing is scaled.
 #ifndef HALCONCPP_MODELS3D_MESH_H
 #define HALCONCPP_MODELS3D_MESH_H
 
@@ -19,8 +19,8 @@ struct Mesh {
   Buffer<double> x, y, z;
   Buffer<double> nx, ny, nz;
   Buffer<float> red, green, blue;
-  // What turns the colours into 0..255; 0: 255 unless one of them is above 1.
-  float colour_scale = 0;
+  // What turns the colors into 0..255; 0: 255 unless one of them is above 1.
+  float color_scale = 0;
 
   void add_point(double px, double py, double pz) {
     x.push_back(px);
@@ -33,7 +33,7 @@ struct Mesh {
     ++faces_;
     corners_ = 0;
   }
-  // Rejects faces with points that do not exist, and drops normals and colours that not every point has.
+  // Rejects faces with points that do not exist, and drops normals and colors that not every point has.
   Model3dParts finish();
 
  private:
@@ -45,9 +45,9 @@ struct Mesh {
   std::int32_t highest_ = -1;
 };
 
-// Rejects a promised count of things that take `bytes_each` bytes at least when only `left` bytes follow (the last
+// Rejects a declared count of things that take `bytes_each` bytes at least when only `left` bytes follow (the last
 // one may lack its separator), and one of more than a model can hold.
-void check_promise(std::string_view things, std::uint64_t count, std::uint64_t bytes_each, std::uint64_t left);
+void check_count(std::string_view things, std::uint64_t count, std::uint64_t bytes_each, std::uint64_t left);
 
 // A value as a file stores it.
 template <class T, std::endian order>

@@ -1,4 +1,5 @@
-// OFF: a keyword whose prefixes say what each vertex has, the counts, then a line per vertex and per face.
+// OFF, after the manual page oogl(5) of Geomview: a keyword [ST][C][N][4][n]OFF whose prefixes say what each vertex
+// has, NVertices NFaces NEdges, then a line per vertex and per face.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -25,14 +26,14 @@ struct Keyword {
   // [ST][C][N][4][n]OFF
   explicit Keyword(std::string_view word) noexcept {
     take(word, "ST");
-    has_colours = take(word, "C");
+    has_colors = take(word, "C");
     has_normals = take(word, "N");
     other_dimension = take(word, "4");
     other_dimension |= take(word, "n");
     valid = word == "OFF";
   }
   bool valid;
-  bool has_colours;
+  bool has_colors;
   bool has_normals;
   bool other_dimension;  // points of four or n coordinates
 };
@@ -59,12 +60,12 @@ void read_vertices(TextScanner& text, const Keyword& keyword, std::uint64_t coun
     for (auto* coordinate : {&mesh.x, &mesh.y, &mesh.z}) coordinate->push_back(text.number());
     if (keyword.has_normals)
       for (auto* coordinate : {&mesh.nx, &mesh.ny, &mesh.nz}) coordinate->push_back(text.number());
-    if (keyword.has_colours)
+    if (keyword.has_colors)
       for (auto* level : {&mesh.red, &mesh.green, &mesh.blue}) level->push_back(static_cast<float>(text.number()));
   }
 }
 
-// What follows the corners is the colour of the face.
+// What follows the corners is the color of the face.
 void read_faces(TextScanner& text, std::uint64_t count, Mesh& mesh) {
   for (std::uint64_t i = 0; i < count; ++i, text.skip_line()) {
     begin_row(text, "faces");
@@ -85,8 +86,8 @@ Model3dParts read_off(Bytes file) {
   const std::uint64_t vertices = read_count(text, "vertices");
   const std::uint64_t faces = read_count(text, "faces");
   text.skip_line();
-  check_promise("vertices", vertices, 6, text.left());
-  check_promise("faces", faces, 2, text.left());
+  check_count("vertices", vertices, 6, text.left());
+  check_count("faces", faces, 2, text.left());
   for (auto* coordinate : {&mesh.x, &mesh.y, &mesh.z}) coordinate->reserve(static_cast<std::size_t>(vertices));
   read_vertices(text, keyword, vertices, mesh);
   read_faces(text, faces, mesh);

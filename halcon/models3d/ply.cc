@@ -1,4 +1,5 @@
-// PLY: a text header that declares elements and their properties, then their values as text or binary.
+// PLY, after "The PLY Polygon File Format" (Greg Turk, 1994): a text header that declares elements and their
+// properties, then their values as text or binary.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -64,7 +65,7 @@ Type parse_type(const TextScanner& text, std::string_view name) {
 
 bool is_real(Type type) noexcept { return type == Type::Float || type == Type::Double; }
 
-// Sends the values of a vertex property that the model keeps to their place.
+// Connects a vertex property that the model keeps with the array that takes its values.
 void connect_vertex_property(const TextScanner& text, Property& property, std::string_view name, Mesh& mesh) {
   const std::pair<std::string_view, Buffer<double>*> numbers[] = {{"x", &mesh.x},   {"y", &mesh.y},   {"z", &mesh.z},
                                                                   {"nx", &mesh.nx}, {"ny", &mesh.ny}, {"nz", &mesh.nz}};
@@ -74,7 +75,7 @@ void connect_vertex_property(const TextScanner& text, Property& property, std::s
     if (name == known) property.numbers = target;
   for (const auto& [known, target] : levels)
     if (name == known) property.levels = target;
-  if (property.levels && !is_real(property.type)) mesh.colour_scale = property.type == Type::UInt16 ? 1 / 257.0f : 1.0f;
+  if (property.levels && !is_real(property.type)) mesh.color_scale = property.type == Type::UInt16 ? 1 / 257.0f : 1.0f;
   if ((property.numbers || property.levels) && property.count_type)
     text.fail_here("the vertex property " + quoted(name) + " is a list");
 }
@@ -221,7 +222,7 @@ void read_list(Values& values, const Property& property, Mesh& mesh) {
   if (count < 0 && Values::is_binary) count += std::ldexp(1.0, static_cast<int>(8 * type_size(*property.count_type)));
   if (!(count >= 0 &&
         count * static_cast<double>(Values::least_bytes(property.type)) <= static_cast<double>(values.left() + 1)))
-    fail("a list promises more elements than the file holds");
+    fail("a list declares more elements than the file holds");
   for (double i = 0; i < count; ++i) {
     const double value = values.value(property.type);
     if (property.corners) mesh.add_corner(value);
@@ -234,7 +235,7 @@ void prepare_element(const Values& values, const Element& element) {
   std::uint64_t row = 0;
   for (const Property& property : element.properties)
     row += Values::least_bytes(property.count_type.value_or(property.type));
-  check_promise("elements " + quoted(element.name), element.count, row, values.left());
+  check_count("elements " + quoted(element.name), element.count, row, values.left());
   for (const Property& property : element.properties) {
     if (property.numbers) property.numbers->reserve(static_cast<std::size_t>(element.count));
     if (property.levels) property.levels->reserve(static_cast<std::size_t>(element.count));

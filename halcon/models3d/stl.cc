@@ -1,4 +1,6 @@
-// STL, text and binary: triangles with their corners in full. Corners at the same place become one point.
+// STL, after "StereoLithography Interface Specification" (3D Systems, 1989), as text (solid, facet, outer loop, vertex)
+// and as binary (a header of 80 bytes, a number of facets, 50 bytes per facet). Each triangle holds its corners in
+// full; corners with equal coordinates become one point.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -52,13 +54,13 @@ class PointIndex {
   std::unordered_map<Bits, std::uint32_t, Hash> numbers_;
 };
 
-// How many facets a binary file promises in its header, if it is long enough to have one.
-std::uint64_t promised_facets(Bytes file) noexcept {
+// The number of facets in the header of a binary file; 0 for a file that is too short to have one.
+std::uint64_t declared_facets(Bytes file) noexcept {
   return file.size() < header_bytes ? 0 : stored_value<std::uint32_t, std::endian::little>(file.data() + 80);
 }
 
 bool has_binary_size(Bytes file) noexcept {
-  return file.size() >= header_bytes && file.size() == header_bytes + facet_bytes * promised_facets(file);
+  return file.size() >= header_bytes && file.size() == header_bytes + facet_bytes * declared_facets(file);
 }
 
 bool same_word(std::string_view word, std::string_view lower) noexcept {
@@ -119,7 +121,7 @@ void read_binary(Bytes file, PointIndex& points, Mesh& mesh) {
 }
 
 bool recognizes_stl(Bytes file, std::string_view extension) {
-  return extension == "stl" || begins_as_text(file) || (has_binary_size(file) && promised_facets(file) > 0);
+  return extension == "stl" || begins_as_text(file) || (has_binary_size(file) && declared_facets(file) > 0);
 }
 
 Model3dParts read_stl(Bytes file) {
@@ -133,8 +135,8 @@ Model3dParts read_stl(Bytes file) {
   } else if (file.size() < header_bytes) {
     fail("is no STL file, or is cut off: a binary one has at least " + std::to_string(header_bytes) + " bytes");
   } else {
-    fail("is no STL file, or is damaged: as a binary one of " + std::to_string(promised_facets(file)) +
-         " facets it would have " + std::to_string(header_bytes + facet_bytes * promised_facets(file)) +
+    fail("is no STL file, or is damaged: as a binary one of " + std::to_string(declared_facets(file)) +
+         " facets it would have " + std::to_string(header_bytes + facet_bytes * declared_facets(file)) +
          " bytes, but it has " + std::to_string(file.size()));
   }
   return mesh.finish();
