@@ -14,7 +14,15 @@ install(TARGETS ${package} EXPORT ${package}
 install(FILES include/${package}/quovel_adapter.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${package})
 
 file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-set_target_properties(qv_inspect PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
+# In the build tree too, where CMake would otherwise add an empty entry, which the loader takes for the working folder.
+set_target_properties(qv_inspect PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+                      INSTALL_RPATH "$ORIGIN/${to_libraries};$ORIGIN/../lib")
+if(NOT WIN32)
+  # All symbols are bound at loading, and the tables of them are read-only from then on.
+  foreach(target ${package} qv_inspect)
+    target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now)
+  endforeach()
+endif()
 install(TARGETS qv_inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(NOT WIN32)
   install(FILES host/inspect/completion.bash RENAME qv_inspect
