@@ -1,4 +1,4 @@
-// The files that the works open, in a folder that goes with the run.
+// The files that the works open, in a folder that is removed after the run.
 #ifndef QUOVEL_BENCH_FILES_H
 #define QUOVEL_BENCH_FILES_H
 

@@ -5,7 +5,7 @@
 //   qv_bench [--json FILE] [--processor-time]
 //
 // --json FILE also measures a JSON file of your own. --processor-time is for a machine that others use as well: it
-// counts the processor time of the works in one thread instead of the time on the wall.
+// counts the processor time of the works in one thread instead of wall-clock time.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

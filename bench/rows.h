@@ -30,7 +30,7 @@ struct Row {
 // Adds a row to the table. `prepare` makes what both sides need; it runs right before the first round.
 void add_row(Row row, std::function<Pair()> prepare);
 
-// The time so far, in seconds: of the clock on the wall, or with --processor-time what this process has used.
+// The time so far, in seconds: wall-clock time, or with --processor-time what this process has used.
 double now();
 
 // The seconds that `body` takes.
@@ -40,7 +40,7 @@ double seconds(Body&& body) {
   std::forward<Body>(body)();
   return now() - start;
 }
-// The same, always by the wall, for work in several threads or processes.
+// The same, always wall-clock time, for work in several threads or processes.
 template <class Body>
 double wall_seconds(Body&& body) {
   const auto start = std::chrono::steady_clock::now();

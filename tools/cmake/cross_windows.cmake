@@ -36,7 +36,7 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(openjp2 REQUIRED IMPORTED_TARGET libopenjp2>=2.5)
 target_compile_definitions(PkgConfig::openjp2 INTERFACE OPJ_STATIC)
 
-# build/windows/bin is ready to hand out: what the programs and libraries there do not bring themselves is laid beside them.
+# build/windows/bin can be distributed as it is: what its programs and libraries need is copied beside them.
 set(handed_out ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 configure_file(include/quovel_adapter_2411/quovel_adapter.h ${handed_out}/quovel_adapter_2411/quovel_adapter.h COPYONLY)
 configure_file(LICENSE ${handed_out}/notices/LICENSE COPYONLY)

@@ -54,7 +54,7 @@ string(REGEX REPLACE "/$" "" to_prefix ${to_prefix})
 configure_file(tools/cmake/pkgconfig.pc.in ${package}.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Documents. Whoever hands out a build hands out the notices of what is compiled into it.
+# Documents. Whoever distributes a build must distribute the notices of what is compiled into it.
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/quovel-adapter-2411)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE NOTICES.md DESTINATION ${documents})
 install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN examples EXCLUDE
@@ -86,7 +86,7 @@ endif()
 # ---- Packages
 set(CPACK_PACKAGE_NAME quovel-adapter-2411)
 set(CPACK_PACKAGE_VENDOR "the Quovel authors")
-# A Debian package must name an address; whoever hands one out sets their own.
+# A Debian package must name an address; whoever distributes one sets their own.
 set(CPACK_PACKAGE_CONTACT "the Quovel authors <maintainers@quovel.invalid>" CACHE STRING "Who answers for the package")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Opens HALCON data files and shows each as a tree")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
