@@ -1,7 +1,7 @@
 // Data nested far deeper than any file may be: building, walking and destroying cost no stack.
 #include <gtest/gtest.h>
 
-#include "loading/dispatcher.h"
+#include "adapter/dispatcher.h"
 #include "support/files.h"
 #include "support/host.h"
 #include "support/small_stack.h"

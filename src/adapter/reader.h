@@ -5,9 +5,11 @@
 #include <memory>
 #include <string>
 
+#include "adapter/dispatcher.h"
 #include "content/long_text.h"
 #include "quovel_adapter_2411/quovel_adapter.h"
 #include "tree/node.h"
+#include "tree/work.h"
 
 namespace quovel {
 
@@ -52,12 +54,18 @@ Result guarded(Reader& reader, Result failure_value, Body&& body) noexcept {
   }
 }
 
-// The shape of every parse export: `load(path)` gives the new tree. The old one is destroyed, also when loading fails.
+// The shape of every parse export: `load(path, list)` gives the new tree, and puts the work that is
+// left for it on the list. The old tree is destroyed, also when loading fails.
 template <class Load>
 const qv_node* parse(qv_reader* host_reader, const qv_char* path, Load&& load) noexcept {
   Reader* const reader = from_host(host_reader);
   if (!reader || !path) return nullptr;
-  reader->tree = guarded(*reader, std::unique_ptr<Tree>(), [&] { return load(from_host(path)); });
+  reader->tree = guarded(*reader, std::unique_ptr<Tree>(), [&] {
+    WorkList list;
+    std::unique_ptr<Tree> tree = load(from_host(path), list);
+    build_pending(*tree, list);
+    return tree;
+  });
   return reader->tree ? to_host(reader->tree->root) : nullptr;
 }
 

@@ -8,11 +8,11 @@
 
 #include "HalconCpp.h"
 #include "adapter/reader.h"
-#include "loading/dict_loader.h"
-#include "loading/model_loaders.h"
-#include "loading/object_loader.h"
+#include "content/model_loaders.h"
+#include "iconic/object_loader.h"
 #include "platform/heap.h"
 #include "quovel_adapter_2411/quovel_adapter.h"
+#include "tree/dict_loader.h"
 #include "tree/node.h"
 
 using namespace quovel;
@@ -58,17 +58,18 @@ const qv_char* qv_reader_last_error(const qv_reader* reader) {
 }
 
 const qv_node* qv_reader_parse_file(qv_reader* reader, const qv_char* path) {
-  return parse(reader, path, [](const std::u16string& file) { return load_dict_tree(file, {}); });
+  return parse(reader, path, [](const std::u16string& file, WorkList& list) { return load_dict_tree(file, {}, list); });
 }
 
 const qv_node* qv_reader_parse_file_with_options(qv_reader* reader, const qv_char* path, const qv_parse_option* options,
                                                  int32_t option_count) {
-  return parse(reader, path,
-               [&](const std::u16string& file) { return load_dict_tree(file, copy_options(options, option_count)); });
+  return parse(reader, path, [&](const std::u16string& file, WorkList& list) {
+    return load_dict_tree(file, copy_options(options, option_count), list);
+  });
 }
 
 const qv_node* qv_reader_parse_object_file(qv_reader* reader, const qv_char* path) {
-  return parse(reader, path, load_object_file);
+  return parse(reader, path, [](const std::u16string& file, WorkList&) { return load_object_file(file); });
 }
 
 const qv_node* qv_reader_parse_object_model_3d_file(qv_reader* reader, const qv_char* path) {

@@ -1,7 +1,7 @@
 // Work that builders leave to one another without calling one another.
 //
 // A builder fills one node. For the children that need another builder it puts an object on the work list that makes
-// them one after the other; the dispatcher (loading/dispatcher.h) takes each child from the list and calls the builder
+// them one after the other; the dispatcher (adapter/dispatcher.h) takes each child from the list and calls the builder
 // that fits what it is made from. So no room depends on another room's builders, and data nested to any depth needs no
 // call stack.
 //

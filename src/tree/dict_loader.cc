@@ -1,7 +1,6 @@
-#include "loading/dict_loader.h"
+#include "tree/dict_loader.h"
 
 #include "HalconCpp.h"
-#include "loading/dispatcher.h"
 #include "platform/text.h"
 #include "tree/dict_builder.h"
 #include "tree/work.h"
@@ -44,7 +43,8 @@ HTuple parameter_value(const ReadingOption& option) {
 
 }  // namespace
 
-std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options) {
+std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options,
+                                     WorkList& list) {
   HTuple names, values;
   for (const ReadingOption& option : options) {
     names.Append(HTuple(parameter_name(option.key)));
@@ -54,9 +54,7 @@ std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vect
   dict.ReadDict(HTuple(to_halcon(path)), names, values);
   auto tree = std::make_unique<Tree>();
   tree->root = &tree->make_node();
-  WorkList list;
   build_dict_node(*tree, *tree->root, dict, list);
-  build_pending(*tree, list);
   return tree;
 }
 

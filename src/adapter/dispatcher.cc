@@ -1,4 +1,4 @@
-#include "loading/dispatcher.h"
+#include "adapter/dispatcher.h"
 
 #include <optional>
 #include <utility>

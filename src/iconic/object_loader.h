@@ -1,6 +1,6 @@
 // Iconic data from files: object files, sequences of images, images.
-#ifndef QUOVEL_LOADING_OBJECT_LOADER_H
-#define QUOVEL_LOADING_OBJECT_LOADER_H
+#ifndef QUOVEL_ICONIC_OBJECT_LOADER_H
+#define QUOVEL_ICONIC_OBJECT_LOADER_H
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
 // Sequence files: plain text that lists image files, one path per line. They are written on Windows more often than
 // not, so both '/' and backslash separate the components of an entry on every system.
-#ifndef QUOVEL_LOADING_SEQUENCE_FILE_H
-#define QUOVEL_LOADING_SEQUENCE_FILE_H
+#ifndef QUOVEL_ICONIC_SEQUENCE_FILE_H
+#define QUOVEL_ICONIC_SEQUENCE_FILE_H
 
 #include <span>
 #include <string>

@@ -1,8 +1,7 @@
-#include "loading/model_loaders.h"
+#include "content/model_loaders.h"
 
 #include "HalconCpp.h"
 #include "content/handle_builder.h"
-#include "loading/dispatcher.h"
 #include "platform/text.h"
 #include "tree/work.h"
 
@@ -12,28 +11,26 @@ using HalconCpp::HTuple;
 
 namespace {
 
-std::unique_ptr<Tree> build_model_tree(const HTuple& handle) {
+std::unique_ptr<Tree> build_model_tree(const HTuple& handle, WorkList& list) {
   auto tree = std::make_unique<Tree>();
   tree->root = &tree->make_node();
-  WorkList list;
   build_handle_node(*tree, *tree->root, handle, 0, list);
-  build_pending(*tree, list);
   return tree;
 }
 
 }  // namespace
 
 // "m": the coordinates are taken as metres.
-std::unique_ptr<Tree> load_object_model_3d_tree(const std::u16string& path) {
+std::unique_ptr<Tree> load_object_model_3d_tree(const std::u16string& path, WorkList& list) {
   HTuple model, status;
   HalconCpp::ReadObjectModel3d(HTuple(to_halcon(path)), "m", HTuple(), HTuple(), &model, &status);
-  return build_model_tree(model[0].H());
+  return build_model_tree(model[0].H(), list);
 }
 
-std::unique_ptr<Tree> load_dl_model_tree(const std::u16string& path) {
+std::unique_ptr<Tree> load_dl_model_tree(const std::u16string& path, WorkList& list) {
   HalconCpp::HDlModel model;
   model.ReadDlModel(to_halcon(path));
-  return build_model_tree(HTuple(model));
+  return build_model_tree(HTuple(model), list);
 }
 
 }  // namespace quovel

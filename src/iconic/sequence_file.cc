@@ -1,4 +1,4 @@
-#include "loading/sequence_file.h"
+#include "iconic/sequence_file.h"
 
 #include <cstddef>
 #include <optional>

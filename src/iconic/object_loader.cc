@@ -1,10 +1,10 @@
-#include "loading/object_loader.h"
+#include "iconic/object_loader.h"
 
 #include <cstdint>
 
 #include "HalconCpp.h"
 #include "iconic/object_builder.h"
-#include "loading/sequence_file.h"
+#include "iconic/sequence_file.h"
 #include "platform/path_text.h"
 #include "platform/text.h"
 #include "tree/objects.h"

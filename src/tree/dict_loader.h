@@ -1,6 +1,6 @@
 // Dictionary files.
-#ifndef QUOVEL_LOADING_DICT_LOADER_H
-#define QUOVEL_LOADING_DICT_LOADER_H
+#ifndef QUOVEL_TREE_DICT_LOADER_H
+#define QUOVEL_TREE_DICT_LOADER_H
 
 #include <cstdint>
 #include <memory>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tree/node.h"
+#include "tree/work.h"
 
 namespace quovel {
 
@@ -20,9 +21,11 @@ struct ReadingOption {
   double real_value;
 };
 
-// The dictionary's tree. HALCON gets the options in their order and unchecked. Throws what HALCON throws when it reads
+// The dictionary's tree, whose root is filled; what is left to do for it goes on `list`. HALCON gets the options in
+// their order and unchecked. Throws what HALCON throws when it reads
 // the file, and when it lists the keys of the dictionary in it.
-std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options);
+std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options,
+                                     WorkList& list);
 
 }  // namespace quovel
 

@@ -1,6 +1,6 @@
 // Calls the builders: the one place that knows them all.
-#ifndef QUOVEL_LOADING_DISPATCHER_H
-#define QUOVEL_LOADING_DISPATCHER_H
+#ifndef QUOVEL_ADAPTER_DISPATCHER_H
+#define QUOVEL_ADAPTER_DISPATCHER_H
 
 #include "tree/node.h"
 #include "tree/work.h"
