@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
+#include <new>
 #include <random>
 #include <string>
 #include <system_error>
@@ -38,6 +40,11 @@ std::ptrdiff_t read_some(int file, void* to, std::size_t bytes) noexcept {
   return _read(file, to, static_cast<unsigned>(bytes));
 }
 void close_file(int file) noexcept { _close(file); }
+int open_to_write(const fs::path& name, bool is_new) noexcept {
+  const int flags = _O_WRONLY | _O_BINARY | _O_NOINHERIT | (is_new ? _O_CREAT | _O_EXCL : _O_TRUNC);
+  return _wopen(name.c_str(), flags, _S_IREAD | _S_IWRITE);
+}
+std::FILE* stream_of(int file) noexcept { return _fdopen(file, "wb"); }
 bool is_regular(const Status& status) noexcept { return (status.st_mode & _S_IFMT) == _S_IFREG; }
 
 #else
@@ -55,6 +62,10 @@ std::ptrdiff_t read_some(int file, void* to, std::size_t bytes) noexcept {
   return count;
 }
 void close_file(int file) noexcept { ::close(file); }
+int open_to_write(const fs::path& name, bool is_new) noexcept {
+  return ::open(name.c_str(), O_WRONLY | O_CLOEXEC | (is_new ? O_CREAT | O_EXCL : O_TRUNC), 0666);
+}
+std::FILE* stream_of(int file) noexcept { return ::fdopen(file, "wb"); }
 bool is_regular(const Status& status) noexcept { return S_ISREG(status.st_mode); }
 
 #endif
@@ -173,33 +184,36 @@ OutputFile::OutputFile(std::string_view path) : OutputFile() {
   const bool is_there = fs::exists(status), direct = is_there && status.type() != fs::file_type::regular;
   if (is_there && !direct) require_writable(target_);
   written_ = direct ? target_ : unused_neighbour(target_);
-  errno = 0;
-  stream_.open(written_, std::ios::binary | std::ios::trunc);
-  if (!stream_) {
+  const int descriptor = open_to_write(written_, !direct);
+  if (descriptor < 0) {
     const int reason = errno;
     written_ = target_;  // nothing of ours is there to be removed
     fail("cannot be written: " + system_reason(reason));
+  }
+  file_.reset(stream_of(descriptor));
+  if (!file_) {
+    close_file(descriptor);
+    throw std::bad_alloc();
   }
   if (is_there && !direct) fs::permissions(written_, status.permissions(), error);
 }
 
 OutputFile::~OutputFile() {
   if (committed_ || written_ == target_) return;
-  stream_.close();
+  file_.reset();
   std::error_code error;
   fs::remove(written_, error);
 }
 
 void OutputFile::write(const void* from, std::size_t bytes) {
   errno = 0;
-  stream_.write(static_cast<const char*>(from), static_cast<std::streamsize>(bytes));
-  if (!stream_) fail("could not be written: " + system_reason(errno));
+  if (bytes > 0 && std::fwrite(from, 1, bytes, file_.get()) != bytes)
+    fail("could not be written: " + system_reason(errno));
 }
 
 void OutputFile::commit() {
   errno = 0;
-  stream_.close();
-  if (!stream_) fail("could not be written: " + system_reason(errno));
+  if (std::fclose(file_.release()) != 0) fail("could not be written: " + system_reason(errno));
   if (written_ != target_) {
     std::error_code error;
     fs::rename(written_, target_, error);

@@ -4,8 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -45,9 +46,9 @@ class InputFile {
 Buffer<std::byte> read_file(std::string_view path);
 
 // A file being written. Until `commit` the bytes go to a new file beside the target, so that a failure leaves the
-// target as it was. A link stays one, other names of a file (hard links) keep what it was, a protected file is
-// rejected. A target that exists and is no regular file (a device, a pipe) is written directly; a pipe waits for its
-// reader.
+// target as it was. That file is made anew, never opened: nobody can have prepared a link under its name. A link stays
+// one, other names of a file (hard links) keep what it was, a protected file is rejected. A target that exists and is
+// no regular file (a device, a pipe) is written directly; a pipe waits for its reader.
 class OutputFile {
  public:
   explicit OutputFile(std::string_view path);
@@ -65,7 +66,10 @@ class OutputFile {
 
   std::filesystem::path target_;
   std::filesystem::path written_;  // equals target_ when written directly
-  std::ofstream stream_;
+  struct Close {
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+  };
+  std::unique_ptr<std::FILE, Close> file_;
   bool committed_ = false;
 };
 
