@@ -45,8 +45,9 @@ void PixelPlane::hold(Buffer<std::byte> pixels) noexcept {
 // Two threads may both convert; the first to publish its pixels wins.
 const std::byte* PixelPlane::convert() const {
   Buffer<std::byte> pixels(integer_count_ * sizeof(float));
+  const std::byte* const integers = integers_->data_.load(std::memory_order_acquire);  // there from the start
   with_pixel_type(integer_type_, [&](auto integer) {
-    const auto* from = reinterpret_cast<const decltype(integer)*>(integers_->data());
+    const auto* from = reinterpret_cast<const decltype(integer)*>(integers);
     std::transform(from, from + integer_count_, reinterpret_cast<float*>(pixels.data()),
                    [](auto value) { return static_cast<float>(value); });
   });
