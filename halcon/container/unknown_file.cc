@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <string>
-#include <utility>
 
 #include "container/container.h"
 #include "core/failure.h"

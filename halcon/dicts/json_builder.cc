@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <numeric>
 
+#include "core/buffer.h"
 #include "core/hash.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
+#include "core/string_data.h"
 #include "dicts/entry_table.h"
 
 namespace HalconCpp::detail {

@@ -12,7 +12,6 @@
 #include "HalconCpp.h"
 #include "core/access.h"
 #include "core/string_blocks.h"
-#include "core/string_data.h"
 #include "dicts/json.h"
 
 namespace HalconCpp::detail {

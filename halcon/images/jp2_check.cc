@@ -2,6 +2,7 @@
 #include "images/jp2_check.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>

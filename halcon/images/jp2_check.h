@@ -5,6 +5,7 @@
 #define HALCONCPP_IMAGES_JP2_CHECK_H
 
 #include <cstddef>
+#include <cstdint>
 
 #include "core/buffer.h"
 #include "images/codec.h"

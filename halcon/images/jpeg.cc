@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
-#include <utility>
 #include <vector>
 // After <cstdio>, which it needs.
 #include <jerror.h>

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <new>
 
-#include "core/buffer.h"
 #include "core/failure.h"
 #include "core/limits.h"
 #include "images/codec.h"

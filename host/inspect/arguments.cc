@@ -1,9 +1,11 @@
 #include "arguments.h"
 
+#include <algorithm>
 #include <charconv>
 #include <functional>
 #include <limits>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 

@@ -1,6 +1,8 @@
 #include "files.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <system_error>

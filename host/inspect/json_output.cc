@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <iosfwd>
 
 #include "session.h"
 #include "terminal.h"

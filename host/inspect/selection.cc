@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "place.h"
 #include "walk.h"
 
 namespace host {

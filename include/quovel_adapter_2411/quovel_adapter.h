@@ -55,9 +55,11 @@
 #define QV_API __declspec(dllimport)
 #endif
 
-/** The version of this header, for the preprocessor. */
+/** The version of this header, for the preprocessor: its first number. */
 #define QV_ADAPTER_VERSION_MAJOR 0
+/** Its second number. */
 #define QV_ADAPTER_VERSION_MINOR 1
+/** Its third number. */
 #define QV_ADAPTER_VERSION_PATCH 0
 
 #ifdef __cplusplus

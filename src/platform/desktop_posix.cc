@@ -1,3 +1,5 @@
+#include <string>
+
 #include "platform/desktop.h"
 
 namespace quovel {
