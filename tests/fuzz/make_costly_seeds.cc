@@ -193,6 +193,8 @@ void make_onnx(const std::string& folder) {
   std::string nested;
   for (int i = 0; i < 90 && nested.size() < 10000; ++i) nested = field(1, field(5, field(6, nested)));
   put("nested", repeated(field(1, nested), 50000));
+  // A field that nobody knows, cut off; it declares 100 MB.
+  write(folder + "/declared", "\x08\x08\x62\x80\xe1\xeb\x2f" + std::string(100, '\0'));
   put("dimensions", field(5, repeated("\x08\1", 50000)));
 }
 
