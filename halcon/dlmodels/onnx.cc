@@ -267,8 +267,8 @@ void free_counted(void* block, std::size_t bytes) {
 
 void parse(std::span<const std::byte> file, onnx::ModelProto& proto) {
   if (file.size() > INT_MAX) fail("has more than 2 GiB, the limit of ONNX files");
-  // From an array, protobuf compares the declared length of a string with the bytes that are left. From a stream it would
-  // reserve up to 50 MB for it first. An array is read to protobuf's own nesting limit, which is onnx_nesting.
+  // From an array, protobuf compares the declared length of a string with the bytes that are left. From a stream it
+  // would reserve up to 50 MB for it first. An array is read to protobuf's own nesting limit, which is onnx_nesting.
   if (!proto.ParsePartialFromArray(file.data(), static_cast<int>(file.size()))) {
     if (!fields_fill(file)) fail("is no ONNX model, or is cut off");
     fail("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
