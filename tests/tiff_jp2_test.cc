@@ -189,6 +189,8 @@ TEST_F(TiffAndJp2, TiffCountsSharedBytesOnce) {
   for (int i = 0; i < 8; ++i) blank += bytes({0x81, 7});
   const std::string page = tiff(1024, 1, blank, {{compression, {pack_bits}}});
   EXPECT_THAT(opened(paged(page, 70000)), HasSubstr("holds more than 65536 images"));
+  const std::string counted = tiff(1, 1, "a", {{counts, std::vector<unsigned>(25000, 1)}});
+  EXPECT_THAT(opened(paged(counted, 2000)), HasSubstr("directories name more than 67108864 bytes of values"));
 }
 
 TEST_F(TiffAndJp2, TiffRejectsWhatNoPixelHolds) {

@@ -48,11 +48,17 @@ std::size_t size_of(void* block) noexcept {
 }  // namespace
 
 void* allocate_block(std::size_t bytes) {
-  const bool counts = bytes >= counted;
-  if (counts) charge_memory(bytes);
-  if (void* block = try_allocate(bytes)) return block;
-  if (counts) credit_memory(bytes);
-  throw std::bad_alloc();
+  void* const block = try_allocate(bytes);
+  if (!block) throw std::bad_alloc();
+  if (bytes < counted / 2) return block;
+  // Charged by the size that free_block credits. New pages cost nothing until they are written.
+  if (const std::size_t size = size_of(block); size >= counted) try {
+      charge_memory(size);
+    } catch (...) {
+      std::free(block);
+      throw;
+    }
+  return block;
 }
 
 void free_block(void* block) noexcept {

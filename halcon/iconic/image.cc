@@ -23,7 +23,9 @@ namespace {
 constexpr std::size_t small_plane = 256;
 
 std::vector<Plane> joined_planes(const std::vector<Buffer<std::byte>>& from) {
-  const std::shared_ptr<PixelPlane[]> joined(new PixelPlane[from.size()]);
+  // By way of a unique pointer: given a plain one, the shared_ptr of GCC 12 frees the planes twice when memory runs
+  // out.
+  const std::shared_ptr<PixelPlane[]> joined = std::make_unique<PixelPlane[]>(from.size());
   Buffer<std::byte> pixels(from.size() * from[0].size());
   std::vector<Plane> planes;
   planes.reserve(from.size());

@@ -23,6 +23,7 @@
 #include "images/memory_file.h"
 #include "images/pixels.h"
 #include "images/raster.h"
+#include "images/tiff_directories.h"
 #include "images/tiff_file.h"
 #include "images/tiff_samples.h"
 
@@ -384,6 +385,7 @@ bool is_image(TIFF* tiff) {
 }  // namespace
 
 Images read_tiff(Bytes file) {
+  check_tiff_directories(file);
   TiffSource source(file);
   TIFF* const tiff = source.tiff.get();
   Images images{PageReader(source).read()};

@@ -54,7 +54,7 @@ std::string read_shared(const std::u16string& path) {
   if (!file.is_regular()) return content;
   char block[16384];
   for (ssize_t count; (count = file.read(block, sizeof block)) > 0;)
-    content.append(block, static_cast<std::size_t>(count));
+    if (content.append(block, static_cast<std::size_t>(count)).size() > max_shared_bytes) return {};
   return content;
 }
 

@@ -45,7 +45,8 @@ std::string read_shared(const std::u16string& path) {
   std::string content;
   if (!file.is_regular()) return content;
   char block[16384];
-  while (const DWORD count = file.read(block, sizeof block)) content.append(block, count);
+  while (const DWORD count = file.read(block, sizeof block))
+    if (content.append(block, count).size() > max_shared_bytes) return {};
   return content;
 }
 
