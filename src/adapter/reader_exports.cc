@@ -14,6 +14,7 @@
 #include "quovel_adapter_2411/quovel_adapter.h"
 #include "tree/dict_loader.h"
 #include "tree/node.h"
+#include "tree/work.h"
 
 using namespace quovel;
 
