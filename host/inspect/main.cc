@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "arguments.h"
+#include "exact_values.h"
 #include "extract_file.h"
 #include "files.h"
 #include "html_page.h"
@@ -51,19 +52,25 @@ FileKind chosen_kind(const Arguments& arguments, const std::string& file) {
   return chosen == kinds.end() ? kind_of_file(file) : chosen->second;
 }
 
-const qv_node* open_file(Session& session, const Arguments& arguments, const std::string& file) {
+std::vector<ReadingOption> reading_options(const Arguments& arguments) {
   std::vector<ReadingOption> options;
   for (const auto& [key, value] : arguments.reading_options) options.push_back({key, value});
-  return session.open(file, chosen_kind(arguments, file), options);
+  return options;
+}
+
+const qv_node* open_file(Session& session, const Arguments& arguments, const std::string& file) {
+  return session.open(file, chosen_kind(arguments, file), reading_options(arguments));
 }
 
 // ---- Actions on one file
 
-std::string value_text(const Session& session, const qv_node* root, const std::string& place) {
-  const qv_node* node = find_node(root, place);
+std::string value_text(Session& session, const Arguments& arguments, const std::string& file) {
+  const std::string& place = arguments.value_place;
+  const qv_node* node = find_node(open_file(session, arguments, file), place);
   if (qv_node_kind(node) != QV_NODE_VALUE) throw Failure("the node at '" + place + "' holds no values");
-  const std::string text = to_utf8(qv_node_full_value_text(session.reader(), node));
-  if (text.empty()) throw Failure("out of memory for the text of the node at '" + place + "'");
+  const auto [text, exact] =
+      exact_value_text(session, chosen_kind(arguments, file), reading_options(arguments), node, place);
+  if (!exact) report("reals after the first 1000 values have six digits: the library keeps no more", 0);
   return (quovel::output_is_terminal() ? printable(text) : text) + "\n";
 }
 
@@ -106,8 +113,7 @@ std::string act_on_file(const Arguments& arguments, const std::string& file) {
     convert_file(session, arguments, file);
     return {};
   }
-  if (!arguments.value_place.empty())
-    return value_text(session, open_file(session, arguments, file), arguments.value_place);
+  if (!arguments.value_place.empty()) return value_text(session, arguments, file);
   // Before reading, which may take long.
   const TargetFile target = target_file(arguments, arguments.output(), file);
   const qv_node* root = open_file(session, arguments, file);

@@ -192,6 +192,13 @@ void TargetFile::publish(const fs::path& complete) const {
   fs::rename(complete, target_);
 }
 
+void with_temporary_file(const std::string& extension, const std::function<void(const std::string&)>& use) try {
+  const UnfinishedFolder folder(fs::temp_directory_path());
+  use(to_utf8(folder.path() / native_path("file" + extension)));
+} catch (const std::system_error& error) {
+  throw Failure("no temporary file could be made: " + error.code().message());
+}
+
 void remove_unfinished_files_when_interrupted() { quovel::clean_up_when_interrupted(remove_unfinished_folder); }
 
 }  // namespace host

@@ -41,6 +41,10 @@ class TargetFile {
   bool is_device_ = false;
 };
 
+// Calls use(path) with the path of no file yet, whose name ends in `extension`, in a new private folder for temporary
+// files. The folder is always removed afterwards, as that of TargetFile::save. Throws Failure.
+void with_temporary_file(const std::string& extension, const std::function<void(const std::string& path)>& use);
+
 // Makes interrupts remove unfinished files; call before other threads are made.
 void remove_unfinished_files_when_interrupted();
 

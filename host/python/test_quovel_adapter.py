@@ -129,7 +129,8 @@ class Ends(unittest.TestCase):
                 (lambda: reader.root, "no file is open"),
             ):
                 self.assertRaisesRegex(qv.QuovelError, text, call)
-        self.assertRaises(ValueError, qv.open, "a.json", kind="no")
+        for kind in ("no", ""):
+            self.assertRaisesRegex(ValueError, "kind is one of", qv.open, SAMPLES / "parts.json", kind=kind)
         self.assertRaisesRegex(qv.QuovelError, "closed", lambda: reader.root)
 
     def test_misuse_is_told_before_the_library_is_called(self):
@@ -175,7 +176,7 @@ class Ends(unittest.TestCase):
 
     def test_saving_and_converting(self):
         with qv.open(SAMPLES / "scene.hobj") as reader, tempfile.TemporaryDirectory() as folder:
-            reader.save([reader.root[1], reader.root[0]], folder + "/two.hobj")
+            reader.save((node for node in (reader.root[1], reader.root[0])), folder + "/two.hobj")
             reader.root[0].save(folder + "/one.png")
             reader.convert(SAMPLES / "parts.hdict", folder + "/parts.json", lenient=True)
             self.assertEqual([node.type for node in reader.open(folder + "/two.hobj")], ["region", "image"])

@@ -6,7 +6,7 @@ import ctypes
 import enum
 import operator
 import os
-from collections.abc import Iterator, Sequence
+from collections.abc import Iterable, Iterator, Sequence
 from typing import Any, Union
 
 from . import _data, _notebook
@@ -73,7 +73,8 @@ class Reader(_Uncopied):
         json_true, json_false and json_null are the values to use for these, and json_arrays is "tuple" or "dict".
         """
         file = to_units(path)
-        name = kind or _KIND_OF_EXTENSION.get(os.path.splitext(os.fsdecode(path))[1].lower(), "object")
+        extension = os.path.splitext(os.fsdecode(path))[1].lower()
+        name = _KIND_OF_EXTENSION.get(extension, "object") if kind is None else kind
         if name not in _KINDS:
             raise ValueError(f"kind is one of {', '.join(_KINDS)}, not {name!r}")
         if options and name != "dict":
@@ -97,15 +98,16 @@ class Reader(_Uncopied):
             raise QuovelError("no file is open")
         return self._root
 
-    def save(self, nodes: Node | Sequence[Node], path: Path) -> None:
+    def save(self, nodes: Node | Iterable[Node], path: Path) -> None:
         """Writes one object node in the format of the extension, or the objects of several to one object file."""
         if isinstance(nodes, Node):
             self._check(library.qv_save_object_as(self._alive(), nodes._pointer, to_units(path)))
             return
-        if not nodes:
+        addresses = [node._pointer for node in nodes]
+        if not addresses:
             raise ValueError("there are no nodes to save")
-        pointers = (c_void_p * len(nodes))(*(node._pointer for node in nodes))
-        self._check(library.qv_save_objects_as(self._alive(), pointers, len(nodes), to_units(path)))
+        pointers = (c_void_p * len(addresses))(*addresses)
+        self._check(library.qv_save_objects_as(self._alive(), pointers, len(addresses), to_units(path)))
 
     def convert(self, source: Path, target: Path, lenient: bool = False) -> None:
         """Converts a dictionary file to the format of the target's extension. The file that is open stays open."""
