@@ -160,26 +160,26 @@ TEST(Container, RejectsEveryCutAndEveryChange) {
   SetDictObject(concat({with_domain(ramp(3, 2), 0, 0, 1, 1), parallels(), rectangle(1, 2, 3, 4)}), dict, "o");
   save_dict(dict, folder / "whole");
   const std::string whole = read(folder / "whole");
-  const auto is_refused = [&](const std::string& bytes) {
+  const auto is_rejected = [&](const std::string& bytes) {
     std::filesystem::remove(native(folder / "bad"));  // writing over a file may wait for the disk
     write(folder / "bad", bytes);
     const std::string message = failure([&] { read_dict(folder / "bad"); });
     return message.starts_with("ReadDict: '" + folder / "bad" + "': ") && message.find('\n') == std::string::npos;
   };
-  EXPECT_FALSE(is_refused(whole));
-  EXPECT_TRUE(is_refused(whole + "x"));
-  for (std::size_t length = 0; length < whole.size(); ++length) EXPECT_TRUE(is_refused(whole.substr(0, length)));
+  EXPECT_FALSE(is_rejected(whole));
+  EXPECT_TRUE(is_rejected(whole + "x"));
+  for (std::size_t length = 0; length < whole.size(); ++length) EXPECT_TRUE(is_rejected(whole.substr(0, length)));
   for (std::size_t at = 0; at < whole.size(); ++at)
     for (const int change : {1, 3, 0x80}) {
       std::string changed = whole;
       changed[at] = static_cast<char>(changed[at] ^ change);
-      EXPECT_TRUE(is_refused(changed)) << at << " ^ " << change;
+      EXPECT_TRUE(is_rejected(changed)) << at << " ^ " << change;
     }
   std::mt19937 random(7);
   for (int i = 0; i < 1000; ++i) {
     std::string changed = whole;
     for (int k = 0; k < 3; ++k) changed[random() % whole.size()] = static_cast<char>(random());
-    EXPECT_TRUE(changed == whole || is_refused(changed)) << i;
+    EXPECT_TRUE(changed == whole || is_rejected(changed)) << i;
   }
 }
 

@@ -83,10 +83,10 @@ TEST_F(Onnx, RejectsWhatIsNoModel) {
   const std::tuple<const char*, std::string, const char*> cases[] = {
       {"deep.onnx", model(nested), "more than 100 deep"},
       {"empty.onnx", "", "empty"},
-      {"text.onnx", "some text", "is no ONNX model"},
+      {"text.onnx", "some text", "is not an ONNX model"},
       {"graph.onnx", opset, "holds no graph"},
       {"long.onnx", whole + '\x3a' + varint(1u << 30), "cut off"},
-      {"varint.onnx", std::string(60, '\xff'), "is no ONNX model"},
+      {"varint.onnx", std::string(60, '\xff'), "is not an ONNX model"},
       {"a.hdl", whole, "needs a build against it"},
   };
   for (const auto& [name, content, reason] : cases)

@@ -176,7 +176,7 @@ OutputFile::OutputFile(std::string_view path) : OutputFile() {
   target_ = written_ = behind_links(native_path(path));
   std::error_code error;
   const fs::file_status status = fs::status(target_, error);
-  if (target_.empty() || !target_.has_filename()) fail("is no file name");
+  if (target_.empty() || !target_.has_filename()) fail("is not a file name");
   if (status.type() == fs::file_type::directory) fail("is a folder, not a file");
   const fs::path folder = target_.parent_path();
   if (!folder.empty() && !fs::is_directory(folder, error))

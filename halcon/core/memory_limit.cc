@@ -100,12 +100,12 @@ std::uint64_t usable_memory() {
 #endif
 
 std::uint64_t parsed(std::string_view text) {
-  constexpr std::string_view units = "KMG";
+  constexpr std::string_view units = "KMGkmg";
   std::uint64_t number = 0, factor = 1;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   const std::string_view unit = text.substr(static_cast<std::size_t>(end - text.data()));
   const auto power = unit.size() == 1 ? units.find(unit[0]) : units.npos;
-  if (power != units.npos) factor <<= 10 * (power + 1);
+  if (power != units.npos) factor <<= 10 * (power % 3 + 1);
   const bool known_unit = unit.empty() || power != units.npos;
   if (error != std::errc() || !known_unit || number == 0 || number > no_limit / factor)
     fail(std::string(variable) + " is " + quoted(text) + "; a number of bytes is expected, such as 500M or 2G");
@@ -141,8 +141,8 @@ void charge_memory(std::uint64_t bytes) {
     before = current->total_.used_.fetch_add(static_cast<std::int64_t>(bytes), std::memory_order_relaxed);
   if (bytes <= limit && (before <= 0 || static_cast<std::uint64_t>(before) <= limit - bytes)) return;
   if (bytes <= limit) credit_memory(bytes);
-  fail("needs more memory than the " + std::to_string(limit) + " bytes that one call may take (set " + variable +
-       " to change that)");
+  fail("needs more memory than one call may take: " + std::to_string(limit) + (limit == 1 ? " byte" : " bytes") +
+       " (set " + variable + " to change that)");
 }
 
 void credit_memory(std::uint64_t bytes) noexcept {

@@ -11,9 +11,9 @@
 
 namespace HalconCpp::detail {
 
-// In bytes: what the environment variable QUOVEL_MEMORY_LIMIT says (a number, K, M or G behind it for powers of 1024),
-// otherwise half of what the process may use: the least of the machine's memory, the limits of its control groups or
-// job, and its address space. A value that cannot be read is a Failure.
+// In bytes: the value of the environment variable QUOVEL_MEMORY_LIMIT (a number, optionally followed by K, M or G, or
+// the small letters, for powers of 1024). Where it is not set, half of what the process may use: the least of the
+// machine's memory, the limits of its control groups or job, and its address space. A wrong value is a Failure.
 std::uint64_t memory_limit();
 
 class MemoryAccount {

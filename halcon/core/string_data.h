@@ -1,4 +1,4 @@
-// The shared text behind HString and the string elements of tuples.
+// The characters of an HString and of a string element of a tuple, which all copies share.
 #ifndef HALCONCPP_CORE_STRING_DATA_H
 #define HALCONCPP_CORE_STRING_DATA_H
 

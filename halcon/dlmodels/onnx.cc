@@ -37,7 +37,7 @@ template <class Data>
 class Filling {
  public:
   void set(const char* key, HTuple value) { data_->table.set(Access::text_tuple(key), std::move(value)); }
-  // Names of a file may be empty or repeat: such an entry goes by its number.
+  // Names in a file may be empty or repeat: then the key is the entry's number.
   void set(const std::string& name, int number, HTuple value) {
     HTuple key = Access::text_tuple(name);
     if (name.empty() || data_->table.find(key)) key = number;
@@ -270,11 +270,11 @@ void parse(std::span<const std::byte> file, onnx::ModelProto& proto) {
   // From an array, protobuf compares the declared length of a string with the bytes that are left. From a stream it
   // would reserve up to 50 MB for it first. An array is read to protobuf's own nesting limit, which is onnx_nesting.
   if (!proto.ParsePartialFromArray(file.data(), static_cast<int>(file.size()))) {
-    if (!fields_fill(file)) fail("is no ONNX model, or is cut off");
-    fail("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
+    if (!fields_fill(file)) fail("is not an ONNX model, or is cut off");
+    fail("is not an ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
          " deep");
   }
-  if (!proto.has_graph()) fail("is no ONNX model, or is cut off: it holds no graph");
+  if (!proto.has_graph()) fail("is not an ONNX model, or is cut off: it holds no graph");
   // Older versions had no operator sets.
   if (proto.ir_version() >= 3 && proto.opset_import_size() == 0) fail("is cut off: it names no operator set");
 }

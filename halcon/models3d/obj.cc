@@ -79,7 +79,7 @@ ObjReader::Corner ObjReader::parse_corner(std::string_view word) const {
     valid = valid && error == std::errc() && numbers[i] != 0;
     at = after;
   }
-  if (!valid || at != end) text_.fail_here(quoted(word) + " is no corner of a face");
+  if (!valid || at != end) text_.fail_here(quoted(word) + " is not a corner of a face");
   return {numbers[0], numbers[2]};
 }
 
@@ -141,7 +141,7 @@ Model3dParts ObjReader::read() {
     if (statement == "vn") read_normal();
     if (statement == "f") read_face();
   }
-  if (mesh_.x.empty()) fail("has no vertices, or is no OBJ file");
+  if (mesh_.x.empty()) fail("has no vertices, or is not an OBJ file");
   assign_normals();
   return mesh_.finish();
 }

@@ -60,7 +60,7 @@ Type parse_type(const TextScanner& text, std::string_view name) {
       {"float", Type::Float}, {"float32", Type::Float}, {"double", Type::Double}, {"float64", Type::Double}};
   for (const auto& [known, type] : names)
     if (name == known) return type;
-  text.fail_here(quoted(name) + " is no type of a property");
+  text.fail_here(quoted(name) + " is not a type of a property");
 }
 
 bool is_real(Type type) noexcept { return type == Type::Float || type == Type::Double; }
@@ -104,7 +104,7 @@ Encoding parse_format(TextScanner& text) {
   if (word == "ascii") return Encoding::Text;
   if (word == "binary_little_endian") return Encoding::LittleEndian;
   if (word == "binary_big_endian") return Encoding::BigEndian;
-  text.fail_here(quoted(word) + " is no PLY format");
+  text.fail_here(quoted(word) + " is not a PLY format");
 }
 
 void parse_element(TextScanner& text, Header& header) {
@@ -116,7 +116,7 @@ void parse_element(TextScanner& text, Header& header) {
   header.elements.push_back(std::move(element));
 }
 
-// Leaves the scanner behind the line of "end_header".
+// Leaves the scanner after the line "end_header".
 Header parse_header(TextScanner& text, Mesh& mesh) {
   Header header;
   bool has_format = false;

@@ -93,7 +93,7 @@ void expect(TextScanner& text, std::string_view wanted) {
     text.fail_here((more ? "'" : "the file ends where '") + std::string(wanted) + "' is expected");
 }
 
-// A facet behind its first word. Its normal follows from the corners.
+// A facet, after its first word. Its normal follows from the corners.
 void read_facet(TextScanner& text, PointIndex& points, Mesh& mesh) {
   text.skip_line();
   expect(text, "outer");
@@ -146,9 +146,9 @@ Model3dParts read_stl(Bytes file) {
     TextScanner text(file);
     read_solids(text, points, mesh);
   } else if (file.size() < header_bytes) {
-    fail("is no STL file, or is cut off: a binary one has at least " + std::to_string(header_bytes) + " bytes");
+    fail("is not an STL file, or is cut off: a binary one has at least " + std::to_string(header_bytes) + " bytes");
   } else {
-    fail("is no STL file, or is damaged: as a binary one of " + std::to_string(declared_facets(file)) +
+    fail("is not an STL file, or is damaged: as a binary one of " + std::to_string(declared_facets(file)) +
          " facets it would have " + std::to_string(header_bytes + facet_bytes * declared_facets(file)) +
          " bytes, but it has " + std::to_string(file.size()));
   }

@@ -36,7 +36,7 @@ Hlong TextScanner::integer() {
   const char* digits = start_of_number();
   Hlong value;
   const auto [after, error] = std::from_chars(digits, end_, value);
-  if (error != std::errc() || !ends_word(after)) fail_here(quoted(word()) + " is no integer");
+  if (error != std::errc() || !ends_word(after)) fail_here(quoted(word()) + " is not an integer");
   at_ = after;
   return value;
 }
@@ -50,7 +50,7 @@ double TextScanner::unusual_number() {
   double value;
   const auto [after, error] = std::from_chars(usual.data(), usual.data() + usual.size(), value);
   if (error == std::errc::result_out_of_range) fail_here(quoted(text) + " is beyond the range of numbers");
-  if (error != std::errc() || after != usual.data() + usual.size()) fail_here(quoted(text) + " is no number");
+  if (error != std::errc() || after != usual.data() + usual.size()) fail_here(quoted(text) + " is not a number");
   return value;
 }
 

@@ -54,8 +54,8 @@ Result guarded(Reader& reader, Result failure_value, Body&& body) noexcept {
   }
 }
 
-// The shape of every parse export: `load(path, list)` gives the new tree, and puts the work that is
-// left for it on the list. The old tree is destroyed, also when loading fails.
+// What every parse export does: `load(path, list)` returns the new tree and adds to the list what is still to be built
+// in it. The old tree is destroyed, also when loading fails.
 template <class Load>
 const qv_node* parse(qv_reader* host_reader, const qv_char* path, Load&& load) noexcept {
   Reader* const reader = from_host(host_reader);

@@ -18,7 +18,7 @@ bool is_polygons(const Node& node) {
   return node.object && std::u16string_view(node.object->object_class) == u"xld_poly";
 }
 
-// HALCON's name of the image format for an extension that goes by another.
+// The name of the image format in HALCON, for an extension.
 std::u16string image_format(const std::u16string& extension) {
   if (extension == u"jpeg") return u"jpg";
   if (extension == u"tif") return u"tiff";

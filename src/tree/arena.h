@@ -16,7 +16,7 @@ namespace quovel {
 // that need no destructor. Throws std::bad_alloc.
 class Arena {
  public:
-  // `count` values, not initialised.
+  // `count` values, not initialized.
   template <class T>
   T* allocate(std::size_t count) {
     static_assert(std::is_trivially_destructible_v<T>);
@@ -31,11 +31,13 @@ class Arena {
     left_ -= skip + bytes;
     return block;
   }
-  // Cuts the block that was allocated last, which ends at `end`, off at `from`.
-  void shrink_last(const void* from, const void* end) noexcept {
-    if (end != next_) return;  // it has a chunk of its own
-    left_ += static_cast<std::size_t>(next_ - static_cast<const std::byte*>(from));
-    next_ -= next_ - static_cast<const std::byte*>(from);
+  // Shortens the block that was allocated last: it ended at `end`, and ends at `new_end` now. What is cut off can be
+  // allocated again. Does nothing for a block that has a chunk of its own.
+  void shrink_last(const void* new_end, const void* end) noexcept {
+    if (end != next_) return;
+    const auto cut = static_cast<const std::byte*>(end) - static_cast<const std::byte*>(new_end);
+    next_ -= cut;
+    left_ += static_cast<std::size_t>(cut);
   }
 
  private:

@@ -21,9 +21,8 @@ struct ReadingOption {
   double real_value;
 };
 
-// The dictionary's tree, whose root is filled; what is left to do for it goes on `list`. HALCON gets the options in
-// their order and unchecked. Throws what HALCON throws when it reads
-// the file, and when it lists the keys of the dictionary in it.
+// Returns a tree whose root is the dictionary, and adds the building of its children to `list`. HALCON gets the options
+// in their order and unchecked. HALCON's exceptions pass: for reading the file, and for listing the keys of the root.
 std::unique_ptr<Tree> load_dict_tree(const std::u16string& path, const std::vector<ReadingOption>& options,
                                      WorkList& list);
 

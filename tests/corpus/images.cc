@@ -70,7 +70,7 @@ class Expectation {
   }
   // More than the decoder of the usual JPEG files was built for.
   bool is_deep_jpeg() const { return is("jpg") && cell("bits") != "8"; }
-  // Colours that become RGB, so that samples differ; CMYK loses a channel.
+  // Colors that become RGB, so that samples differ; CMYK loses a channel.
   bool is_cmyk() const {
     return channels() == 4 && (is("jpg") || contains(cell("note"), "cmyk") || contains(path(), "cmyk"));
   }
@@ -158,7 +158,7 @@ class Expectation {
 
 void check_opened(const Expectation& expected, Picture picture, Report& report) {
   if (expected.has_no_pixel_type())
-    return report.disagree(expected.path(), "a refusal of its sample format", "a picture");
+    return report.disagree(expected.path(), "an error for its sample format", "a picture");
   // An all-gray palette is read as one channel: for comparison it becomes the three that are stored.
   const bool gray = expected.may_have_palette() && expected.channels() == 3 && picture.channels.size() == 1;
   if (gray) picture.channels.assign(3, picture.channels[0]);
@@ -176,7 +176,7 @@ void check_opened(const Expectation& expected, Picture picture, Report& report) 
   report.agree();
 }
 
-void check_refused(const Expectation& expected, const std::string& message, Report& report) {
+void check_rejected(const Expectation& expected, const std::string& message, Report& report) {
   if (expected.is("jxr") && message.find("HALCON_JPEGXR") != std::string::npos)
     report.by_design("JPEG XR is off");
   else if (expected.has_no_pixel_type())
@@ -195,7 +195,7 @@ void check_images(const std::filesystem::path& corpus, Report& report) {
     try {
       check_opened(expected, read(expected.file()), report);
     } catch (const HException& failure) {
-      check_refused(expected, failure.ErrorMessage().Text(), report);
+      check_rejected(expected, failure.ErrorMessage().Text(), report);
     }
   }
 }

@@ -12,7 +12,7 @@ namespace {
 
 using HalconCpp::HTuple;
 
-// Of an STL the table counts corners; how many different ones there are stands in its note.
+// For an STL file the table gives the number of corners, and its note that of the different ones.
 std::string expected_points(const Row& row) {
   const std::string note = row.at("note"), unique = "unique corner positions ";
   const std::size_t at = note.find(unique);

@@ -22,12 +22,12 @@ std::vector<std::string> split(const std::string& text, char separator);
 // "1,0.5"
 std::string text_of(const std::vector<double>& values);
 
-// Calls check(row, file) for every row of a table; a model that the class interface refuses disagrees.
+// Calls check(row, file) for every row of a table. A model that the class interface rejects disagrees.
 template <class Check>
 void check_rows(const std::filesystem::path& corpus, const char* table, Report& report, const Check& check) {
   for (const Row& row : read_table(corpus / table)) {
-    const std::string refusal = test::failure([&] { check(row, (corpus / row.at("path")).string()); });
-    if (!refusal.empty()) report.disagree(row.at("path"), "a model", refusal);
+    const std::string error = test::failure([&] { check(row, (corpus / row.at("path")).string()); });
+    if (!error.empty()) report.disagree(row.at("path"), "a model", error);
   }
 }
 
