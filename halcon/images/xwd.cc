@@ -122,7 +122,8 @@ Raster read_layout(const Fields& fields, const Header& header) {
   raster.order = header.byte_order;
   if (raster.row_bytes < (std::uint64_t{raster.width} * raster.bits + 7) / 8)
     fail("its rows are shorter than its width");
-  if (header.swaps_units() && raster.row_bytes % header.unit != 0) fail("its rows are not a whole number of bitmap units");
+  if (header.swaps_units() && raster.row_bytes % header.unit != 0)
+    fail("its rows are not a whole number of bitmap units");
   if (raster.bits <= 8)
     raster.palette = palette_of(fields, header);
   else
