@@ -63,8 +63,9 @@ fuzz-cost: packages-fuzz ready-cost ## look for files that cost too much (SECOND
 mutants: packages-build packages-test ## make small faults that a test must notice
 	@tools/mutants
 
-bench: ready-bench ## measure against other libraries (JSON=file: that file too)
-	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(BENCH_OPTIONS)
+bench: ready-bench ## measure against other libraries (LARGE=1: large works too; JSON=file: that file too; WRITE=1: into the document)
+	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(if $(LARGE),--large) \
+	  $(if $(WRITE),--document docs/performance.md) --commit "$$(git describe --always --dirty)" $(BENCH_OPTIONS)
 
 corpus: ## compare with a folder of real files (CORPUS=folder)
 	@[ -d "$$CORPUS" ] || { echo "Name a folder of real files: make corpus CORPUS=folder"; false; }

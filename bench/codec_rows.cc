@@ -77,9 +77,9 @@ void add_codec_rows() {
   add_codec_row("TIFF, gray", "libtiff", time_of_libtiff,
                 [] { return made_file("lzw.tif", write_compressed_tiff, 1); });
   add_codec_row("TIFF, RGB", "libtiff", time_of_libtiff, [] { return made_file("lzw.tif", write_compressed_tiff, 3); });
-  add_row({"sequence of 200 PNG images, two cores", "200 times one image", 0.7, 3},
+  add_row({"sequence of 200 PNG images, two cores", "200 times one image", 0.7, 3, Unit::Seconds, false},
           [] { return sequence_against_single("png", "png"); });
-  add_row({"sequence of 200 JPEG images, two cores", "200 times one image", 0.7, 3},
+  add_row({"sequence of 200 JPEG images, two cores", "200 times one image", 0.7, 3, Unit::Seconds, false},
           [] { return sequence_against_single("jpg", "jpg"); });
 }
 

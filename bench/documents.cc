@@ -57,4 +57,35 @@ std::string coordinate_document(std::size_t scalars) {
   return text += "\n]}\n";
 }
 
+std::string record_document(std::size_t scalars) {
+  std::mt19937 random(4);
+  const auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
+  std::string text = "{\"records\": [";
+  for (std::size_t i = 0; i * record_fields < scalars; ++i) {
+    add(text, "%s\n{\"id\": %zu, \"serial\": \"SN-%06u\", \"line\": \"line %u\", \"passed\": %s,", i ? "," : "", i,
+        below(1000000), below(9), below(20) ? "true" : "false");
+    add(text, " \"score\": %.4f, \"row\": %u, \"column\": %u, \"width\": %.2f, \"height\": %.2f, \"note\": null}",
+        below(10000) / 1e4, below(3000), below(4000), below(20000) / 100.0, below(20000) / 100.0);
+  }
+  return text += "\n]}\n";
+}
+
+std::string nested_document(std::size_t scalars) {
+  std::mt19937 random(5);
+  constexpr std::size_t per_list = 2, per_row = 4, per_block = 8;
+  std::string text = "[";
+  for (std::size_t i = 0; i < scalars; ++i) {
+    if (i % (per_list * per_row * per_block) == 0)
+      text += i ? "]]],\n[[[" : "[[[";
+    else if (i % (per_list * per_row) == 0)
+      text += "]],[[";
+    else if (i % per_list == 0)
+      text += "],[";
+    else
+      text += ",";
+    add(text, "%u", static_cast<unsigned>(random() % 100000));
+  }
+  return text += "]]]]\n";
+}
+
 }  // namespace bench

@@ -16,6 +16,12 @@ std::string catalogue_document(std::size_t scalars);
 // A file of coordinates: features, each a list of pairs.
 std::string coordinate_document(std::size_t scalars);
 
+// Records of ten fields: numbers, short texts, words.
+inline constexpr std::size_t record_fields = 10;
+std::string record_document(std::size_t scalars);
+// Arrays in arrays, four deep.
+std::string nested_document(std::size_t scalars);
+
 struct Shape {
   const char* name;
   MakeDocument make;

@@ -11,12 +11,12 @@ namespace bench {
 
 namespace fs = std::filesystem;
 
+// The paths here are plain ASCII.
+std::u16string wide(const std::string& text) { return {text.begin(), text.end()}; }
+
 namespace {
 
 fs::path folder;
-
-// The paths here are plain ASCII.
-std::u16string wide(const std::string& text) { return {text.begin(), text.end()}; }
 
 const qv_node* opened(qv_reader* reader, const qv_node* root, const std::string& path) {
   if (root) return root;
@@ -56,6 +56,12 @@ const qv_node* open_dict(qv_reader* reader, const std::string& path) {
 
 const qv_node* open_objects(qv_reader* reader, const std::string& path) {
   return opened(reader, qv_reader_parse_object_file(reader, wide(path).c_str()), path);
+}
+
+void convert(const std::string& from, const std::string& to) {
+  const Reader reader = new_reader();
+  require(qv_reader_convert_dict_file(reader.get(), wide(from).c_str(), wide(to).c_str(), 0) == 1,
+          "a file is converted");
 }
 
 OpenObject open_first_object(const std::string& path) {

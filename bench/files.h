@@ -21,6 +21,8 @@ class Folder {
 
 std::string path_of(std::string_view name);
 void write_file(const std::string& path, std::string_view content);
+// The path as the library takes it.
+std::u16string wide(const std::string& path);
 std::string read_file(const std::string& path);
 
 struct EndReader {
@@ -32,6 +34,8 @@ Reader new_reader();
 // These stop the program with the library's message when a file does not open.
 const qv_node* open_dict(qv_reader* reader, const std::string& path);
 const qv_node* open_objects(qv_reader* reader, const std::string& path);
+// Writes one dictionary file as another.
+void convert(const std::string& from, const std::string& to);
 // A Reader whose tree is the object file, and the node of its first object.
 struct OpenObject {
   Reader reader;

@@ -1,14 +1,15 @@
 // JSON files to finished trees, against nlohmann::json.
-#include <benchmark/benchmark.h>
 
-#include <cstdlib>
+#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
 
 #include "HalconCpp.h"
 #include "documents.h"
 #include "files.h"
+#include "process.h"
 #include "rows.h"
+#include "simdjson_walk.h"
 
 namespace bench {
 
@@ -27,28 +28,23 @@ DocumentRef make_document(std::string text, const char* name = "document.json") 
   return document;
 }
 
-// Joins the small blocks that the other side gave back, so that neither has to do it in its own time.
-void tidy_heap() {
-  void* block = std::malloc(1 << 16);
-  benchmark::DoNotOptimize(block);
-  std::free(block);
-}
-
 // What was made is destroyed outside of the time.
 double time_of_ours(const Document& document) {
-  tidy_heap();
   const Reader reader = new_reader();
   return seconds([&] { open_dict(reader.get(), document.path); });
 }
 
 double time_of_nlohmann(const Document& document) {
-  tidy_heap();
   nlohmann::json made;
   return seconds([&] { made = nlohmann::json::parse(document.text); });
 }
 
+double time_of_simdjson(const Document& document) {
+  const PaddedText text(document.text);
+  return seconds([&] { read_every_value(text); });
+}
+
 double time_of_layer(const Document& document) {
-  tidy_heap();
   HalconCpp::HDict dict;
   return seconds([&] { dict.ReadDict(document.path.c_str(), HalconCpp::HTuple(), HalconCpp::HTuple()); });
 }
@@ -75,6 +71,20 @@ Pair growth(const Shape& shape) {
   return {[=] { return rate(time_of_ours); }, [=] { return rate(time_of_nlohmann); }};
 }
 
+Pair against_simdjson(const DocumentRef& document) {
+  return {[=] { return time_of_ours(*document); }, [=] { return time_of_simdjson(*document); }};
+}
+
+// The dictionary file that the library makes of the document, against the document.
+Pair container_against_json(const DocumentRef& document) {
+  const DocumentRef container = std::make_shared<Document>(Document{path_of("document.hdict"), ""});
+  convert(document->path, container->path);
+  return {[=] { return time_of_ours(*container); }, [=] { return time_of_ours(*document); }};
+}
+
+constexpr std::size_t all_fields = record_fields * 1'000'000;
+constexpr double no_bound = std::numeric_limits<double>::infinity();
+
 }  // namespace
 
 void add_json_rows(const std::string& real_file) {
@@ -83,8 +93,24 @@ void add_json_rows(const std::string& real_file) {
       return against_nlohmann(std::make_shared<Document>(Document{real_file, read_file(real_file)}));
     });
   for (const Shape& shape : shapes)
-    add_row({std::string("JSON of 2 MB, ") + shape.name, "nlohmann::json::parse", 1.5, 25},
+    add_row({std::string("JSON of 2 MB, ") + shape.name, "nlohmann::json::parse", 0.7, 15},
             [shape] { return against_nlohmann(make_document(shape.make(small_file / shape.bytes_per_scalar))); });
+  add_row({"JSON of 2 MB, nested arrays", "nlohmann::json::parse", 0.9, 15},
+          [] { return against_nlohmann(make_document(nested_document(small_file / 7))); });
+  add_large_row({"JSON of 1,000,000 records, 10,000,000 entries", "nlohmann::json::parse", 0.7, 3},
+                [] { return against_nlohmann(make_document(record_document(all_fields))); });
+  for (const Shape& shape : shapes)
+    add_row({std::string("JSON of 2 MB, ") + shape.name, "simdjson, every value read", no_bound, 15},
+            [shape] { return against_simdjson(make_document(shape.make(small_file / shape.bytes_per_scalar))); });
+  add_row({"JSON of 2 MB, nested arrays", "simdjson, every value read", no_bound, 15},
+          [] { return against_simdjson(make_document(nested_document(small_file / 7))); });
+  add_large_row({"JSON of 1,000,000 records, 10,000,000 entries", "simdjson, every value read", no_bound, 3},
+                [] { return against_simdjson(make_document(record_document(all_fields))); });
+  for (const Shape& shape : shapes)
+    add_row({std::string("container of 2 MB of JSON, ") + shape.name, "opening that JSON", 0.5, 15},
+            [shape] { return container_against_json(make_document(shape.make(small_file / shape.bytes_per_scalar))); });
+  add_large_row({"container of 1,000,000 records", "opening their JSON", 0.5, 3},
+                [] { return container_against_json(make_document(record_document(all_fields))); });
   for (const Shape& shape : shapes)
     add_row({std::string("JSON of 1,000,000 entries, ") + shape.name, "nlohmann::json::parse", 2.5},
             [shape] { return against_nlohmann(make_document(shape.make(many))); });

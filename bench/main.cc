@@ -1,177 +1,189 @@
-// Measures the library against what people would use instead and prints one table. Options of Google Benchmark work
-// too:
-// --benchmark_filter=REGEX runs the rows whose work it finds.
+// Measures the library against what people would use instead and prints one table.
 //
-//   qv_bench [--json FILE] [--processor-time]
+//   qv_bench [--filter REGEX] [--large] [--small-pages] [--json FILE] [--document FILE --commit NAME]
 //
-// --json FILE also measures a JSON file of your own. --processor-time is for a machine that others use as well: it
-// counts the processor time of the works in one thread instead of wall-clock time.
-#include <benchmark/benchmark.h>
+// --filter REGEX    the rows whose work it finds
+// --large           also the rows that take long or much memory
+// --small-pages     pages of 4 KB for both sides; otherwise both get large ones where the system has them
+// --json FILE       also a JSON file of your own
+// --document FILE   writes the table into the document, with the commit
+#include <sys/resource.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <regex>
+#include <string>
 #include <vector>
 
 #include "files.h"
+#include "process.h"
 #include "rows.h"
+#include "table.h"
 
 namespace bench {
 
 namespace {
 
-struct Result {
-  Row row;
-  double ours = 0, peer = 0;
+struct Options {
+  std::string filter, json, document, commit = "unknown";
+  bool large = false, small_pages = false;
 };
 
-std::vector<Result>& results() {
-  static std::vector<Result> all;
-  return all;
+struct Prepared {
+  Row row;
+  std::function<Pair()> prepare;
+  bool is_large;
+};
+
+std::vector<Prepared>& all_rows() {
+  static std::vector<Prepared> rows;
+  return rows;
 }
 
-double median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+// Who begins changes, so that what disturbs the machine disturbs both.
+template <class Ours, class Peer>
+void take_turns(int rounds, bool has_peer, Ours ours, Peer peer) {
+  for (int i = 0; i < rounds; ++i) {
+    if (i % 2 != 0 && has_peer) peer();
+    ours();
+    if (i % 2 == 0 && has_peer) peer();
+  }
 }
 
-// One untimed round, then both sides in turn, so that what disturbs the machine disturbs both; who begins changes.
-void measure(benchmark::State& state, const Row& row, const std::function<Pair()>& prepare) {
-  const Pair pair = prepare();
+// Figures as they cross from the row's process: two peaks, then the rounds of each state, ours before theirs.
+std::vector<double> flattened(const Result& result) {
+  std::vector<double> figures{result.our_peak, result.peer_peak};
+  for (const auto* values : {&result.fresh.ours, &result.fresh.peer, &result.warm.ours, &result.warm.peer}) {
+    figures.push_back(static_cast<double>(values->size()));
+    figures.insert(figures.end(), values->begin(), values->end());
+    figures.resize(figures.size() + static_cast<std::size_t>(result.row.rounds) - values->size());
+  }
+  return figures;
+}
+
+std::size_t figure_count(const Row& row) { return 2 + 4 * (1 + static_cast<std::size_t>(row.rounds)); }
+
+void read_back(Result& result, const std::vector<double>& figures) {
+  result.our_peak = figures[0];
+  result.peer_peak = figures[1];
+  auto at = figures.begin() + 2;
+  for (auto* values : {&result.fresh.ours, &result.fresh.peer, &result.warm.ours, &result.warm.peer}) {
+    values->assign(at + 1, at + 1 + static_cast<std::ptrdiff_t>(*at));
+    at += 1 + result.row.rounds;
+  }
+}
+
+void measure_fresh(Result& result, const Pair& pair) {
+  const auto side = [](const std::function<double()>& work, std::vector<double>& figures, double& peak) {
+    const Measured measured = in_new_process(work);
+    figures.push_back(measured.value);
+    peak = std::max(peak, measured.peak);
+  };
+  take_turns(
+      result.row.rounds, pair.peer != nullptr, [&] { side(pair.ours, result.fresh.ours, result.our_peak); },
+      [&] { side(pair.peer, result.fresh.peer, result.peer_peak); });
+}
+
+// One untimed round first.
+void measure_warm(Result& result, const Pair& pair) {
+  keep_used_memory();
   pair.ours();
   if (pair.peer) pair.peer();
-  std::vector<double> ours, peer;
-  for (auto _ : state) {
-    const bool we_begin = ours.size() % 2 == 0;
-    if (!we_begin && pair.peer) peer.push_back(pair.peer());
-    ours.push_back(pair.ours());
-    if (we_begin && pair.peer) peer.push_back(pair.peer());
-    state.SetIterationTime(ours.back());
+  take_turns(
+      result.row.rounds, pair.peer != nullptr, [&] { result.warm.ours.push_back(pair.ours()); },
+      [&] { result.warm.peer.push_back(pair.peer()); });
+}
+
+Result measure(const Prepared& prepared) {
+  Result result{prepared.row, {}, {}};
+  const auto whole_row = [&] {
+    const Pair pair = prepared.prepare();
+    measure_fresh(result, pair);
+    if (prepared.row.warm && prepared.row.unit != Unit::Bytes) measure_warm(result, pair);
+    return flattened(result);
+  };
+  read_back(result, in_new_process(whole_row, figure_count(prepared.row)));
+  return result;
+}
+
+std::vector<Result> measure_all(const Options& options) {
+  const std::regex wanted(options.filter);
+  std::vector<Result> results;
+  for (const Prepared& row : all_rows()) {
+    if (!std::regex_search(row.row.work, wanted) || (row.is_large && !options.large)) continue;
+    results.push_back(measure(row));
+    std::fprintf(stderr, "%s\n", line_of(results.back()).c_str());
   }
-  Result result{row, median(ours), peer.empty() ? 0 : median(peer)};
-  state.counters["ours"] = result.ours;
-  state.counters["peer"] = result.peer;
-  results().push_back(std::move(result));
+  return results;
 }
 
-std::string figure(double value, Unit unit) {
-  char text[40];
-  if (unit == Unit::Bytes)
-    std::snprintf(text, sizeof text, "%.0f B", value);
-  else if (unit == Unit::Times)
-    std::snprintf(text, sizeof text, "%.2f", value);
-  else if (value < 1e-6)
-    std::snprintf(text, sizeof text, "%.2f ns", value * 1e9);
-  else if (value < 1)
-    std::snprintf(text, sizeof text, "%.2f ms", value * 1e3);
-  else
-    std::snprintf(text, sizeof text, "%.2f s", value);
-  return text;
+void add_all_rows(const std::string& json) {
+  add_json_rows(json);
+  add_memory_rows();
+  add_number_rows();
+  add_image_rows();
+  add_geometry_rows();
+  add_object_rows();
+  add_codec_rows();
+  add_host_rows();
 }
 
-std::vector<std::string> cells(const Result& result) {
-  const Row& row = result.row;
-  const bool compared = result.peer > 0;
-  const double judged = compared ? result.ours / result.peer : result.ours;
-  const Unit unit = compared ? Unit::Times : row.unit;
-  const bool has_target = std::isfinite(row.at_most);
-  return {row.work,
-          figure(result.ours, row.unit),
-          row.peer,
-          compared ? figure(result.peer, row.unit) : "",
-          compared ? figure(judged, Unit::Times) : "",
-          has_target ? figure(row.at_most, unit) : "",
-          !has_target             ? ""
-          : judged <= row.at_most ? "yes"
-                                  : "no"};
-}
-
-void print_line(const std::vector<std::string>& line, const std::vector<std::size_t>& widths) {
-  for (std::size_t i = 0; i < line.size(); ++i) std::printf("| %-*s ", static_cast<int>(widths[i]), line[i].c_str());
-  std::puts("|");
-}
-
-void print_table() {
-  std::vector<std::vector<std::string>> lines{{"work", "ours", "against", "theirs", "ratio", "at most", "reached"}};
-  for (const Result& result : results()) lines.push_back(cells(result));
-  std::vector<std::size_t> widths(lines[0].size());
-  for (const auto& line : lines)
-    for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
-  std::vector<std::string> rule;
-  for (const std::size_t width : widths) rule.emplace_back(width, '-');
-  lines.insert(lines.begin() + 1, rule);
-  for (const auto& line : lines) print_line(line, widths);
-}
-
-// The table comes at the end; until then a line per row shows that something happens.
-class Progress final : public benchmark::BenchmarkReporter {
- public:
-  bool ReportContext(const Context&) override { return true; }
-  void ReportRuns(const std::vector<Run>&) override {
-    const std::vector<std::string> line = cells(results().back());
-    std::fprintf(stderr, "%s: %s, %s: %s %s\n", line[0].c_str(), line[1].c_str(), line[2].c_str(), line[3].c_str(),
-                 line[4].c_str());
+bool read_options(Options& options, int count, char** arguments) {
+  const struct {
+    const char* name;
+    std::string* text;
+    bool* flag;
+  } known[] = {{"--filter", &options.filter, nullptr},     {"--json", &options.json, nullptr},
+               {"--document", &options.document, nullptr}, {"--commit", &options.commit, nullptr},
+               {"--large", nullptr, &options.large},       {"--small-pages", nullptr, &options.small_pages}};
+  for (int i = 1; i < count; ++i) {
+    const auto option = std::find_if(std::begin(known), std::end(known),
+                                     [&](const auto& each) { return std::strcmp(each.name, arguments[i]) == 0; });
+    if (option == std::end(known) || (option->text && i + 1 == count)) {
+      std::fprintf(stderr, "qv_bench: unknown or incomplete option '%s'\n", arguments[i]);
+      return false;
+    }
+    if (option->flag) *option->flag = true;
+    if (option->text) *option->text = arguments[++i];
   }
-};
-
-bool by_processor = false;
-
-double seconds_of(clockid_t clock) {
-  timespec time;
-  clock_gettime(clock, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+  return true;
 }
 
-// Takes an option and `values` arguments after it out of the arguments; null when it is not there.
-char** take_option(const char* name, int values, int& count, char** arguments) {
-  static char* taken[2];
-  for (int i = 1; i + values < count; ++i) {
-    if (std::strcmp(arguments[i], name) != 0) continue;
-    std::copy_n(arguments + i, values + 1, taken);
-    std::move(arguments + i + values + 1, arguments + count, arguments + i);
-    count -= values + 1;
-    return taken;
-  }
-  return nullptr;
+double seconds_of(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
 }
 
 }  // namespace
 
-double now() { return seconds_of(by_processor ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC); }
+double now() {
+  timespec own;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &own);
+  rusage children;
+  getrusage(RUSAGE_CHILDREN, &children);
+  return static_cast<double>(own.tv_sec) + static_cast<double>(own.tv_nsec) * 1e-9 + seconds_of(children.ru_utime) +
+         seconds_of(children.ru_stime);
+}
 
 void add_row(Row row, std::function<Pair()> prepare) {
-  const std::string name = row.work;
-  const int rounds = row.rounds;
-  benchmark::RegisterBenchmark(
-      name.c_str(), [row = std::move(row), prepare = std::move(prepare)](auto& state) { measure(state, row, prepare); })
-      ->Iterations(rounds)
-      ->UseManualTime();
+  all_rows().push_back({std::move(row), std::move(prepare), false});
+}
+
+void add_large_row(Row row, std::function<Pair()> prepare) {
+  all_rows().push_back({std::move(row), std::move(prepare), true});
 }
 
 }  // namespace bench
 
 int main(int count, char** arguments) {
-  char** const json = bench::take_option("--json", 1, count, arguments);
-  const std::string real_file = json ? json[1] : "";
-  bench::by_processor = bench::take_option("--processor-time", 0, count, arguments) != nullptr;
-  if (char** const option = bench::take_option("--memory-of", 1, count, arguments)) {
-    bench::tell_memory_of_opening(option[1]);
-    return 0;
-  }
-  benchmark::Initialize(&count, arguments);
-  if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
+  bench::Options options;
+  if (!bench::read_options(options, count, arguments)) return 2;
+  bench::choose_pages(!options.small_pages, arguments);
   const bench::Folder folder;
-  bench::add_json_rows(real_file);
-  bench::add_memory_rows();
-  bench::add_number_rows();
-  bench::add_image_rows();
-  bench::add_geometry_rows();
-  bench::add_codec_rows();
-  bench::add_host_rows();
-  bench::Progress progress;
-  benchmark::RunSpecifiedBenchmarks(&progress);
-  bench::print_table();
+  bench::add_all_rows(options.json);
+  const std::string text =
+      bench::circumstances(options.commit, !options.small_pages) + "\n" + bench::table_of(bench::measure_all(options));
+  std::fputs(text.c_str(), stdout);
+  if (!options.document.empty()) bench::write_document(options.document, text);
 }

@@ -1,11 +1,7 @@
 // What a finished tree takes, and what opening takes at most, as the system counts a process of its own.
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-
 #include "documents.h"
 #include "files.h"
+#include "process.h"
 #include "rows.h"
 
 namespace bench {
@@ -14,48 +10,39 @@ namespace {
 
 constexpr std::size_t entries = 1'000'000;
 
-// "VmRSS" (now) or "VmHWM" (the highest so far), in bytes.
-double process_memory(const char* name) {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);)
-    if (line.starts_with(name)) return 1024 * std::stod(line.substr(std::strlen(name) + 1));
-  return 0;
+// The tree is still there when the process ends, so that `kept` is what it takes.
+Measured memory_of_opening(const std::string& path) {
+  Reader reader;
+  return in_new_process([&] {
+    reader = new_reader();
+    open_dict(reader.get(), path);
+    return 0.0;
+  });
 }
 
-struct Memory {
-  double after = 0, peak = 0;
-};
+double kept_by_tree(const std::string& path) { return memory_of_opening(path).kept; }
+double peak_of_opening(const std::string& path) { return memory_of_opening(path).peak; }
 
-// What opening adds to a new process that does nothing else.
-Memory memory_of_opening(const std::string& path) {
-  const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
-  std::FILE* answer = popen(("'" + program + "' --memory-of '" + path + "'").c_str(), "r");
-  Memory memory;
-  require(answer && std::fscanf(answer, "%lf %lf", &memory.after, &memory.peak) == 2 && pclose(answer) == 0,
-          "a process opens the document");
-  return memory;
-}
-
-void add_memory_row(const Shape& shape, const char* what, double Memory::*figure, double at_most) {
-  add_row({std::string(what) + ", " + shape.name, "bytes per entry", at_most, 3, Unit::Bytes}, [shape, figure] {
+void add_memory_row(const Shape& shape, const char* what, double (*measure)(const std::string&), double at_most) {
+  add_row({std::string(what) + ", " + shape.name, "bytes per entry", at_most, 3, Unit::Bytes}, [=] {
     const std::string path = path_of("document.json");
     write_file(path, shape.make(entries));
-    return Pair{[=] { return memory_of_opening(path).*figure / static_cast<double>(entries); }, nullptr};
+    return Pair{[=] { return measure(path) / static_cast<double>(entries); }, nullptr};
   });
 }
 
 }  // namespace
 
-void tell_memory_of_opening(const std::string& path) {
-  const Reader reader = new_reader();
-  const double before = process_memory("VmRSS");
-  open_dict(reader.get(), path);
-  std::printf("%.0f %.0f\n", process_memory("VmRSS") - before, process_memory("VmHWM") - before);
-}
-
 void add_memory_rows() {
-  for (const Shape& shape : shapes) add_memory_row(shape, "memory of the tree", &Memory::after, 320);
-  for (const Shape& shape : shapes) add_memory_row(shape, "peak while opening", &Memory::peak, 640);
+  for (const Shape& shape : shapes) add_memory_row(shape, "memory of the tree", kept_by_tree, 320);
+  for (const Shape& shape : shapes) add_memory_row(shape, "peak while opening", peak_of_opening, 640);
+  add_large_row({"peak while opening 1,000,000 records", "the file's size", 5, 3, Unit::Bytes}, [] {
+    const std::string path = path_of("records.json");
+    const std::string text = record_document(record_fields * 1'000'000);
+    write_file(path, text);
+    const auto size = static_cast<double>(text.size());
+    return Pair{[=] { return peak_of_opening(path); }, [=] { return size; }};
+  });
 }
 
 }  // namespace bench
