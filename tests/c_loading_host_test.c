@@ -1,4 +1,4 @@
-/* A host in C that knows nothing of the library but its file name: loads it, uses it, unloads it, three times over. A
+/* A host in C that knows only the file name of the library: loads it, uses it, unloads it, three times over. A
  * 2nd library that is named is loaded before, and stays.
  */
 #include <stdio.h>

@@ -1,4 +1,4 @@
-// The container format: what goes in comes out to the last bit, and no file that is not whole is taken for one.
+// The container format: what is written reads back equal to the last bit, and damaged or incomplete files are rejected.
 #include <gmock/gmock.h>
 
 #include <bit>
@@ -150,7 +150,7 @@ TEST(Container, ReadsATreeWhateverWasShared) {
   const HTuple own = new_dict();
   SetDictTuple(own, "self", own);
   EXPECT_THAT(failure([&] { save_dict(own, folder / "large"); }), HasSubstr("key 'self': nested"));
-  SetDictTuple(own, "self", 0);  // or it would hold itself for ever
+  SetDictTuple(own, "self", 0);  // a dictionary that holds itself is never freed
   EXPECT_FALSE(std::filesystem::exists(native(folder / "large")));
 }
 

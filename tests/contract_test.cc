@@ -82,11 +82,11 @@ TEST_F(Contract, NullNodesAndBadIndicesGiveTheDefaults) {
     for (const qv_node* below : children(node)) all.push_back(below);
     EXPECT_EQ(qv_node_child_at(node, static_cast<int32_t>(qv_node_child_count(node))), nullptr);
     EXPECT_EQ(narrow(qv_node_detail_line_at(node, static_cast<int32_t>(qv_node_detail_line_count(node)))), "");
-    const auto behind = static_cast<int32_t>(qv_node_value_count(node));
-    EXPECT_EQ(qv_node_value_type_at(node, behind), 0u);
-    EXPECT_EQ(narrow(qv_node_value_string_at(node, behind)), "");
-    EXPECT_EQ(qv_node_value_int_at(node, behind), 0);
-    EXPECT_EQ(qv_node_value_real_at(node, behind), 0.0);
+    const auto beyond = static_cast<int32_t>(qv_node_value_count(node));
+    EXPECT_EQ(qv_node_value_type_at(node, beyond), 0u);
+    EXPECT_EQ(narrow(qv_node_value_string_at(node, beyond)), "");
+    EXPECT_EQ(qv_node_value_int_at(node, beyond), 0);
+    EXPECT_EQ(qv_node_value_real_at(node, beyond), 0.0);
   }
   EXPECT_GT(all.size(), 20u);
 }

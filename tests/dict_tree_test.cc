@@ -145,7 +145,7 @@ TEST_F(DictTree, IntegersShowAllTheirDigits) {
   EXPECT_EQ(reader.full(qv_node_child_at(open(new_dict({{"integers", integers}})), 0)), expected + "]");
 }
 
-// The first elements are no measure of the memory for all.
+// The first elements do not tell how much memory all of them need.
 TEST_F(DictTree, LongStringsBeforeManyShortOnesKeepTheirText) {
   const std::string first(50000, 'x');
   HTuple strings;
@@ -289,7 +289,7 @@ TEST_F(DictTree, OddEntriesBecomeNodesOfTheirOwn) {
   EXPECT_EQ(summary(child(root, "c")), "1");
 }
 
-// A key that does not tell what it is costs its label, a handle its type; what they hold is shown all the same.
+// An unreadable key loses its label, and a handle of unknown type its type label. What they hold is shown all the same.
 TEST_F(DictTree, UnknownTypesOfKeysAndHandles) {
   const HTuple dict = new_dict();
   for (const HTuple& key : {HTuple(5), HTuple("s"), HTuple(2.5)}) HalconCpp::SetDictObject(ramp(2, 2), dict, key);

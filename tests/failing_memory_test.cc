@@ -3,8 +3,8 @@
 // afterwards.
 //
 // This program's operator new and malloc replace those of the whole process. An allocation counts when the nearest
-// caller that is no part of the C and C++ run-time libraries is one of our two libraries; what third-party libraries
-// allocate for themselves is left alone.
+// caller outside the C and C++ run-time libraries is one of our two libraries; allocations of third-party libraries do
+// not fail.
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <gtest/gtest.h>

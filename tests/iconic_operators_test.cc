@@ -94,7 +94,7 @@ TEST(ScaleImageMax, StretchesEveryPixelTypeToBytes) {
     if (name == "int4") continue;  // floats do not tell these apart
     EXPECT_EQ(pixels_of(stretched(converted(image, "real"))), expected) << name;
   }
-  // The extremes count wherever they stand.
+  // The extremes are found at any position.
   for (const std::size_t place : {0, 15, 16, 300, 1030}) {
     std::vector<float> values(1031, 100);
     values[place] = 355;

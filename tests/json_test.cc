@@ -28,7 +28,7 @@ class Json : public testing::Test {
     return test::read(folder / "out.json");
   }
 
-  // What comes of reading: the tree, or the message behind the file name.
+  // The result of reading: the tree, or the message after the file name.
   std::string outcome(std::string_view text, const HTuple& names = HTuple(), const HTuple& values = HTuple()) {
     std::string tree;
     const std::string message = failure([&] { tree = shown(read(text, names, values)); });

@@ -26,7 +26,7 @@ using namespace test;
 using namespace std::string_literals;
 namespace limits = HalconCpp::detail::limits;
 
-// A sanitizer's own memory and time are no part of the promise: then the files are small, and nothing is compared.
+// A sanitizer's own memory and time do not count: under one the files are small, and nothing is compared.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool sanitized = true;
 #else

@@ -1,4 +1,4 @@
-// 3D object models: every format, what a model tells of itself, and files that promise what they do not hold.
+// 3D object models: every format, the parameters of a model, and files that declare more than they hold.
 #include <gmock/gmock.h>
 
 #include <bit>

@@ -54,7 +54,7 @@ TEST(ObjectFile, SingleObjectsReadAsTheyAre) {
   }
 }
 
-// Tuples of several objects stand under dictionary keys.
+// Tuples of several objects are entries of a dictionary.
 TEST(ObjectFile, TuplesTellTheFirstAndListAll) {
   const HObject gray = ramp(4, 3), color = ramp(2, 5, 3), real = ramp(4, 3, 1, "real");
   const Row table[] = {

@@ -137,7 +137,7 @@ TEST(Sequence, NothingToReadIsSaid) {
   EXPECT_NE(reader.error().find("self.seq"), std::string::npos);
 }
 
-// The rows are written for Windows, where they stand as they are. Elsewhere every backslash becomes '/', in what is
+// The rows are written for Windows, where they are used as they are. Elsewhere every backslash becomes '/', in what is
 // given and in what is expected.
 TEST(PathText, FollowsWindowsRules) {
   using namespace quovel;

@@ -253,8 +253,8 @@ TEST_F(TiffAndJp2, Jp2AppliesPalettes) {
   EXPECT_EQ(opened(with_palette(bytes({7, 7, 7}))), "1x1 byte | 7");
 }
 
-// Only what was checked reaches the decoder: no palette outside of the header, nothing behind the codestream, no
-// segment that hides in another one.
+// Only what was checked reaches the decoder: no palette outside of the header, nothing after the codestream, no segment
+// inside another one.
 TEST_F(TiffAndJp2, Jp2ReadsOnlyWhatIsChecked) {
   const std::string file = jp2(bytes({1}));
   const std::string palette = be({8 + 3 + 255 + 2 * 255}) + "pclr" + bytes({0, 2, 255}) + std::string(255, 7) +

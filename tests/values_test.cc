@@ -1,5 +1,5 @@
-// Strings, tuples and exceptions of the class interface. The program and the library are two modules: what is thrown in
-// one is caught in the other.
+// Strings, tuples and exceptions of the class interface. The program and the library are two modules: an exception that
+// one throws is caught in the other.
 #include "support/values.h"
 
 #include <gmock/gmock.h>

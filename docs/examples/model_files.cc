@@ -19,7 +19,7 @@ struct Triangle {
 constexpr Triangle triangles[] = {{0, 2, 1}, {0, 3, 2}, {4, 5, 6}, {4, 6, 7}, {0, 1, 5}, {0, 5, 4},
                                   {2, 3, 7}, {2, 7, 6}, {1, 2, 6}, {1, 6, 5}, {0, 4, 7}, {0, 7, 3}};
 
-// The numbers on one line, behind `word`.
+// The numbers on one line, after `word`.
 std::string line(const std::string& word, std::initializer_list<int> numbers) {
   std::string text = word;
   for (const int number : numbers) text += (text.empty() ? "" : " ") + std::to_string(number);

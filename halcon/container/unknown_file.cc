@@ -25,7 +25,7 @@ constexpr Root roots[] = {{HandleKind::None, "iconic objects", "ReadObject"},
                           {HandleKind::Model3d, "a 3D object model", "ReadObjectModel3d"},
                           {HandleKind::DlModel, "a deep-learning model", "ReadDlModel"}};
 
-// Formats without a magic, or whose operator has not been asked.
+// The operators that open other files, by extension: these formats have no magic, or one of another operator.
 struct Opener {
   std::string_view extension, opener, content;
 };

@@ -11,7 +11,7 @@ namespace HalconCpp::detail {
 // "holds a dictionary: ReadDict opens it"
 [[noreturn]] void reject_root(container::HandleKind root);
 
-// What operators read, as `wanted` below.
+// The kinds of files that operators read: values for `wanted` below.
 inline constexpr std::string_view object_file = "an object file", image_file = "an image file",
                                   dict_file = "a dictionary file", model3d_file = "a 3D model file",
                                   dl_model_file = "a deep-learning model file";

@@ -47,7 +47,7 @@ struct Access {
   // Exceptions.
   static HException exception(HString message) noexcept { return HException(std::move(message)); }
 
-  // Tuples, looked at.
+  // Reading tuples.
   static TupleKind kind(const HTuple& tuple) noexcept { return tuple.kind_; }
   static Hlong integer(const HTuple& tuple) noexcept { return tuple.data_.integer; }
   static double real(const HTuple& tuple) noexcept { return tuple.data_.real; }
@@ -57,14 +57,14 @@ struct Access {
   static const ArrayData& array(const HTuple& tuple) noexcept { return *tuple.data_.array; }
   // Element i, 0 <= i < Length(), as a tuple of one.
   static HTuple element(const HTuple& tuple, Hlong index) noexcept;
-  // What element i is; the same bounds.
+  // What element i is, 0 <= i < Length().
   static TupleKind element_kind(const HTuple& tuple, Hlong index) noexcept;
-  // What all elements are; `Array` when they differ, `Empty` when there is none.
+  // What all elements are; `Array` when they differ, `Empty` for an empty tuple.
   static TupleKind common_kind(const HTuple& tuple) noexcept;
   // The semantic type of a tuple of one: "integer", "dict", "matrix".
   static const char* type_name(const HTuple& element) noexcept;
 
-  // Tuples, made.
+  // Making tuples.
   static HTuple text_tuple(std::string_view utf8) { return adopt_string(new_string(utf8)); }
   // For names that are returned again and again: made once, never destroyed.
   static HTuple permanent_text(std::string_view utf8) { return adopt_string(new_permanent_string(utf8)); }

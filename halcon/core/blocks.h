@@ -6,8 +6,9 @@
 
 namespace HalconCpp::detail {
 
-// Uninitialised bytes, aligned for every plain type; std::bad_alloc when there are none. A block of many megabytes lies
-// on large pages where the system has them. Blocks of 1 MiB and more count towards the ceiling of core/memory_limit.h.
+// Uninitialized bytes, aligned for every plain type; std::bad_alloc when memory is exhausted. A block of many megabytes
+// lies on large pages where the system has them. Blocks of 1 MiB and more count towards the ceiling of
+// core/memory_limit.h.
 void* allocate_block(std::size_t bytes);
 void free_block(void* block) noexcept;
 

@@ -41,7 +41,7 @@ std::string one_line(std::string_view text) {
   return line;
 }
 
-// Where a cut at `at` does not split a UTF-8 character.
+// The start of the UTF-8 character that `at` lies in: cutting there splits none.
 std::size_t character_border(std::string_view text, std::size_t at) {
   while (at > 0 && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) --at;
   return at;

@@ -88,9 +88,9 @@ bool has_replacement(std::string_view path) noexcept { return path.find("\xEF\xB
   fail("no such file; the name holds U+FFFD, and a file whose name is not UTF-8 cannot be opened");
 }
 
-// An unused name in the folder of the target. It is not made from the target's, which may have the greatest length
-// possible, and is random, so that no other writer has the same one and nobody can have prepared a link there.
-fs::path unused_neighbour(const fs::path& target) {
+// An unused name in the folder of the target. It is not made from the target's name, which may be as long as names can
+// be. It is random, so that no other writer uses it and nobody can have prepared a link there.
+fs::path unused_name_beside(const fs::path& target) {
   std::random_device random;
   char digits[40];
   std::snprintf(digits, sizeof digits, "%08x%08x.part", static_cast<unsigned>(random()),
@@ -98,8 +98,8 @@ fs::path unused_neighbour(const fs::path& target) {
   return target.parent_path() / digits;
 }
 
-// The file, existing or not, that a link leads to: written there, the bytes leave the link in place.
-fs::path behind_links(fs::path path) {
+// The file, existing or not, that a link leads to. Writing there leaves the link in place.
+fs::path follow_links(fs::path path) {
   constexpr int max_links = 40;  // as many as Linux follows
   std::error_code error;
   for (int links = 0; links <= max_links; ++links) {
@@ -173,7 +173,7 @@ Buffer<std::byte> read_file(std::string_view path) { return InputFile(path).read
 
 // Delegates, so that the destructor removes the new file when memory runs out after it was made.
 OutputFile::OutputFile(std::string_view path) : OutputFile() {
-  target_ = written_ = behind_links(native_path(path));
+  target_ = written_ = follow_links(native_path(path));
   std::error_code error;
   const fs::file_status status = fs::status(target_, error);
   if (target_.empty() || !target_.has_filename()) fail("is not a file name");
@@ -183,11 +183,11 @@ OutputFile::OutputFile(std::string_view path) : OutputFile() {
     fail(fs::exists(folder, error) ? "what should be its folder is a file" : "its folder does not exist");
   const bool is_there = fs::exists(status), direct = is_there && status.type() != fs::file_type::regular;
   if (is_there && !direct) require_writable(target_);
-  written_ = direct ? target_ : unused_neighbour(target_);
+  written_ = direct ? target_ : unused_name_beside(target_);
   const int descriptor = open_to_write(written_, !direct);
   if (descriptor < 0) {
     const int reason = errno;
-    written_ = target_;  // nothing of ours is there to be removed
+    written_ = target_;  // no new file was made that would have to be removed
     fail("cannot be written: " + system_reason(reason));
   }
   file_.reset(stream_of(descriptor));

@@ -1,4 +1,4 @@
-// The data behind a handle. Each kind of handle is a class of its own, in the folder of its subject.
+// The data that a handle refers to. Each kind of handle is a class of its own, in the folder of its subject.
 #ifndef HALCONCPP_CORE_HANDLE_DATA_H
 #define HALCONCPP_CORE_HANDLE_DATA_H
 

@@ -13,7 +13,7 @@ HashKey new_key() noexcept {
     std::random_device random;
     const auto word = [&] { return std::uint64_t{random()} << 32 | random(); };
     return {word(), word()};
-  } catch (const std::exception&) {  // a system without random numbers: what an outsider cannot see has to do
+  } catch (const std::exception&) {  // without random numbers: the time and an address, which no file can know
     const auto now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
     return {now, reinterpret_cast<std::uintptr_t>(&hash_key)};
   }

@@ -1,6 +1,6 @@
-// The hash of texts and numbers behind the tables of keys and points: SipHash-1-3 (Aumasson and Bernstein, "SipHash: a
-// fast short-input PRF") under a key that each process draws anew, so that no file can bring values that all meet in
-// one bucket.
+// The hash of texts and numbers for the tables of keys and of points: SipHash-1-3 (Aumasson and Bernstein, "SipHash: a
+// fast short-input PRF") under a random key per process, so that no file can be made whose values all fall into one
+// bucket.
 #ifndef HALCONCPP_CORE_HASH_H
 #define HALCONCPP_CORE_HASH_H
 

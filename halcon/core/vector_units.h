@@ -1,8 +1,8 @@
 // Loops that are compiled twice: once for every x86-64 processor, once for a vector unit that nearly all of them have.
 // Compilers may use that unit only where they are told to; at run time the processor decides.
 //
-// A loop is a function marked HALCONCPP_INLINE. HALCONCPP_FOR("...") marks the function that calls it for a unit, where
-// HALCONCPP_TWICE says that there is such a thing, and HALCONCPP_HAS("...") asks the processor.
+// The loop is a function marked HALCONCPP_INLINE. Where HALCONCPP_TWICE is 1, a second function marked
+// HALCONCPP_FOR("unit") calls it, which compiles it for that unit; HALCONCPP_HAS("unit") asks the processor for it.
 #ifndef HALCONCPP_CORE_VECTOR_UNITS_H
 #define HALCONCPP_CORE_VECTOR_UNITS_H
 

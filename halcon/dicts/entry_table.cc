@@ -19,7 +19,7 @@ constexpr std::size_t small_table = 8;
 // Positions and bucket counts are 32 bits wide.
 constexpr std::size_t max_entries = std::size_t{1} << 29;
 
-// A key to compare and hash, without a reference to it. Reals go by their bits, so that each is equal to itself.
+// A key to compare and hash, without a reference to it. Reals are compared by their bits, so that a NaN equals itself.
 struct KeyView {
   TupleKind kind;
   std::uint64_t bits;
@@ -105,7 +105,7 @@ Entry& EntryTable::slot(const HTuple& key) {
   return entry;
 }
 
-// Whether key i is that very text: most keys that are asked for came from the list of them.
+// Whether `key` shares its text with key i, as it does when the caller took it from the list of keys.
 bool EntryTable::is_same_text(std::size_t at, const HTuple& key) const noexcept {
   if (Access::kind(key) != TupleKind::String || Access::kind(keys_) != TupleKind::Array) return false;
   const ArrayData& array = Access::array(keys_);

@@ -9,7 +9,7 @@
 namespace HalconCpp::detail {
 
 // The strings that stand for true, false and null unless the reading options say otherwise. Each is one StringData for
-// the whole process, which no string of a document shares: by its address the writer knows the word again.
+// the whole process, which no string of a document shares: the writer recognizes the word by its address.
 struct JsonWords {
   const StringData* true_text;
   const StringData* false_text;

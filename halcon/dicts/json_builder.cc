@@ -36,7 +36,7 @@ bool has_repeats(const std::vector<std::uint64_t>& numbers) {
   return false;
 }
 
-// Whether two texts are equal; different ones may pass for equal ones.
+// Whether two of the texts are equal; it may also be true when all differ.
 bool may_have_repeats(std::span<const std::string_view> keys) {
   constexpr std::size_t few = 12;  // comparing costs less than hashing
   if (keys.size() <= few) {

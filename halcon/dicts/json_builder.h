@@ -44,7 +44,7 @@ class JsonBuilder {
     return false;
   }
   const std::string& reason() const noexcept { return reason_; }
-  // The dictionary of the document, once all events have come.
+  // The dictionary of the document, after its last event.
   const HTuple& document() const noexcept { return document_; }
 
  private:

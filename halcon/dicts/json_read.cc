@@ -57,7 +57,7 @@ struct ThrowingAllocator : rapidjson::CrtAllocator {
   }
 };
 
-// The parser's events, under the names it wants. The base class has those for numbers in binary, which never come.
+// The parser's events, under the names it requires. The base class has those for binary numbers, which do not occur.
 class Events : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Events> {
  public:
   Events(JsonBuilder& builder, bool has_escapes) noexcept : builder_(builder), has_escapes_(has_escapes) {}
@@ -112,7 +112,7 @@ bool Events::add_number(std::string_view number) {
   return builder_.fail_event(too_large);
 }
 
-// Escapes can bring about what the document itself does not hold: U+0000 and halves of surrogate pairs.
+// Escapes can produce what the checked document cannot contain: U+0000 and halves of surrogate pairs.
 bool Events::add_unescaped(std::string_view text, bool is_key) {
   if (text.find('\xED') != std::string_view::npos && !unicode::is_utf8(text))
     return builder_.fail_event("an escape is one half of a surrogate pair without the other");
@@ -135,7 +135,7 @@ std::size_t first_control_character(std::string_view text) noexcept {
   constexpr std::size_t block = 1024;
   for (std::size_t begin = 0; begin < text.size(); begin += block) {
     const std::string_view part = text.substr(begin, block);
-    unsigned char bad = 0;  // a byte, and no way out of the loop, so that it runs on vectors
+    unsigned char bad = 0;  // a byte, and no exit from the loop, so that compilers vectorize it
     for (const char c : part) bad |= is_bad(c) ? 1 : 0;
     if (bad) return begin + static_cast<std::size_t>(std::find_if(part.begin(), part.end(), is_bad) - part.begin());
   }

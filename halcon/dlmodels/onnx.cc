@@ -168,7 +168,7 @@ HTuple dims_of(const onnx::TensorProto& tensor) {
   return Access::integers(std::move(dims));
 }
 
-// The tensors that the model brings along, and how many numbers they are.
+// The tensors that are stored in the model, and how many numbers they hold.
 void show_initializers(Model& model, const onnx::GraphProto& graph) {
   static const auto& keys = *new HTuple(texts({"element_type", "shape"}));
   Dict initializers;
@@ -196,7 +196,7 @@ HTuple operator_types(const onnx::GraphProto& graph) {
   return dict.tuple();
 }
 
-// Many files name no layers: those go by the name of their first output.
+// In many files layers have no names: then the name of the first output is used.
 HTuple layer_names(const onnx::GraphProto& graph) {
   std::vector<HTuple> names;
   names.reserve(static_cast<std::size_t>(graph.node_size()));
@@ -246,7 +246,7 @@ Stream stream_of(std::span<const std::byte> file) {
   return Stream(reinterpret_cast<const std::uint8_t*>(file.data()), static_cast<int>(file.size()));
 }
 
-// Whether the fields of the outermost message, looked at from outside, fill the file to its end.
+// Whether the fields of the outermost message fill the file to its end; what they contain is not checked.
 bool fields_fill(std::span<const std::byte> file) {
   Stream stream = stream_of(file);
   while (const std::uint32_t tag = stream.ReadTag())

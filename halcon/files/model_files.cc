@@ -61,7 +61,7 @@ HHandle read_model3d(std::string_view path) {
   return Access::wrap(new Model3dData(reader->read(file)));
 }
 
-// ONNX has no magic: whatever else may be one is tried.
+// ONNX has no magic: any file that is not a container is tried as one.
 HHandle read_dl_model(std::string_view path) {
   if (is_container(path)) return read_container_handle(path, container::HandleKind::DlModel);
   if (extension_of(path) == "hdl") reject_file(path, dl_model_file);

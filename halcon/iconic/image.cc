@@ -19,7 +19,7 @@ ImageDraft::ImageDraft(PixelType type, std::int32_t width, std::int32_t height, 
 
 namespace {
 
-// Planes of a few bytes would cost far more than their pixels: they live and die together, in two allocations.
+// Planes of a few bytes would take far more memory than their pixels: those of one image share two allocations.
 constexpr std::size_t small_plane = 256;
 
 std::vector<Plane> joined_planes(const std::vector<Buffer<std::byte>>& from) {

@@ -54,7 +54,7 @@ class ImageDraft {
   }
   std::size_t channels() const noexcept { return planes_.size(); }
   std::size_t plane_bytes() const noexcept { return planes_[0].size(); }
-  // Takes a channel away again (a palette that proves gray, say).
+  // Removes all channels after the first `count`, as for a palette whose colors turn out to be gray.
   void keep_channels(std::size_t count) { planes_.resize(count); }
   void drop_channel(std::size_t channel) { planes_.erase(planes_.begin() + static_cast<std::ptrdiff_t>(channel)); }
   std::shared_ptr<const Image> finish(RunsRef domain = nullptr);

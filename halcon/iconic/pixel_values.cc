@@ -135,7 +135,8 @@ HALCONCPP_INLINE void add(Range<T>& range, const T* values, std::size_t count) n
 
 template <>
 HALCONCPP_INLINE void add(Range<float>& range, const float* values, std::size_t count) noexcept {
-  // One pair per lane: minima of floats are taken in order otherwise, one at a time.
+  // One pair per lane. With a single pair, compilers must keep the order of float comparisons and do not vectorize
+  // them.
   constexpr std::size_t lanes = 16;
   constexpr float largest = LimitsOf<float>::max();
   float lowest[lanes], highest[lanes];
@@ -248,7 +249,7 @@ ObjectRef stretched(const Image& image) {
   return draft.finish(image.domain);
 }
 
-// Reals that were integers of 8 or 16 bits are stretched as these: it is the same arithmetic on the same values.
+// Reals that were made from integers of 8 or 16 bits are stretched from those: the result is the same.
 ObjectRef stretched_image(const ObjectRef& object) {
   require_class(*object, Image::kind);
   const auto& image = static_cast<const Image&>(*object);
@@ -276,9 +277,9 @@ void ConvertImageType(const HObject& image, HObject* converted, const HTuple& ty
 }
 
 // The result is of type "byte" whatever the pixel type. The smallest finite value inside the domain, over all channels,
-// becomes 0 and the largest 255; what lies between is rounded to the nearest, halves up. Pixels outside the domain go
-// by the same factors and end at 0 or 255. NaN and -infinity become 0, +infinity 255. Where the domain holds one value
-// only, or none (it is empty, or holds no finite one), every finite pixel becomes 0.
+// becomes 0 and the largest 255; what lies between is rounded to the nearest, halves up. Pixels outside the domain are
+// scaled by the same factors and clamped. NaN and -infinity become 0, +infinity 255. Where the domain holds one value
+// only, or none (it is empty, or has no finite pixel), every finite pixel becomes 0.
 void ScaleImageMax(const HObject& image, HObject* scaled) {
   operate("ScaleImageMax", [&] { *scaled = made_from_each(image, stretched_image); });
 }

@@ -23,8 +23,9 @@ PixelType pixel_type_of(std::string_view name);
 std::size_t pixel_size(PixelType type) noexcept;
 
 // width x height pixels, row by row, no padding, in native byte order. A plane of reals that was made from integers
-// converts them on the first call of data(): most such planes are only scaled to bytes for display, which uses the
-// integers and saves four bytes per pixel. The class is small because a file may have thousands of channels of 1 pixel.
+// converts them on the first call of data(). Most such planes are only scaled to bytes for display, which needs only
+// the integers: that saves four bytes per pixel. The class is small because a file may have thousands of channels of 1
+// pixel.
 class PixelPlane {
  public:
   PixelPlane() noexcept = default;

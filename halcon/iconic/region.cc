@@ -78,7 +78,7 @@ RunsRef intersection(const Runs& a, const Runs& b) {
       const std::int32_t end = std::min(a.ends[i], b.ends[j]);
       if (begin <= end) common.add(a.rows[i], begin, end);
     }
-    // The run that ends first can meet nothing more of the other region.
+    // No further run of the other region can overlap the run that ends first.
     if (std::pair(a.rows[i], a.ends[i]) < std::pair(b.rows[j], b.ends[j]))
       ++i;
     else

@@ -1,4 +1,4 @@
-// The image formats behind ReadImage and WriteImage. Each format is one file that hides its library.
+// What ReadImage and WriteImage know of an image format. Each format is one file, which hides its library.
 #ifndef HALCONCPP_IMAGES_CODEC_H
 #define HALCONCPP_IMAGES_CODEC_H
 
@@ -21,7 +21,7 @@ using Images = std::vector<ImageRef>;
 
 // A format: `recognizes` looks at the first bytes only and is cheap; `read` decodes all images of a whole file in
 // memory and rejects what it cannot read. A format that can hold several images charges an ImageBudget for each before
-// it allocates anything for it. A null `read` stands for a library that this build does without; `missing` says which.
+// it allocates anything for it. `read` is null when this build lacks the library; `missing` says which.
 struct ImageReader {
   const char* name;
   bool (*recognizes)(Bytes file);
@@ -29,9 +29,8 @@ struct ImageReader {
   const char* missing;
 };
 
-// What the images of one file may cost together: their number is at most limits::file_images, and their planes follow
-// the same rule as those of a single image (check_image_size). Without it a small file could name one picture many
-// times.
+// The limits for all images of one file together: at most limits::file_images, and their planes follow the rule for
+// those of a single image (check_image_size). Otherwise a small file could name one picture many times.
 class ImageBudget {
  public:
   explicit ImageBudget(std::uint64_t file_bytes) noexcept : file_bytes_(file_bytes) {}

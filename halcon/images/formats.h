@@ -1,4 +1,4 @@
-// The image formats one by one: what each codec file offers to the tables in formats.cc.
+// The functions of the codec files, for the tables in formats.cc.
 #ifndef HALCONCPP_IMAGES_FORMATS_H
 #define HALCONCPP_IMAGES_FORMATS_H
 

@@ -31,8 +31,8 @@ namespace HalconCpp::detail {
 namespace {
 
 constexpr int none = NO_TRANSPARENT_COLOR;
-// Offsets of the two 16-bit sizes: from the start of the file (Logical Screen Descriptor) and from the start of an
-// Image Descriptor behind its separator.
+// Offsets of the two 16-bit sizes: in the file (Logical Screen Descriptor), and in an Image Descriptor without its
+// separator.
 constexpr std::size_t screen_size_at = 6, picture_size_at = 4, descriptor_bytes = 9;
 
 int read_source(GifFileType* gif, GifByteType* to, int bytes) {
@@ -115,7 +115,7 @@ class GifReader {
     if (result != GIF_OK) fail_with(gif_->Error);
   }
 
-  // A Plain Text Extension is drawn by no viewer of today; it uses up the control that precedes it.
+  // No viewer in use draws a Plain Text Extension. The Graphic Control Extension before it applies to it alone.
   void read_extension(GraphicsControlBlock& control) {
     int label;
     GifByteType* block;  // its size, then its bytes
@@ -233,7 +233,7 @@ class Canvas {
     std::size_t left = 0, top = 0, width = 0, height = 0;
   };
 
-  // What the last picture left, disposed of.
+  // The screen after the last picture was disposed of.
   void start(ImageDraft& draft) const {
     for (std::size_t c = 0; below_ && c < screen_.channels; ++c)
       std::memcpy(draft.plane<std::uint8_t>(c), below_->plane<std::uint8_t>(c), draft.plane_bytes());

@@ -59,7 +59,7 @@ class Narrower {
       write(mapped);
       for (CodeWidth* each : {&wide_, &narrow_}) mapped == narrow_clear ? each->clear() : each->count();
     }
-    write(narrow_clear + 1);  // End of Information, also where it was missing: what follows are old bytes
+    write(narrow_clear + 1);  // End of Information, which the file may lack; old codes follow
     write(0);                 // the last bits
   }
 

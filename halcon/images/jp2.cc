@@ -63,7 +63,7 @@ void ignore(const char*, void*) {}
 
 constexpr auto failed = static_cast<OPJ_SIZE_T>(-1);
 
-// The two parts of a checked file, one behind the other.
+// The two parts of a checked file as one stream.
 struct Source {
   MemoryFile boxes, codestream;
 
@@ -152,7 +152,7 @@ Picture decode(const CheckedJp2& file) {
 
 enum class Colors { AsStored, Ycc, Cmyk, Lab };
 
-// A picture without a color space whose second and third components are the smaller ones is YCC.
+// A picture without a color space is YCC when its second and third components are smaller than the first.
 Colors colors_of(const opj_image_t& picture) {
   const auto* parts = picture.comps;
   const bool unknown = picture.color_space == OPJ_CLRSPC_UNKNOWN || picture.color_space == OPJ_CLRSPC_UNSPECIFIED;
@@ -165,9 +165,8 @@ Colors colors_of(const opj_image_t& picture) {
   return unknown && smaller ? Colors::Ycc : Colors::AsStored;
 }
 
-// How the samples of all components become pixels of one type. Samples are signed in the image when they are so in
-// every component; a signed component among unsigned ones is moved up by half its range. Unsigned samples of fewer bits
-// than `bits` are stretched.
+// How the samples of all components become pixels of one type. Pixels are signed when every component is; otherwise
+// half of its range is added to a signed component. Unsigned samples of fewer bits than `bits` are stretched.
 struct Scale {
   PixelType type = PixelType::Byte;
   unsigned bits = 8;
@@ -224,7 +223,7 @@ class Samples {
   std::uint64_t top_ = 0;  // what `highest_` becomes; 0: itself
 };
 
-// A component on the grid of the picture: its sample i stands at i times its step, counted from the grid's origin.
+// A component on the grid of the picture: its sample i is at i times its step, counted from the grid's origin.
 template <class T>
 void fill_plane(const opj_image_t& picture, const opj_image_comp_t& component, const Scale& scale, T* plane) {
   const std::size_t width = picture.x1 - picture.x0, height = picture.y1 - picture.y0;
@@ -245,7 +244,8 @@ void fill_plane(const opj_image_t& picture, const opj_image_comp_t& component, c
   }
 }
 
-// Of L*, a* and b*: the range and the sample of zero, the usual ones where the file names none.
+// The range of L*, a* and b* and the sample that means zero, by default those of the
+// standard.
 LabCoding lab_coding(const opj_image_t& picture, unsigned bits) {
   constexpr std::uint32_t by_default = 0x44454600;
   std::uint32_t given[9];  // 14, `by_default` or 0, then range and zero of each channel, the illuminant

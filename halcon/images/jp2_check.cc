@@ -60,7 +60,8 @@ enum Marker : std::uint32_t {
 };
 
 // Segments of headers that OpenJPEG knows: COD, COC, TLM, PLM, PLT, CPF, QCD, QCC, RGN, POC, PPM, PPT, CRG, COM, CAP,
-// and the component transforms of T.801, CBD, MCT, MCC, MCO. Behind another one it would look for the next of these.
+// and the component transforms of T.801, CBD, MCT, MCC, MCO. After an unknown one it would search for the next of
+// these.
 constexpr std::uint32_t known_segments[] = {COD,    COC,    0xff55, 0xff57, 0xff58, 0xff59, 0xff5c,
                                             0xff5d, 0xff5e, 0xff5f, 0xff60, 0xff61, 0xff63, 0xff64,
                                             0xff50, 0xff78, 0xff74, 0xff75, 0xff77};
@@ -177,7 +178,7 @@ class Codestream {
            " bytes");
   }
 
-  // `cursor` stands behind the marker; the length of the part counts from it, 0 for all that is left.
+  // `cursor` is just after the marker. The length of the part includes the marker; 0 means up to the end.
   void read_tile_part(ByteStream& cursor) {
     const std::size_t available = cursor.left() + 2;
     ByteStream header = segment(cursor);

@@ -1,6 +1,6 @@
 // JPEG 2000 files, checked before OpenJPEG allocates anything for them. OpenJPEG gets exactly the bytes that were
-// checked: it also reads boxes that are misplaced, repeated or behind the codestream, and searches for markers behind
-// those that it does not know.
+// checked, because it would also read boxes that are misplaced, repeated or after the codestream, and would search for
+// markers after those that it does not know.
 #ifndef HALCONCPP_IMAGES_JP2_CHECK_H
 #define HALCONCPP_IMAGES_JP2_CHECK_H
 

@@ -20,7 +20,7 @@ constexpr std::uint32_t pixel_format = 0xBC01, width_tag = 0xBC80, height_tag = 
 constexpr std::uint32_t image_offset = 0xBCC0, alpha_bytes = 0xBCC3;  // between them: image bytes, alpha offset
 
 // The file with a directory of nothing but the tags above. On damaged metadata the library stops the process, and it
-// reads past the end of its stream without a word.
+// reads past the end of its stream without reporting an error.
 Buffer<std::byte> plain_copy(Bytes file) {
   const Fields fields(file, std::endian::little);
   const std::size_t directory = fields.u32(4), entry_bytes = 12;

@@ -46,7 +46,7 @@ Raster read_header(const Fields& fields) {
   return raster;
 }
 
-// The 16 colors of the EGA, which files without palettes mean: two levels per channel, brown for dark yellow.
+// The 16 colors of the EGA, used by files without a palette: two levels per channel, brown for dark yellow.
 Palette ega_palette() {
   Palette palette;
   for (unsigned i = 0; i < colormap_colors; ++i) {
@@ -61,8 +61,8 @@ bool has_final_palette(Bytes file) {
          file[file.size() - final_palette_bytes - 1] == std::byte{0x0C};
 }
 
-// Two-color files are black and white where Colormap says nothing: most writers leave it empty, and versions 0 and 3
-// have none.
+// Two-color files are black and white when the two colors of Colormap are equal (most writers leave it empty), and in
+// versions 0 and 3, which have none.
 Palette two_colors(const std::uint8_t* colormap, std::uint32_t version) {
   const bool differ = !std::equal(colormap, colormap + 3, colormap + 3);
   return differ && version != 0 && version != 3 ? Palette(colormap, 2, 3, {0, 1, 2}) : Palette::gray_ramp(2);

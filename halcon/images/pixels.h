@@ -11,8 +11,8 @@
 
 namespace HalconCpp::detail {
 
-// The loops below are shaped so that GCC turns those of two and four channels into vector code; three channels are
-// fastest in one pass.
+// The loops below are written so that GCC vectorizes those of two and four channels; three channels are fastest in one
+// pass.
 template <class T>
 void split_channel(const T* __restrict samples, std::size_t step, std::size_t pixels, T* __restrict plane) noexcept {
   for (std::size_t i = 0; i < pixels; ++i) plane[i] = samples[i * step];

@@ -65,7 +65,7 @@ class Scanner {
   static bool is_space(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
  private:
-  static constexpr std::uint32_t max_number = 99'999'999;  // ten times that fits into 32 bits
+  static constexpr std::uint32_t max_number = 99'999'999;  // one more digit still fits into 32 bits
 
   char skip_comment() noexcept {
     while (at_ < file_.size()) {
@@ -257,7 +257,7 @@ bool is_pnm(Bytes file) {
   return kind >= '1' && kind <= '7' && (Scanner::is_space(next) || next == '#');
 }
 
-// Raw images may follow one another, with white space between them at most; what else follows is not looked at.
+// Raw images may follow one another, with at most white space between them. Anything else after an image is ignored.
 Images read_pnm(Bytes file) {
   ImageBudget budget(file.size());
   Images images;

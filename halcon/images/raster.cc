@@ -117,7 +117,7 @@ class PlaneRows {
   const Raster& raster_;
 };
 
-// One channel of pixels that are numbers.
+// One channel of a pixel that is stored as a number.
 struct Field {
   std::uint32_t mask;
   int shift;                             // down to the lowest bit of the mask

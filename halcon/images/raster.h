@@ -19,7 +19,7 @@ namespace HalconCpp::detail {
 
 inline const std::uint8_t* octets(Bytes bytes) noexcept { return reinterpret_cast<const std::uint8_t*>(bytes.data()); }
 
-// Numbers and parts of a file at given offsets. An offset outside the file is a file that ends too early.
+// Numbers and parts of a file at given offsets. An offset outside the file fails: "the file ends too early".
 class Fields {
  public:
   Fields(Bytes file, std::endian order) noexcept : file_(file), order_(order) {}
@@ -37,7 +37,7 @@ class Fields {
   std::endian order_;
 };
 
-// Bytes one after the other; beyond the last one the file ends too early.
+// Takes bytes one after the other. Taking more than there are fails: "the file ends too early".
 class ByteStream {
  public:
   explicit ByteStream(Bytes bytes) noexcept : bytes_(bytes) {}
@@ -60,10 +60,10 @@ class ByteStream {
   Bytes bytes_;
 };
 
-// A number of `size` bytes behind the others.
+// Appends a number of `size` bytes.
 void append_number(Buffer<std::byte>& file, std::uint32_t value, int size, std::endian order);
 
-// Up to 256 colors. Indices that were given no color are black; those that were given no alpha are opaque.
+// Up to 256 colors. An index without a color is black; one without an alpha is opaque.
 class Palette {
  public:
   Palette() noexcept { tables_[3].fill(255); }
@@ -75,7 +75,7 @@ class Palette {
   void set(std::size_t index, std::uint8_t red, std::uint8_t green, std::uint8_t blue) noexcept;
   void set_alpha(std::size_t index, std::uint8_t alpha) noexcept;
   std::uint8_t value(std::size_t channel, std::size_t index) const noexcept { return tables_[channel][index]; }
-  // 4 when a color was given its alpha; otherwise 1 when all colors are gray, and 3.
+  // 4 when any color has an alpha; otherwise 1 when all colors are gray, and 3 when not.
   std::size_t channels() const noexcept { return alpha_ ? 4 : gray_ ? 1 : 3; }
   // The colors of `indices` become pixels of `draft` from pixel `at` on.
   void put(const std::uint8_t* indices, std::size_t pixels, ImageDraft& draft, std::size_t at) const noexcept;

@@ -48,7 +48,7 @@ int keep_error(TIFF*, void* user, const char*, const char* format, va_list argum
   return 1;
 }
 
-// Of JPEG and fax data that is missing or damaged libtiff only warns and fills it up: here that is an error.
+// For JPEG and fax data that is missing or damaged, libtiff only warns and fills in pixels. Here that is an error.
 bool tells_damage(const char* warning) {
   for (const char* sign : {"Premature end of JPEG", "Corrupt JPEG data", "Premature EO", "Line length mismatch"})
     if (std::strstr(warning, sign)) return !std::strstr(warning, "extraneous bytes");

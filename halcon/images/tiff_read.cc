@@ -73,7 +73,7 @@ Page read_page(TIFF* tiff) {
   return page;
 }
 
-// What the samples mean that no pixel of ours can say.
+// Rejects meanings of samples that the pixels of an image cannot have.
 void reject_strange_colors(const Page& page) {
   const char* name = page.photometric == PHOTOMETRIC_LOGL     ? "SGI LogL"
                      : page.photometric == PHOTOMETRIC_LOGLUV ? "SGI LogLuv"
@@ -151,7 +151,7 @@ class PageReader {
     charge_parts();
   }
 
-  // All strips or tiles lie in the file, and what they decompress to, with their padding, is what its bytes can hold.
+  // Checks that all strips or tiles lie in the file, and that its bytes can hold what they decompress to, with padding.
   // Bytes that several of them name are decompressed again for each: what that may cost has a limit of its own.
   void charge_parts() {
     const char* const kind = page_.tiled ? " tiles" : " strips";

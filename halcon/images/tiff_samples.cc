@@ -13,7 +13,7 @@ namespace HalconCpp::detail {
 
 namespace {
 
-// Samples of 1 to 15 bits, one behind the other, the highest bit first.
+// Samples of 1 to 15 bits without gaps, the highest bit first.
 template <class T>
 void unpack_bits(const TiffSamples& samples, const std::byte* row, std::size_t count, void* pixels) {
   T* out = static_cast<T*>(pixels);

@@ -20,7 +20,7 @@ namespace HalconCpp::detail {
 
 namespace {
 
-// Pixels of one strip, about: small enough for the cache, large enough to be few.
+// About the size of a strip: small enough for the cache, large enough to keep their number low.
 constexpr std::size_t strip_bytes = 256 * 1024;
 
 std::uint16_t sample_format(PixelType type) {
@@ -112,7 +112,7 @@ class Writer {
         write_strip(strip++, plane->data() + y * row, std::min(rows_, height - y) * row);
   }
 
-  // libtiff would swap bytes in place for a foreign order only; ours is this machine's.
+  // libtiff swaps bytes in place only when the file's order is not this machine's; here they are the same.
   void write_strip(std::uint32_t strip, const void* samples, std::size_t bytes) {
     const auto count = static_cast<tmsize_t>(bytes);
     require(TIFFWriteEncodedStrip(tiff_.get(), strip, const_cast<void*>(samples), count) == count);

@@ -1,5 +1,5 @@
 // The HALCON/C++ class interface as the built-in provider offers it: the types and operators that
-// docs/class-interface.md lists, and nothing else. Include this header only; the files behind it may move.
+// docs/class-interface.md lists, and nothing else. Include this header only; the files that it includes may change.
 //
 // Every call may fail with an HException unless it is marked noexcept. Different objects may be used from different
 // threads; copies of strings, tuples, handles and objects share their data and are cheap.

@@ -21,7 +21,7 @@ HTuple integers(Buffer<std::int32_t> values) {
   return Access::lend(std::span<const std::int32_t>(*owner), owner);
 }
 
-// A level that is no number is 0.
+// A level that is NaN becomes 0.
 std::int32_t level(float value) noexcept {
   return value > 0 ? static_cast<std::int32_t>(std::min(value, 255.0f) + 0.5f) : 0;
 }

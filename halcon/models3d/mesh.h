@@ -1,4 +1,4 @@
-// What the readers of 3D files fill, and the model it becomes. Coordinates are as in the file; nothing is scaled.
+// What the readers of 3D files fill in, and how it becomes a model. Coordinates are as in the file; nothing is scaled.
 #ifndef HALCONCPP_MODELS3D_MESH_H
 #define HALCONCPP_MODELS3D_MESH_H
 

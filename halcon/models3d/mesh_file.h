@@ -1,4 +1,4 @@
-// The file formats behind ReadObjectModel3d. Each format is one file.
+// The file formats that ReadObjectModel3d reads. Each format is one file.
 #ifndef HALCONCPP_MODELS3D_MESH_FILE_H
 #define HALCONCPP_MODELS3D_MESH_FILE_H
 

@@ -114,7 +114,7 @@ void ObjReader::note_normal(Hlong point, Hlong normal) {
   if (known != normal + 1) one_normal_per_point_ = false;
 }
 
-// A model has one normal per point. Without faces that say otherwise the lists go together.
+// A model has one normal per point. When no face assigns normals, normal i is that of point i.
 void ObjReader::assign_normals() {
   if (!faces_have_normals_) {
     mesh_.nx = std::move(nx_);

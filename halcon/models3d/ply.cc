@@ -160,7 +160,7 @@ class TextValues {
  public:
   explicit TextValues(TextScanner& text) noexcept : text_(text) {}
   static constexpr bool is_binary = false;
-  // A digit and what separates it from the next.
+  // A number takes at least a digit and a separator.
   static constexpr std::size_t least_bytes(Type) noexcept { return 2; }
   std::size_t left() const noexcept { return text_.left(); }
   void begin_row() {
@@ -218,7 +218,7 @@ class BinaryValues {
 template <class Values>
 void read_list(Values& values, const Property& property, Mesh& mesh) {
   double count = values.value(*property.count_type);
-  // Counts of a signed type that pass its range come from programs that mean the unsigned one.
+  // A negative count comes from a program that declares a signed type but writes the unsigned one.
   if (count < 0 && Values::is_binary) count += std::ldexp(1.0, static_cast<int>(8 * type_size(*property.count_type)));
   if (!(count >= 0 &&
         count * static_cast<double>(Values::least_bytes(property.type)) <= static_cast<double>(values.left() + 1)))
@@ -267,7 +267,7 @@ Model3dParts read_elements(Values values, const Header& header, Mesh& mesh) {
 }
 
 // What follows the line of "end_header"; that line ends at LF or CR LF, or CR alone.
-Bytes values_behind(Bytes file, TextScanner& text) {
+Bytes values_after_header(Bytes file, TextScanner& text) {
   if (text.more_on_line()) text.fail_here("the line of end_header does not end");
   auto at = static_cast<std::size_t>(text.at() - text_of(file).data());
   if (text_of(file).substr(at).starts_with('\r')) ++at;
@@ -288,7 +288,7 @@ Model3dParts read_ply(Bytes file) {
     text.skip_line();
     return read_elements(TextValues(text), header, mesh);
   }
-  const Bytes values = values_behind(file, text);
+  const Bytes values = values_after_header(file, text);
   if (header.encoding == Encoding::LittleEndian)
     return read_elements(BinaryValues<std::endian::little>(values), header, mesh);
   return read_elements(BinaryValues<std::endian::big>(values), header, mesh);

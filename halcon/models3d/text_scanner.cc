@@ -12,7 +12,8 @@ TextScanner::TextScanner(std::span<const std::byte> text) noexcept
   if (std::string_view(first_, text.size()).starts_with("\xEF\xBB\xBF")) at_ += 3;
 }
 
-// Stands on a backslash: when the line ends behind it, moves to the last character of that line end.
+// The scanner is at a backslash. When it is the last character of its line, moves to the last character of the line
+// end.
 bool TextScanner::join_lines() noexcept {
   if (left() < 2 || !ends_line(at_[1])) return false;
   at_ += left() > 2 && at_[1] == '\r' && at_[2] == '\n' ? 2 : 1;

@@ -7,8 +7,8 @@
 
 namespace quovel {
 
-// Makes and fills the children on the list, and theirs, until nothing is left. Failures of HALCON end as the nodes that
-// stand for failed children.
+// Makes and fills the children on the list, and theirs, until nothing is left. A child that HALCON fails to give is
+// shown as its parent's kind shows failed children, or left out.
 void build_pending(Tree& tree, WorkList& list);
 
 }  // namespace quovel

@@ -14,7 +14,7 @@ using namespace quovel;
 
 namespace {
 
-// Buffer outputs are null from the start, so that a failed call leaves none of an earlier one with the host.
+// Buffer outputs are null from the start, so that after a failed call the host holds no pointer of an earlier one.
 template <class... T>
 void clear_buffers(T**... buffers) noexcept {
   ((buffers ? void(*buffers = nullptr) : void()), ...);

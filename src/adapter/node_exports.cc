@@ -14,7 +14,7 @@ using namespace quovel;
 
 namespace {
 
-// What the object part of a node without one would hold. A constant: loading the library runs no code of ours.
+// What a node without an object part answers. A constant expression, so that loading the library runs no code of ours.
 constexpr ObjectFields no_object{};
 
 const ObjectFields& object_part(const qv_node* node) noexcept {

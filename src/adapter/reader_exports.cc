@@ -1,4 +1,4 @@
-// The Reader's life, and the parse exports.
+// Creating and destroying Readers, the last-error text, and the parse exports.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +21,7 @@ using namespace quovel;
 namespace {
 
 // Regions are kept whole, also where they reach outside of every image. A HALCON that rejects the setting is used as it
-// is: creating a Reader has no failure to report.
+// is, since creating a Reader cannot report a failure.
 void keep_regions_whole() {
   try {
     HalconCpp::SetSystem("clip_region", "false");

@@ -18,7 +18,7 @@ using HalconCpp::HTuple;
 
 namespace {
 
-// A handle whose type cannot be read is still some handle.
+// A handle whose type cannot be read is shown as "handle".
 Text semantic_type(Tree& tree, const HTuple& handle) {
   try {
     const HTuple name = handle.TupleSemType();

@@ -20,7 +20,7 @@ std::unique_ptr<Tree> build_model_tree(const HTuple& handle, WorkList& list) {
 
 }  // namespace
 
-// "m": the coordinates are taken as metres.
+// "m": the coordinates are taken as meters.
 std::unique_ptr<Tree> load_object_model_3d_tree(const std::u16string& path, WorkList& list) {
   HTuple model, status;
   HalconCpp::ReadObjectModel3d(HTuple(to_halcon(path)), "m", HTuple(), HTuple(), &model, &status);

@@ -10,8 +10,8 @@
 
 namespace quovel {
 
-// The model's tree, whose root is filled; what is left to do for it goes on `list`. Each throws what HALCON throws when
-// it reads the file.
+// Each returns a tree whose root is the model, and adds the building of its children to `list`. HALCON's exceptions for
+// reading the file pass.
 std::unique_ptr<Tree> load_object_model_3d_tree(const std::u16string& path, WorkList& list);
 std::unique_ptr<Tree> load_dl_model_tree(const std::u16string& path, WorkList& list);
 

@@ -30,8 +30,8 @@ Text element_label(Tree& tree, Hlong index) {
   return tree.text(text += u']');
 }
 
-// The elements of an array that may be dictionaries. Their nodes are there already, as unsupported handles, which is
-// what they stay when HALCON lists no keys.
+// The elements of an array that may be dictionaries. Their nodes have been made as unsupported handles. An element for
+// which HALCON lists no keys stays one.
 class ArrayHandles final : public PendingChildren {
  public:
   ArrayHandles(Node& array, HTuple tuple) : array_(array), tuple_(std::move(tuple)) { skip_values(); }
@@ -62,7 +62,7 @@ void fill_values(Tree& tree, Node& node, const HTuple& tuple, const ElementTypes
   node.value_count = static_cast<std::uint32_t>(kept);
 }
 
-// Keeps the element as a tuple of one, so that its full value text is its summary.
+// Keeps the element as a tuple of one, so that its full value text is that of the element.
 void add_plain_element(Tree& tree, Node& array, const HTuple& tuple, const ElementTypes& types, Hlong index) {
   const PathSegment segment = by_index(static_cast<std::uint32_t>(index));
   Node& node = tree.add_child(array, NodeKind::Value, element_label(tree, index), segment);

@@ -33,7 +33,7 @@ HostBuffer<std::int32_t> copy_integers(const HTuple& values, Hlong count) {
   return copy;
 }
 
-// What `read` makes of the object; nothing when there is none.
+// The result of `read` for the object; nothing when the node has no such object.
 template <class Data, class Read>
 std::optional<Data> extract(const Node& node, std::int32_t index, Read&& read) {
   if (!has_object(node, index)) return std::nullopt;

@@ -10,12 +10,12 @@
 
 namespace quovel {
 
-// `count` values, which the host owns once they are released to it. Freed with the buffer when they are not.
+// `count` values. The host owns them once they are released to it; otherwise this object frees them.
 template <class T>
 class HostBuffer {
  public:
   HostBuffer() noexcept = default;
-  // Check with `allocated` before use: there may be no memory. Zero values are a block like any other.
+  // Check with `allocated` before use: there may be no memory. A buffer of 0 values has a block too.
   explicit HostBuffer(std::size_t count) noexcept
       : block_(static_cast<T*>(heap_allocate(count > SIZE_MAX / sizeof(T) ? SIZE_MAX : count * sizeof(T)))),
         count_(count) {}

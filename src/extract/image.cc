@@ -75,8 +75,8 @@ Rendered render_four_channels(const HImage& image) {
   return render_four(c1, c2, c3, c4);
 }
 
-// The pixel stage: an image of type "byte", by its number of channels. The host is told no reason when HALCON fails in
-// it, as when HALCON lays out no pixels: both mean that this image cannot be drawn.
+// Lays out the pixels of an image of type "byte", by its number of channels. A failure of HALCON in here gives no
+// pixels and no error text, like an image without pixels: both mean that this image cannot be drawn.
 Rendered render(const HImage& image) try {
   const Hlong channels = image.CountChannels()[0].L();
   const Hlong width = image.Width()[0].L();

@@ -78,8 +78,8 @@ std::u16string types_text(const std::vector<ImageInfo>& images) {
   return one_or_list(types);
 }
 
-// What the first image's domain adds; empty when it covers the frame. A domain that HALCON cannot tell costs the
-// description nothing else.
+// What the first image's domain adds to the description; empty when it covers the frame. When HALCON cannot tell the
+// domain, only this part is missing.
 std::u16string domain_text(const HImage& image, const ImageInfo& info) try {
   const auto domain = partial_domain(image, info.width, info.height);
   return domain ? u", domain: " + describe_region(*domain) : std::u16string();

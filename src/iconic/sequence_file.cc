@@ -25,7 +25,7 @@ std::string_view trimmed(std::string_view line) {
   return line.substr(first, line.find_last_not_of(" \t") - first + 1);
 }
 
-// The candidate itself, or with the first extension appended that names a file; changes `candidate` to it.
+// Whether the candidate names a file, as it is or with one of the extensions; then `candidate` becomes that name.
 bool find_file(std::u16string& candidate) {
   if (is_regular_file(candidate)) return true;
   const std::size_t length = candidate.size();

@@ -16,8 +16,7 @@ namespace quovel {
 bool save_object_as(const Node& node, const std::u16string& path);
 
 // Writes the objects of all nodes to one object file, in order. The first node decides whether there is anything to
-// write; later ones that are null or of another kind are left out. Costs one pass over
-// the nodes.
+// write; later ones that are null or of another kind are left out. Takes time in proportion to the number of nodes.
 bool save_objects_as(std::span<const Node* const> nodes, const std::u16string& path);
 
 }  // namespace quovel

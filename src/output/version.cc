@@ -7,7 +7,7 @@ namespace quovel {
 
 namespace {
 
-// When HALCON fails, the version is "unknown" for the rest of the process.
+// When this HALCON call fails, the version is "unknown" for the rest of the process.
 std::u16string ask_version() try {
   HalconCpp::HTuple information;
   HalconCpp::GetSystem("version", &information);

@@ -1,5 +1,5 @@
-// Failures that the library itself finds. All others inside the rooms are HALCON's, and travel as the HException that
-// they are. The guard at the boundary (adapter/reader.h) turns both into the Reader's error text.
+// Failures that the library itself finds. HALCON's failures are HExceptions. The guard at the boundary
+// (adapter/reader.h) turns both into the Reader's error text.
 #ifndef QUOVEL_PLATFORM_FAILURE_H
 #define QUOVEL_PLATFORM_FAILURE_H
 

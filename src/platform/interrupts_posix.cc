@@ -11,7 +11,7 @@ namespace quovel {
 
 namespace {
 
-// A signal that is ignored must not be blocked: sigwait would return it all the same.
+// A signal that is ignored must not be blocked: sigwait would return it although it is ignored.
 bool is_ignored(int signal) noexcept {
   struct sigaction action;
   return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;

@@ -19,14 +19,15 @@ std::u16string_view file_stem(std::u16string_view path);
 std::u16string_view parent_path(std::u16string_view path);
 
 bool is_separator(char16_t c) noexcept;
-// The one that joined components get.
+// What join_path puts between two components.
 char16_t separator() noexcept;
 
 // A path written by Windows rules, as in the lists of image sequences, with this system's separators.
 std::u16string from_windows_path(std::u16string path);
 
-// Where `entry` leads when it is written in `directory`. An entry with a root name of its own, or from the root on,
-// leads where it says.
+// The path of `entry` as seen from `directory`. An absolute entry is returned as it is. One that starts with a
+// separator keeps only the directory's root name. One that is relative to a drive ("E:x") is joined if the directory is
+// on that drive, and returned as it is otherwise.
 std::u16string join_path(std::u16string_view directory, std::u16string_view entry);
 
 }  // namespace quovel

@@ -18,7 +18,8 @@ std::u16string from_halcon(const HalconCpp::HString& string) {
 
 namespace {
 
-// The numbers from 0 to 9999 with four digits each, and room to read on behind the last one.
+// The numbers from 0 to 9999 with four digits each. Padded, so that four units can be copied
+// from any digit.
 constexpr auto four_digits = [] {
   std::array<char16_t, 4 * 10000 + 4> digits{};
   for (std::size_t i = 0, part = 1000; i < 4 * 10000; ++i, part = part == 1 ? 1000 : part / 10)

@@ -18,7 +18,7 @@ class HalconText {
  public:
   explicit HalconText(const HalconCpp::HString& string);
 
-  // Of the text; strings that share it have the same.
+  // The address of the characters. Strings that share them have the same one.
   const void* address() const noexcept { return text_; }
   // At least the number of units that `copy_to` writes.
   std::size_t max_units() const noexcept { return length_; }

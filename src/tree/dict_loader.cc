@@ -11,7 +11,7 @@ using HalconCpp::HTuple;
 
 namespace {
 
-// The generic parameter of an option; empty for a key that is none.
+// The name of the option's generic parameter; the empty name for a key that is not an option.
 const char* parameter_name(std::int32_t key) {
   switch (key) {
     case 0:
@@ -27,7 +27,7 @@ const char* parameter_name(std::int32_t key) {
   }
 }
 
-// The option's value; an empty tuple when its type is none.
+// The option's value; an empty tuple when its type is unknown.
 HTuple parameter_value(const ReadingOption& option) {
   switch (option.value_type) {
     case 0:

@@ -12,7 +12,7 @@
 
 namespace quovel {
 
-// One reading option of the host, copied: `key` names the option; of the three values the one of `value_type` counts.
+// A copy of a host's reading option: `key` names it, and `value_type` says which of the three values is used.
 struct ReadingOption {
   std::int32_t key;
   std::int32_t value_type;

@@ -10,7 +10,7 @@ using HalconCpp::HTuple;
 
 namespace {
 
-// Only saves time: where HALCON does not answer, the elements are asked.
+// Only saves time: when HALCON does not answer, each element is asked for its type.
 std::optional<ValueType> plain_type(const HTuple& tuple) try {
   const HalconCpp::HString type = tuple.TupleSemType()[0].S();
   const std::string_view name = type.Text();
@@ -30,7 +30,7 @@ bool any(const HTuple& flags) {
 
 }  // namespace
 
-// One element is asked by flags: they are numbers, and the name of a type is a text to be compared.
+// For one element the flags are quicker than the name of the type, a text that would have to be compared.
 void ElementTypes::ask_single(const HTuple& tuple) {
   if (tuple.TupleIsStringElem()[0].L() != 0) {
     common_ = ValueType::String;

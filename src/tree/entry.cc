@@ -6,7 +6,7 @@
 
 namespace quovel {
 
-// A key that cannot be read costs its entry nothing but the label.
+// An entry whose key cannot be read is shown all the same, under another label.
 Text key_text(Tree& tree, const HalconCpp::HTuple& key) try {
   if (key.TupleIsStringElem()[0].L() != 0) return tree.text(key[0].S());
   std::u16string& text = tree.scratch();

@@ -7,8 +7,8 @@
 
 namespace quovel {
 
-// The label of an entry, made from its key (a tuple of one); "<unreadable key>" when HALCON cannot read the key. Never
-// fails for a reason of HALCON's.
+// The label of an entry, made from its key (a tuple of one); "<unreadable key>" when HALCON cannot read the key. Lets
+// no HException out.
 Text key_text(Tree& tree, const HalconCpp::HTuple& key);
 
 // Makes the node stand for an entry of a data type that has no builder.

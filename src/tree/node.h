@@ -60,8 +60,8 @@ class NodeValue {
   ValueType type_;
 };
 
-// What the accessors tell of nodes of iconic objects and of handles shown as a whole; the defaults stand for all
-// others.
+// What the accessors return for nodes of iconic objects and of handles shown as a whole. For all other nodes they
+// return the defaults.
 struct ObjectFields {
   Text object_class = empty_text;
   std::span<Text> detail_lines;
@@ -70,7 +70,7 @@ struct ObjectFields {
   bool is_image = false;                 // the first object is one
 };
 
-// What only such nodes have.
+// What only nodes of iconic objects and of handles shown as a whole have.
 struct ObjectPart : ObjectFields {
   HalconCpp::HObject held_object;  // unset for handles
 };
@@ -94,7 +94,7 @@ struct Node {
   bool truncated = false;  // fewer values were kept than total_count
 };
 
-// What every dictionary is asked.
+// The names of the queries that every dictionary is asked, made once.
 struct DictQueries {
   HalconCpp::HTuple keys{"keys"};
   HalconCpp::HTuple key_data_type{"key_data_type"};
@@ -113,7 +113,7 @@ class Tree {
   Node& make_node(NodeKind kind, Text label, PathSegment segment);
   // Makes room for that many children in one block.
   void reserve_children(Node& parent, std::size_t count);
-  // Adds a node of this tree behind the parent's other children.
+  // Adds a node of this tree as the parent's last child.
   void append_child(Node& parent, Node& child);
   // Makes a node and adds it.
   Node& add_child(Node& parent, NodeKind kind, Text label, PathSegment segment);
@@ -146,7 +146,7 @@ class Tree {
     Text plain, quoted;
   };
   QuotedText quoted_text(const HalconCpp::HString& string);
-  // A cleared string to put a text together in, one at a time.
+  // An empty string in which to put a text together. It is the same string each time: use it for one text at a time.
   std::u16string& scratch() noexcept {
     scratch_.clear();
     return scratch_;
@@ -157,7 +157,7 @@ class Tree {
  private:
   struct Slab;
 
-  // Writes the text without a NUL into a block of its own, with room for `more` units behind it.
+  // Writes the text without a NUL into a block of its own, with room for `more` units after it.
   std::span<char16_t> write_text(const HalconText& from, std::size_t more);
 
   Arena arena_;

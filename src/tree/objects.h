@@ -9,13 +9,13 @@
 
 namespace quovel {
 
-// All objects of the node. Unset where the node has none, which every operator reports as a failure.
+// All objects of the node. For a node that has none the result is unset, and every operator rejects it.
 HalconCpp::HObject held_object(const Node& node);
 
 // One object of a tuple; `index` counts from 0, HALCON's own from 1.
 HalconCpp::HObject select_object(const HalconCpp::HObject& objects, HalconCpp::Hlong index);
 
-// The domain of an image of width x height pixels where it leaves some of them out; nothing where it covers all.
+// The domain of an image of width x height pixels; nothing when it covers all of them.
 std::optional<HalconCpp::HRegion> partial_domain(const HalconCpp::HImage& image, HalconCpp::Hlong width,
                                                  HalconCpp::Hlong height);
 

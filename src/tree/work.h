@@ -41,14 +41,15 @@ class PendingChildren {
   virtual ~PendingChildren() = default;
 
   virtual bool has_more() const noexcept = 0;
-  // Appends the next child to its parent and returns the work that fills it. On an HException, `replace_failed` is
-  // called as for one of the builder.
+  // Appends the next child to its parent and returns the work that fills it. When this or the builder throws an
+  // HException, `replace_failed` is called.
   virtual Work take_next() = 0;
-  // The child taken last could not be made or filled: makes it what is shown instead, or removes it.
+  // The child taken last could not be made or filled: turns it into what is shown instead, or removes it.
   virtual void replace_failed(const HalconCpp::HException& failure) = 0;
 };
 
-// What is left to do for one tree. Taken from its end, so that it is never longer than the tree is deep.
+// What is still to be built in one tree. Entries are taken from the end, so the list is never longer than the tree is
+// deep.
 class WorkList {
  public:
   void add(std::unique_ptr<PendingChildren> children) { lists_.push_back(std::move(children)); }

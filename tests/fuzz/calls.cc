@@ -1,5 +1,5 @@
-// Calls in any order: each input is a list of steps of five bytes, played on three Readers against the contract. Nodes
-// come from any live tree, indices and paths also from nowhere, pointers may be null.
+// Calls in any order: each input is a list of steps of five bytes, each a call on one of three Readers that is checked
+// against the contract. Nodes come from any live tree; indices and paths may not exist, and pointers may be null.
 #include <array>
 #include <climits>
 #include <utility>

@@ -32,7 +32,7 @@ void check_node(const qv_node* node) {
   require(qv_node_value_count(node) <= 1000, "at most 1000 values are kept");
   const auto total = static_cast<int64_t>(qv_node_total_count(node));
   require(!qv_node_truncated(node) || qv_node_value_count(node) < total, "truncated means that values are missing");
-  require(!qv_node_child_at(node, static_cast<int32_t>(qv_node_child_count(node))), "no child behind the last");
+  require(!qv_node_child_at(node, static_cast<int32_t>(qv_node_child_count(node))), "no child after the last");
   const std::string once = reader().full(node), error = reader().error();
   require(once == reader().full(node) && error == reader().error(), "a full text stays, and leaves the error alone");
 }

@@ -19,7 +19,7 @@ std::string in_folder(std::string_view name);
 // Makes or replaces a file there; its path.
 std::string put(std::string_view name, std::string_view content);
 
-// What `input` holds behind its last byte, which chooses one of the target's ways.
+// `input` without its last byte, which chooses a variant of the target.
 struct Choice {
   std::string_view content;
   std::uint8_t way = 0;

@@ -115,11 +115,11 @@ std::string blank_codestream(unsigned width, unsigned height, unsigned tile, uns
   return stream + "\xff\xd9";
 }
 
-std::string jp2(const std::string& in_header, const std::string& behind_header, const std::string& at_end) {
+std::string jp2(const std::string& in_header, const std::string& after_header, const std::string& at_end) {
   const std::string head =
       box("jP  ", "\r\n\x87\n") + box("ftyp", "jp2 \0\0\0\0jp2 "s) +
       box("jp2h", box("ihdr", be({64, 64}) + "\0\1\7\7\0\0"s) + box("colr", "\1\0\0"s + be({17})) + in_header);
-  return head + behind_header + box("jp2c", blank_codestream(64, 64, 64, 1)) + at_end;
+  return head + after_header + box("jp2c", blank_codestream(64, 64, 64, 1)) + at_end;
 }
 
 void make_pictures(const std::string& folder) {
@@ -132,7 +132,7 @@ void make_pictures(const std::string& folder) {
   for (int i = 0; i < 200; ++i) nested = box("jp2h", nested);
   const std::string palette = "\4\0\3\7\7\7"s + std::string(std::size_t{3} * 1024, 'p');
   put("inside.jp2", jp2(box("pclr", palette), "", ""));
-  put("behind.jp2", jp2("", box("pclr", "\xff\xff\xff"s + std::string(700, '\7')), ""));
+  put("after_header.jp2", jp2("", box("pclr", "\xff\xff\xff"s + std::string(700, '\7')), ""));
   put("after.jp2", jp2("", "", repeated(box("jp2h", box("ihdr", be({1 << 20, 1 << 20}) + "\x40\0\7\7\0\0"s)), 3000)));
   put("nested.jp2", jp2("", nested, nested));
   put("blank.j2k", blank_codestream(4000, 4000, 4000, 1));

@@ -1,4 +1,4 @@
-// Makes the calls of operators fail, or answer what no file brings about.
+// Makes the calls of operators fail, or give answers that no file can cause.
 #ifndef QUOVEL_TESTS_SUPPORT_FAILING_H
 #define QUOVEL_TESTS_SUPPORT_FAILING_H
 

@@ -184,7 +184,7 @@ std::vector<std::string> Scenarios::files() const {
   return all;
 }
 
-// A failure is no text at all: the contract has no other way to tell.
+// An empty text is the only sign of a failure here.
 std::vector<Scenario> Scenarios::asking() {
   Reader& opener = *openers_.emplace_back(std::make_unique<Reader>());
   const qv_node* node = child(opener.dict(folder / "d.hdict"), "mixed");

@@ -121,7 +121,7 @@ std::string digits(T value, int base = 10) {
     return {text, std::to_chars(text, text + sizeof text, value, base).ptr};
 }
 
-// The shortest digits that read back to the same bits; of what is no number, the bits.
+// The shortest digits that read back to the same bits; for a NaN, its bits.
 std::string exact(float value) {
   return std::isnan(value) ? "nan" + digits(std::bit_cast<std::uint32_t>(value), 16) : digits(value);
 }
