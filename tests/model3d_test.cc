@@ -140,6 +140,10 @@ TEST_F(Model3d, DetailsOfFormats) {
       {"n.off", "NOFF\n1 0 0\n1 2 3 0 0 1\n", "point_normal_z", "1"},
       {"blanks.off", " \t\n  OFF\n  2 0 0\n\t0 0 0\n 1 1 1\n", "point_coord_x", "0 1"},
       {"big.obj", "\xFE\xFF" + utf16(relative, std::endian::big), "triangles", "0 1 2 2 1 0"},
+      {"unmarked_big.obj", utf16(relative, std::endian::big), "triangles", "0 1 2 2 1 0"},
+      {"unmarked_little.obj", utf16(relative, std::endian::little), "triangles", "0 1 2 2 1 0"},
+      {"wide_header.stl", utf16(std::string(40, 'h'), std::endian::big) + le({1}) + std::string(50, '\0'), "num_points",
+       "1"},
       {"little.obj", "\xFF\xFE" + utf16(relative, std::endian::little), "triangles", "0 1 2 2 1 0"},
       {"signed.ply",
        "ply\nformat binary_little_endian 1.0\nelement vertex 1\nproperty char x\nproperty char y\nproperty char z\n"

@@ -2,6 +2,7 @@
 #include <bit>
 #include <cstddef>
 #include <new>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -39,22 +40,41 @@ void check_scale(const HTuple& scale) {
   if (!is_meters && !is_one) fail("the scale must be 'm' or 1, which leave coordinates as they are");
 }
 
-// The UTF-8 of a text file in UTF-16 with a byte order mark, as some Windows programs write OBJ; empty for any other.
+struct Utf16 {
+  bool is_big;
+  std::size_t mark;  // bytes of the byte order mark
+};
+
+// Whether a text file is in UTF-16, as some Windows programs write OBJ. Without a byte order mark, two ASCII characters
+// at the start tell: no text in UTF-8 has a NUL beside them.
+std::optional<Utf16> find_utf16(std::string_view text) {
+  if (text.starts_with("\xFE\xFF")) return Utf16{true, 2};
+  if (text.starts_with("\xFF\xFE")) return Utf16{false, 2};
+  if (text.size() < 4) return {};
+  const auto is_ascii = [&](std::size_t i) { return text[i] != 0 && static_cast<unsigned char>(text[i]) < 0x80; };
+  if (!text[0] && is_ascii(1) && !text[2] && is_ascii(3)) return Utf16{true, 0};
+  if (is_ascii(0) && !text[1] && is_ascii(2) && !text[3]) return Utf16{false, 0};
+  return {};
+}
+
+// The UTF-8 of a text file in UTF-16; empty for any other.
 std::string text_of_utf16(Bytes file) {
-  const bool is_big = text_of(file).starts_with("\xFE\xFF");
-  if (!is_big && !text_of(file).starts_with("\xFF\xFE")) return {};
+  const auto utf16 = find_utf16(text_of(file));
+  if (!utf16) return {};
   std::u16string units;
   const MemoryCharge charge(3 * file.size());
-  for (std::size_t i = 2; i + 1 < file.size(); i += 2)
-    units += is_big ? stored_value<char16_t, std::endian::big>(&file[i])
-                    : stored_value<char16_t, std::endian::little>(&file[i]);
+  for (std::size_t i = utf16->mark; i + 1 < file.size(); i += 2)
+    units += utf16->is_big ? stored_value<char16_t, std::endian::big>(&file[i])
+                           : stored_value<char16_t, std::endian::little>(&file[i]);
   return unicode::to_utf8(std::u16string_view(units));
 }
 
 HHandle read_model3d(std::string_view path) {
   if (is_container(path)) return read_container_handle(path, container::HandleKind::Model3d);
   const Buffer<std::byte> content = read_file(path);
-  const std::string converted = text_of_utf16(content);
+  // A binary STL begins with 80 bytes of any content.
+  const bool is_stl = stl_reader.recognizes(content, "");
+  const std::string converted = is_stl ? std::string() : text_of_utf16(content);
   const Bytes file = converted.empty() ? Bytes(content) : std::as_bytes(std::span(converted));
   const MeshReader* reader = find_mesh_reader(file, extension_of(path));
   if (!reader) reject_file(path, model3d_file);
