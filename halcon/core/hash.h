@@ -5,6 +5,7 @@
 #define HALCONCPP_CORE_HASH_H
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -69,6 +70,11 @@ inline std::uint64_t hash_of(std::string_view text) noexcept {
   hash.add(word);
   return hash.finish();
 }
+
+// For the standard library's tables of texts, whose own hash has a fixed seed. Takes std::string and std::string_view.
+struct TextHash {
+  std::size_t operator()(std::string_view text) const noexcept { return static_cast<std::size_t>(hash_of(text)); }
+};
 
 }  // namespace HalconCpp::detail
 

@@ -14,6 +14,7 @@
 #include "core/failure.h"
 #include "core/file.h"
 #include "core/handle_data.h"
+#include "core/hash.h"
 #include "core/limits.h"
 #include "core/string_data.h"
 #include "dicts/entry_queries.h"
@@ -82,7 +83,7 @@ std::string name_of(const HTuple& key) {
 std::unordered_set<std::size_t> repeated_names(const HTuple& keys) {
   std::unordered_set<std::size_t> repeated;
   if (Access::kind(keys) != TupleKind::Array || Access::array(keys).kind != ArrayKind::Mixed) return repeated;
-  std::unordered_set<std::string> names;
+  std::unordered_set<std::string, TextHash> names;
   for (Hlong i = 0; i < keys.Length(); ++i)
     if (!names.insert(name_of(Access::element(keys, i))).second) repeated.insert(static_cast<std::size_t>(i));
   return repeated;

@@ -1,8 +1,8 @@
 #include "iconic/sequence_file.h"
 
 #include <cstddef>
+#include <map>
 #include <optional>
-#include <unordered_map>
 #include <utility>
 
 #include "platform/failure.h"
@@ -70,7 +70,7 @@ HalconCpp::HTuple resolve_sequence(const std::u16string& path) {
   if (entries.empty()) throw ReportedError(u"Sequence file is empty or could not be read: " + path);
   HalconCpp::HTuple files;
   // An entry that comes again is not looked for again: each search may ask the file system 42 times.
-  std::unordered_map<std::u16string_view, HalconCpp::HTuple> found;
+  std::map<std::u16string_view, HalconCpp::HTuple> found;
   for (const std::u16string& entry : entries) {
     const auto [position, is_new] = found.try_emplace(entry);
     if (is_new) {
