@@ -225,7 +225,8 @@ TEST_F(Limits, OfOneCall) {
   EXPECT_THAT(reason("15872K", FileKind::Object, "two.seq"), testing::HasSubstr(": 16252928 bytes ("));
   EXPECT_THAT(reason("1", FileKind::Object, "two.seq"), testing::HasSubstr(": 1 byte ("));
   for (const char* wrong : {"0", "-1", "5x", "5MB", "many", "99999999999G", "18446744073709551616"})
-    EXPECT_THAT(reason(wrong, FileKind::Dict, "text.json"), testing::HasSubstr("QUOVEL_MEMORY_LIMIT is '"s + wrong));
+    for (const auto& [kind, name] : {std::pair(FileKind::Dict, "text.json"), {FileKind::Object, "image.pgm"}})
+      EXPECT_THAT(reason(wrong, kind, name), testing::HasSubstr(name + "': QUOVEL_MEMORY_LIMIT is '"s + wrong));
   unsetenv("QUOVEL_MEMORY_LIMIT");
 }
 

@@ -22,6 +22,7 @@
 #include "core/buffer.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "core/hash.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
 #include "iconic/image.h"
@@ -54,7 +55,7 @@ Images read_images(std::string_view path) {
 class ImageFiles {
  public:
   explicit ImageFiles(const HTuple& files) {
-    std::unordered_map<std::string, std::size_t> by_name;
+    std::unordered_map<std::string, std::size_t, TextHash> by_name;
     std::map<FileIdentity, std::size_t> by_identity;
     for (Hlong i = 0; i < files.Length(); ++i) {
       const auto [name, is_new] =
@@ -157,6 +158,8 @@ class ImageFiles {
 void ReadImage(HObject* image, const HTuple& file) {
   operate("ReadImage", [&] {
     if (file.Length() == 0) fail("there is no file name");
+    // The ceiling of the call is read once for all files; when it is wrong, the error names the first.
+    in_file(text_argument(Access::element(file, 0), "a file name"), [] { static_cast<void>(memory_limit()); });
     *image = make_object(ImageFiles(file).read());
   });
 }
