@@ -55,7 +55,7 @@ std::string to_utf8(const fs::path& path) {
   const std::u8string text = path.generic_u8string();
   return {text.begin(), text.end()};
 }
-std::string file_name(const std::string& path) { return path.substr(path.find_last_of("/\\") + 1); }
+std::string file_name(const std::string& path) { return to_utf8(native_path(path).filename()); }
 
 std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
   std::vector<InputFile> files;
