@@ -289,6 +289,25 @@ TEST_F(DictTree, OddEntriesBecomeNodesOfTheirOwn) {
   EXPECT_EQ(summary(child(root, "c")), "1");
 }
 
+// Of what a builder had filled in before it failed nothing stays: the node is that of an entry that cannot be read.
+TEST_F(DictTree, EntriesThatFailLateAreCleanErrors) {
+  const HTuple dict = new_dict({{"values", tuple({0.5, 1.5})}});
+  HalconCpp::SetDictObject(concat({rectangle(0, 0, 1, 1), rectangle(0, 0, 2, 2)}), dict, "objects");
+  save_dict(dict, folder / "d.hdict");
+  const struct {
+    const char *entry, *reading, *filling;
+  } cases[] = {{"values", "GetDictTuple", "HTupleElement::D"}, {"objects", "GetDictObject", "AreaCenter"}};
+  for (const auto& [entry, reading, filling] : cases) {
+    const auto failed = [&](const char* operation, int call) {
+      const Failing failing(operation, 1, call);
+      const qv_node* node = child(reader.dict(folder / "d.hdict"), entry);
+      EXPECT_TRUE(failing.met) << operation;
+      return dump(node) + reader.full(node);
+    };
+    EXPECT_EQ(failed(filling, 2), failed(reading, 1));
+  }
+}
+
 // An unreadable key loses its label, and a handle of unknown type its type label. What they hold is shown all the same.
 TEST_F(DictTree, UnknownTypesOfKeysAndHandles) {
   const HTuple dict = new_dict();

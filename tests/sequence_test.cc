@@ -8,6 +8,18 @@
 #include "support/files.h"
 #include "support/host.h"
 
+#ifdef __linux__
+#include <fcntl.h>
+#include <sys/stat.h>
+
+// Called in place of the C library's: counts how often the state of a file is asked for by name.
+static int status_queries = 0;
+extern "C" int stat(const char* path, struct stat* status) {
+  ++status_queries;
+  return fstatat(AT_FDCWD, path, status, 0);
+}
+#endif
+
 namespace {
 
 using test::Reader;
@@ -69,6 +81,25 @@ TEST(Sequence, EntriesAreFoundInOrder) {
   test::write(folder / "s/list.seq", "both");
   EXPECT_EQ(test::label(qv_node_child_at(reader.objects(folder / "s/list.seq"), 0)), "list");
 }
+
+#ifdef __linux__
+TEST(Sequence, RepeatedEntriesAreLookedForOnce) {
+  const TempDir folder;
+  const Reader reader;
+  test::write(folder / "s/only.xwd", pgm('x'));
+  const auto queries = [&](int lines) {
+    std::string list;
+    for (int i = 0; i < lines; ++i) list += "only\n";
+    test::write(folder / "s/list.seq", list);
+    const int before = status_queries;
+    EXPECT_EQ(opened(reader, folder / "s/list.seq"), std::string(static_cast<std::size_t>(lines), 'x'));
+    return status_queries - before;
+  };
+  const int once = queries(1);
+  EXPECT_GT(once, 21 + 18);  // all names in the folder above, most in the folder of the list
+  EXPECT_EQ(queries(1000), once);
+}
+#endif
 
 TEST(Sequence, ExtensionsAreTriedInTheirOrder) {
   const TempDir folder;
