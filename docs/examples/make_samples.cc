@@ -1,6 +1,7 @@
 // Writes small samples of every kind of file into a folder: make_samples FOLDER.
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -86,6 +87,29 @@ HObject color_image() {
   }
   Compose3(channels[0], channels[1], channels[2], &image);
   return image;
+}
+
+// What a depth camera might give: heights of 16 bits, known on the tray only, and the slopes there as two channels of
+// reals.
+HObject depth_images() {
+  std::vector<std::uint16_t> heights;
+  std::vector<float> slopes[2];
+  const std::vector<std::uint8_t> gray = tray(0);
+  for (int row = 0; row < height; ++row)
+    for (int column = 0; column < width; ++column) {
+      heights.push_back(static_cast<std::uint16_t>(20 * gray[static_cast<std::size_t>(row * width + column)] + column));
+      slopes[0].push_back(static_cast<float>(row) / 4 - 30);
+      slopes[1].push_back(static_cast<float>(column) / 10);
+    }
+  HObject image, tray_only, first, second, both, result;
+  GenImage1(&image, "uint2", width, height, heights.data());
+  GenRectangle1(&tray_only, 8, 12, height - 9, width - 13);
+  ReduceDomain(image, tray_only, &image);
+  GenImage1(&first, "real", width, height, slopes[0].data());
+  GenImage1(&second, "real", width, height, slopes[1].data());
+  Compose2(first, second, &both);
+  ConcatObj(image, both, &result);
+  return result;
 }
 
 HTuple pair(const HTuple& first, const HTuple& second) {
@@ -267,6 +291,7 @@ void make_samples(const std::string& folder) {
   std::filesystem::create_directories(folder);
   const auto in_folder = [&](const char* name) { return folder + "/" + name; };
   WriteObject(scene(), in_folder("scene.hobj").c_str());
+  WriteObject(depth_images(), in_folder("depth.hobj").c_str());
   WriteImage(gray_image(), "pgm", 0, in_folder("image.pgm").c_str());
   write_picture(color_image(), folder, "image");
   std::string frames;

@@ -1,28 +1,30 @@
-// The page is page.html with one JSON object in it: the nodes in the order of the tree, each with its drawings. The
-// script in page.html does the rest.
+// The page is page/page.html with one JSON object in it: the nodes in the order of the tree, each with its drawings.
+// The script of the page does the rest.
 #include "html_page.h"
 
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
 #include <map>
-#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "drawing.h"
+#include "page_image.h"
 #include "place.h"
 #include "walk.h"
 
 namespace host {
 
-// page.html, embedded by the build.
+// page/page.html with its parts, embedded by the build.
 extern const unsigned char page_template[];
 extern const std::size_t page_template_size;
 
@@ -32,8 +34,9 @@ namespace {
 constexpr std::int64_t max_nodes = 100'000;
 constexpr std::int64_t max_drawings = 5'000;
 constexpr std::int64_t max_numbers = 4'000'000;          // of points and runs
-constexpr std::uint64_t max_pixels = 32'000'000;         // of all pictures
-constexpr std::uint64_t max_picture_pixels = 4'000'000;  // of one picture
+constexpr std::uint64_t max_pixels = 32'000'000;         // of all images
+constexpr std::uint64_t max_picture_pixels = 4'000'000;  // of one image
+constexpr std::uint64_t max_image_bytes = 96u << 20;     // of the values of all images
 constexpr std::size_t max_text = 48u << 20;              // bytes of all texts
 constexpr std::size_t max_value_text = 8u << 20;         // of the values of one node
 constexpr std::size_t max_line_text = 4096;              // of one label, summary or detail line
@@ -62,26 +65,23 @@ std::string whole_characters(std::string text, std::size_t limit) {
   return text;
 }
 
-// Keeps every `step`-th pixel of every `step`-th row, in place.
-void thin_out(Picture& picture, std::uint32_t step) {
-  const std::size_t bytes = picture.format == QV_PIXELS_GRAY8 ? 1 : picture.format == QV_PIXELS_BGR24 ? 3 : 4;
-  std::uint8_t* to = picture.bytes.get();
-  for (std::uint32_t row = 0; row < picture.height; row += step) {
-    const std::uint8_t* from = picture.bytes.get() + std::size_t{row} * picture.stride;
-    for (std::uint32_t column = 0; column < picture.width; column += step, to += bytes)
-      std::copy_n(from + column * bytes, bytes, to);
-  }
-  picture.width = (picture.width + step - 1) / step;
-  picture.height = (picture.height + step - 1) / step;
-  picture.stride = static_cast<std::uint32_t>(picture.width * bytes);
+// Images are shown smaller when there are many, rather than some of them not at all.
+std::uint64_t pixels_per_image(const qv_node* root) {
+  std::uint64_t images = 0;
+  walk(root, [&](const std::vector<Step>& steps) {
+    const qv_node* const node = steps.back().node;
+    if (qv_node_kind(node) == QV_NODE_OBJECT && qv_node_is_image(node)) images += qv_node_object_count(node);
+    return true;
+  });
+  return std::min(max_picture_pixels, max_pixels / std::max<std::uint64_t>(images, 1) + 1);
 }
 
 std::string_view whole_template() { return {reinterpret_cast<const char*>(page_template), page_template_size}; }
 
 class PageData {
  public:
-  PageData(const Session& session, const qv_node* root, const std::string& title) : session_(session), writer_(json_) {
-    writer_.SetMaxDecimalPlaces(3);  // of a coordinate in pixels
+  PageData(const Session& session, const qv_node* root, const std::string& title)
+      : session_(session), writer_(json_), picture_pixels_(pixels_per_image(root)) {
     writer_.StartObject();
     member("title", title);
     member("halcon", to_utf8(qv_adapter_halcon_version()));
@@ -195,36 +195,39 @@ class PageData {
     writer_.StartObject();
     member("class", object_class(node, index));
     try {
-      Drawing drawing = draw(session_, node, index);
-      if (drawing.picture)
-        write_picture(*drawing.picture);
-      else if (drawing.runs)
-        write_runs(*drawing.runs);
+      if (object_class(node, index) == "image")
+        write_image(page_image(session_, node, index, picture_pixels_));
       else
-        write_lines(drawing.lines);
+        write_geometry(draw(session_, node, index));
     } catch (const Failure& failure) {
       member("reason", failure.what());
     }
     writer_.EndObject();
   }
 
-  void write_picture(Picture& picture) {
-    const std::uint64_t pixels = std::uint64_t{picture.width} * picture.height;
-    const auto step = static_cast<std::uint32_t>(std::ceil(std::sqrt(double(pixels) / double(max_picture_pixels))));
-    if (step > 1) thin_out(picture, step);
-    const std::uint64_t shown = std::uint64_t{picture.width} * picture.height;
-    if (shown > pixels_left_) {
-      leave_out("images: the page holds 32 million pixels");
-      throw Failure("left out: the page holds 32 million pixels");
+  void write_geometry(const Drawing& drawing) { drawing.runs ? write_runs(*drawing.runs) : write_lines(drawing.lines); }
+
+  void write_image(const PageImage& page) {
+    const StoredImage& image = page.image;
+    if (image.values.size() > image_bytes_left_) {
+      leave_out("images: the page holds 96 MiB of their values");
+      throw Failure("left out: the page holds 96 MiB of the values of images");
     }
-    pixels_left_ -= shown;
-    key("step");
-    writer_.Uint(std::max(step, 1u));
-    key("width");
-    writer_.Uint(picture.width);
-    key("height");
-    writer_.Uint(picture.height);
-    member("src", "data:image/png;base64," + base64(picture_png(picture)));
+    image_bytes_left_ -= image.values.size();
+    for (const auto& [name, value] : {std::pair{"width", page.width},
+                                      {"height", page.height},
+                                      {"step", page.step},
+                                      {"columns", image.width},
+                                      {"rows", image.height},
+                                      {"channels", image.channels}}) {
+      key(name);
+      writer_.Uint(value);
+    }
+    member("type", sample_type_name(image.type));
+    if (!page.drawn_because.empty()) member("drawn_because", page.drawn_because);
+    member("values", base64(packed(image)));
+    if (!page.domain.empty())
+      member("domain", base64(packed({SampleType::U1, image.width, image.height, 1, page.domain})));
   }
 
   void take_numbers(std::int64_t count) {
@@ -244,25 +247,51 @@ class PageData {
     writer_.EndArray();
   }
 
+  // Coordinates are written relative to the first point of a line, so that single precision does for them.
   void write_lines(const std::vector<Line>& lines) {
     for (const Line& line : lines) take_numbers(std::int64_t{2} * line.count);
     key("lines");
     writer_.StartArray();
     for (const Line& line : lines) {
+      const double row = first_finite(line.rows.get(), line.count), col = first_finite(line.cols.get(), line.count);
+      writer_.StartObject();
+      key("origin");
+      writer_.StartArray();
+      number(row), number(col);
+      writer_.EndArray();
+      key("points");
       writer_.StartArray();
       for (std::uint32_t i = 0; i < line.count; ++i)
-        for (const double number : {line.rows[i], line.cols[i]})
-          std::isfinite(number) ? writer_.Double(number) : writer_.Null();
+        number(static_cast<float>(line.rows[i] - row)), number(static_cast<float>(line.cols[i] - col));
       writer_.EndArray();
+      writer_.EndObject();
     }
     writer_.EndArray();
+  }
+
+  static double first_finite(const double* numbers, std::uint32_t count) {
+    const double* const found =
+        std::find_if(numbers, numbers + count, [](double number) { return std::isfinite(number); });
+    return found == numbers + count ? 0 : *found;
+  }
+
+  // The fewest digits that read back to the same number.
+  template <class Real>
+  void number(Real value) {
+    if (!std::isfinite(value)) {
+      writer_.Null();
+      return;
+    }
+    char digits[32];
+    const auto size = static_cast<std::size_t>(std::to_chars(digits, std::end(digits), value).ptr - digits);
+    writer_.RawValue(digits, size, rapidjson::kNumberType);
   }
 
   const Session& session_;
   rapidjson::StringBuffer json_;
   rapidjson::Writer<rapidjson::StringBuffer> writer_;
   std::int64_t drawings_left_ = max_drawings, numbers_left_ = max_numbers;
-  std::uint64_t pixels_left_ = max_pixels;
+  std::uint64_t picture_pixels_, image_bytes_left_ = max_image_bytes;
   std::size_t text_left_ = max_text;
   std::map<std::string, std::int64_t> left_out_;
 };

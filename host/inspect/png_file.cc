@@ -39,17 +39,17 @@ std::string filtered_rows(const std::uint8_t* pixels, std::uint32_t width, std::
   return rows;
 }
 
-std::string compressed(const std::string& data) {
-  uLongf size = compressBound(static_cast<uLong>(data.size()));
+}  // namespace
+
+std::string zlib_data(const std::string& bytes) {
+  uLongf size = compressBound(static_cast<uLong>(bytes.size()));
   std::string result(size, '\0');
   const int outcome = compress2(reinterpret_cast<Bytef*>(result.data()), &size,
-                                reinterpret_cast<const Bytef*>(data.data()), static_cast<uLong>(data.size()), 6);
+                                reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uLong>(bytes.size()), 6);
   if (outcome != Z_OK) throw Failure("the picture could not be compressed");
   result.resize(size);
   return result;
 }
-
-}  // namespace
 
 std::string make_png(const std::uint8_t* pixels, std::uint32_t width, std::uint32_t height, std::uint32_t stride,
                      int channels) {
@@ -64,7 +64,7 @@ std::string make_png(const std::uint8_t* pixels, std::uint32_t width, std::uint3
   header += std::string(3, '\0');
   std::string png = "\x89PNG\r\n\x1A\n";
   append_chunk(png, "IHDR", header);
-  append_chunk(png, "IDAT", compressed(filtered_rows(pixels, width, height, stride, channels)));
+  append_chunk(png, "IDAT", zlib_data(filtered_rows(pixels, width, height, stride, channels)));
   append_chunk(png, "IEND", "");
   return png;
 }

@@ -11,6 +11,9 @@ namespace host {
 std::string make_png(const std::uint8_t* pixels, std::uint32_t width, std::uint32_t height, std::uint32_t stride,
                      int channels);
 
+// The bytes compressed, as a zlib stream (RFC 1950).
+std::string zlib_data(const std::string& bytes);
+
 }  // namespace host
 
 #endif
