@@ -87,6 +87,9 @@ package: packages-package ready-release ## make a Debian package, and a zip of t
 	@[ ! -e build/windows/build.ninja ] || tools/package-windows
 	@tools/check-packages build/packages
 
+wheel: packages-wheel ready-release ## make a Python wheel with the library in it
+	@tools/make-wheel build/release/lib/libquovel_adapter_2411.so build/wheel
+
 docs: packages-docs ## make pages of the host header; check the manual page
 	@mkdir -p build/docs && doxygen docs/Doxyfile && echo "build/docs/html/index.html"
 	@mandoc -T lint -W warning docs/qv_inspect.1
@@ -134,5 +137,5 @@ windows-deps: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test install asan tsan valgrind fuzz fuzz-cost mutants bench corpus windows test-windows windows-deps package docs pictures lint check format clean help
+.PHONY: run build test install asan tsan valgrind fuzz fuzz-cost mutants bench corpus windows test-windows windows-deps package wheel docs pictures lint check format clean help
 endif

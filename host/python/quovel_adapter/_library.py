@@ -8,13 +8,9 @@ import operator
 import os
 import pathlib
 import sys
+from collections.abc import Iterator
 from ctypes import POINTER, byref, c_double, c_int32, c_int64, c_uint8, c_uint32, c_void_p
-
-
-class QuovelError(Exception):
-    """A call failed. The text is that of the library, if it has one."""
-
-    __module__ = "quovel_adapter"
+from typing import Any, Union
 
 
 class ParseOption(ctypes.Structure):
@@ -32,7 +28,7 @@ _NAME = {"win32": "quovel_adapter_2411.dll", "darwin": "libquovel_adapter_2411.d
 )
 
 
-def _candidates():
+def _candidates() -> Iterator[pathlib.Path]:
     here = pathlib.Path(__file__).resolve()
     yield here.parent / _NAME
     above = list(here.parents)[1:5]  # fewer in a shallow folder
@@ -56,8 +52,10 @@ def _load() -> ctypes.CDLL:
     return ctypes.CDLL(path)
 
 
+Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
+
 _doubles, _ints, _count = POINTER(c_void_p), POINTER(c_void_p), POINTER(c_uint32)
-_SIGNATURES = {
+_SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "qv_reader_create": (c_void_p, []),
     "qv_reader_destroy": (None, [c_void_p]),
     "qv_reader_last_error": (c_void_p, [c_void_p]),
@@ -78,21 +76,23 @@ _SIGNATURES = {
     "qv_save_objects_as": (c_int32, [c_void_p, POINTER(c_void_p), c_int32, c_void_p]),
     "qv_adapter_halcon_version": (c_void_p, []),
 }
-for _result, _names in {
+_accessors: dict[Any, str] = {
     c_void_p: "label type_label value_summary object_class",
     c_uint32: "kind path_segment_kind path_index total_count object_count detail_entry_count",
     c_int32: "truncated is_image",
     c_int64: "value_count detail_line_count child_count",
-}.items():
+}
+for _result, _names in _accessors.items():
     _SIGNATURES.update({f"qv_node_{name}": (_result, [c_void_p]) for name in _names.split()})
-for _name, _result in {
+_elements: dict[str, Any] = {
     "value_type": c_uint32,
     "value_string": c_void_p,
     "value_int": c_int64,
     "value_real": c_double,
     "detail_line": c_void_p,
     "child": c_void_p,
-}.items():
+}
+for _name, _result in _elements.items():
     _SIGNATURES[f"qv_node_{_name}_at"] = (_result, [c_void_p, c_int32])
 
 library = _load()
@@ -119,7 +119,7 @@ def from_units(address: int) -> str:
         address += len(chunk)
 
 
-def to_units(text: str | bytes | os.PathLike) -> ctypes.Array:
+def to_units(text: Path) -> ctypes.Array[ctypes.c_char]:
     """A text or path as UTF-16 with a NUL at its end; keep the array until the call returns."""
     decoded = os.fsdecode(text)
     if "\0" in decoded:
@@ -153,10 +153,12 @@ class Buffers:
         for pointer in self._pointers:
             library.qv_free_buffer(pointer)
 
-    def out(self, index: int):
+    def out(self, index: int) -> Any:
         return byref(self._pointers[index])
 
     def bytes(self, index: int, size: int) -> bytearray:
         if size == 0:
             return bytearray()
-        return bytearray((c_uint8 * size).from_address(self._pointers[index].value))
+        address = self._pointers[index].value
+        assert address is not None  # the call succeeded
+        return bytearray((c_uint8 * size).from_address(address))

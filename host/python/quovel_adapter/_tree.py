@@ -7,15 +7,14 @@ import enum
 import operator
 import os
 from collections.abc import Iterable, Iterator, Sequence
-from typing import Any, Union
+from typing import Any, Callable, NoReturn, overload
 
-from . import _data, _notebook
-from ._library import ParseOption, QuovelError, c_void_p, checked_index, from_units, library, to_units
+from . import _convert, _data, _notebook
+from ._convert import Value
+from ._errors import QuovelError, failed_to_read, failed_to_write
+from ._library import ParseOption, Path, checked_index, from_units, library, to_units
 
-Value = Union[str, int, float]
-Path = Union[str, bytes, os.PathLike]
-
-_KINDS = {
+_KINDS: dict[str, Any] = {
     "dict": library.qv_reader_parse_file_with_options,
     "object": library.qv_reader_parse_object_file,
     "model3d": library.qv_reader_parse_object_model_3d_file,
@@ -52,7 +51,7 @@ def open(path: Path, kind: str | None = None, **options: Value) -> Reader:
 class _Uncopied:
     """Refers to the library's memory, so it cannot be copied or sent to another process."""
 
-    def __reduce_ex__(self, protocol: Any) -> Any:
+    def __reduce_ex__(self, protocol: Any) -> NoReturn:
         raise TypeError(f"a {type(self).__name__} cannot be copied or pickled")
 
 
@@ -60,10 +59,12 @@ class Reader(_Uncopied):
     """Opens files, one at a time. Only one thread at a time may use it. `with` closes it."""
 
     def __init__(self) -> None:
-        self._pointer = library.qv_reader_create()
+        self._pointer: int | None = library.qv_reader_create()
         if not self._pointer:
             raise MemoryError("no Reader could be created")
         self._generation = 0
+        self._path, self._kind = "", ""
+        self._options: dict[str, Value] = {}
         self._root: Node | None = None
 
     def open(self, path: Path, kind: str | None = None, **options: Value) -> Node:
@@ -86,7 +87,9 @@ class Reader(_Uncopied):
         self._root = None
         root = _KINDS[name](reader, file, *more)
         if not root:
-            raise QuovelError(self._last_error() or f"{os.fspath(path)!r} could not be opened")
+            text = self._last_error() or f"{os.fspath(path)!r} could not be opened"
+            raise failed_to_read(text, os.fsdecode(path))
+        self._path, self._kind, self._options = os.path.abspath(os.fsdecode(path)), name, dict(options)
         self._root = Node(self, root, None)
         return self._root
 
@@ -101,17 +104,21 @@ class Reader(_Uncopied):
     def save(self, nodes: Node | Iterable[Node], path: Path) -> None:
         """Writes one object node in the format of the extension, or the objects of several to one object file."""
         if isinstance(nodes, Node):
-            self._check(library.qv_save_object_as(self._alive(), nodes._pointer, to_units(path)))
-            return
+            done = library.qv_save_object_as(self._alive(), nodes._pointer, to_units(path))
+            return self._check_written(done, path)
         addresses = [node._pointer for node in nodes]
         if not addresses:
             raise ValueError("there are no nodes to save")
-        pointers = (c_void_p * len(addresses))(*addresses)
-        self._check(library.qv_save_objects_as(self._alive(), pointers, len(addresses), to_units(path)))
+        pointers = (ctypes.c_void_p * len(addresses))(*addresses)
+        done = library.qv_save_objects_as(self._alive(), pointers, len(addresses), to_units(path))
+        self._check_written(done, path)
 
     def convert(self, source: Path, target: Path, lenient: bool = False) -> None:
         """Converts a dictionary file to the format of the target's extension. The file that is open stays open."""
-        self._check(library.qv_reader_convert_dict_file(self._alive(), to_units(source), to_units(target), lenient))
+        done = library.qv_reader_convert_dict_file(self._alive(), to_units(source), to_units(target), lenient)
+        if done != 1 and not os.path.exists(source):
+            raise failed_to_read(self._last_error(), os.fsdecode(source))
+        self._check_written(done, target)
 
     def close(self) -> None:
         """Closes the Reader; its nodes become invalid. Closing it again has no effect."""
@@ -144,8 +151,13 @@ class Reader(_Uncopied):
         if done != 1:
             raise QuovelError(self._last_error() or "the node has no such data, or memory is exhausted")
 
+    def _check_written(self, done: int, path: Path) -> None:
+        if done != 1:
+            text = self._last_error() or "the node has no such data, or memory is exhausted"
+            raise failed_to_write(text, os.fsdecode(path))
 
-def _options(options: dict[str, Value]) -> tuple[ctypes.Array, list]:
+
+def _options(options: dict[str, Value]) -> tuple[ctypes.Array[ParseOption], list[ctypes.Array[ctypes.c_char]]]:
     """The records, and the texts that they point to, which must be kept."""
     records, texts = (ParseOption * len(options))(), []
     for record, (name, value) in zip(records, options.items()):
@@ -203,7 +215,7 @@ class Node(_Uncopied):
     def segment(self) -> str | int:
         """How the parent addresses it: by a key or by an index."""
         by_index = library.qv_node_path_segment_kind(self._pointer) == 1
-        return library.qv_node_path_index(self._pointer) if by_index else self.label
+        return int(library.qv_node_path_index(self._pointer)) if by_index else self.label
 
     @property
     def place(self) -> str:
@@ -234,7 +246,7 @@ class Node(_Uncopied):
         return Children(self)
 
     def __len__(self) -> int:
-        return library.qv_node_child_count(self._pointer)
+        return int(library.qv_node_child_count(self._pointer))
 
     def __bool__(self) -> bool:
         return True  # a node without children is a node
@@ -243,10 +255,27 @@ class Node(_Uncopied):
         return iter(self.children)
 
     def keys(self) -> list[str]:
+        """The labels of the children."""
         return [child.label for child in self]
 
-    def __getitem__(self, segment: str | int) -> Node:
-        """The child with that key or at that position, counted from the end if negative."""
+    def values(self) -> list[Node]:
+        """The children."""
+        return list(self.children)
+
+    def items(self) -> list[tuple[str, Node]]:
+        """The children with their labels."""
+        return [(child.label, child) for child in self]
+
+    @overload
+    def __getitem__(self, segment: str | int) -> Node: ...
+
+    @overload
+    def __getitem__(self, segment: slice) -> list[Node]: ...
+
+    def __getitem__(self, segment: str | int | slice) -> Node | list[Node]:
+        """The child with that key or at that position, counted from the end if negative; several for a slice."""
+        if isinstance(segment, slice):
+            return self.children[segment]
         if not isinstance(segment, str):
             return self.children[operator.index(segment)]
         for child in self:
@@ -262,10 +291,10 @@ class Node(_Uncopied):
         node = self
         for part in filter(None, place.split("/")):
             segment = "" if part == "~" else part.replace("~1", "/").replace("~0", "~")
-            matches = (child for child in node if str(child.segment) == segment)
-            node = next(matches, None)
-            if node is None:
+            found = next((child for child in node if str(child.segment) == segment), None)
+            if found is None:
                 raise KeyError(place)
+            node = found
         return node
 
     def walk(self, depth: int | None = None) -> Iterator[tuple[int, Node]]:
@@ -286,24 +315,41 @@ class Node(_Uncopied):
     # ---- Values
 
     @property
-    def values(self) -> list[Value]:
-        """The typed values, at most the first 1000: see `truncated`."""
-        pointer = self._pointer
-        return [_value(pointer, i) for i in range(library.qv_node_value_count(pointer))]
+    def elements(self) -> list[Value]:
+        """All values. The library keeps 1000 of them; more are read from the dictionary file again. Of other files, reals
+        after these have six digits: a PrecisionWarning says so."""
+        return _convert.all_values(self)
 
     @property
     def value(self) -> Value | list[Value]:
         """The only value, or the list of values."""
-        values = self.values
+        values = self.elements
         return values[0] if len(values) == 1 else values
+
+    def to_dict(self, default: Callable[[Node], Any] | None = None) -> Any:
+        """Dictionaries, lists and values; images, geometry and matrices as arrays. What cannot be converted is a TypeError
+        with its place, or what `default` returns for the node."""
+        return _convert.to_python(self, default)
+
+    def to_dataframe(self) -> Any:
+        """A pandas DataFrame of a dictionary whose values are tuples of one length."""
+        return _convert.data_frame(self)
+
+    def __array__(self, dtype: Any = None, copy: bool | None = None) -> Any:
+        """For numpy.asarray: the values of a tuple, the stored values of an image, points, runs, a matrix."""
+        if copy is False:
+            raise ValueError("an array of a node is always a copy")
+        array = _convert.array(self)
+        return array if dtype is None else array.astype(dtype)
 
     @property
     def total_count(self) -> int:
-        return library.qv_node_total_count(self._pointer)
+        return int(library.qv_node_total_count(self._pointer))
 
     @property
     def truncated(self) -> bool:
-        return library.qv_node_truncated(self._pointer) != 0
+        """Whether the library keeps only the first 1000 values."""
+        return bool(library.qv_node_truncated(self._pointer))
 
     @property
     def value_text(self) -> str:
@@ -314,7 +360,7 @@ class Node(_Uncopied):
 
     @property
     def object_count(self) -> int:
-        return library.qv_node_object_count(self._pointer) if self.kind == Kind.OBJECT else 0
+        return int(library.qv_node_object_count(self._pointer)) if self.kind == Kind.OBJECT else 0
 
     def object_class(self, index: int | None = None) -> str:
         """The class of one object, or of all ("mixed" if they differ): "image", "region", "xld_cont", ..."""
@@ -324,13 +370,31 @@ class Node(_Uncopied):
         return self.details[checked_index(index)].partition(":")[0]
 
     def channel_count(self, index: int = 0) -> int:
-        count = library.qv_node_image_channel_count(self._reader._alive(), self._pointer, checked_index(index))
+        count: int = library.qv_node_image_channel_count(self._reader._alive(), self._pointer, self._checked(index))
         self._reader._check(count >= 0)
         return count
 
-    def image(self, index: int = 0) -> Any:
-        """The pixels as bytes: a NumPy array (height, width[, 3 or 4 of RGBA]), or Pixels without NumPy."""
+    def image(self, index: int = 0, raw: bool = False) -> Any:
+        """The pixels as bytes: a NumPy array (height, width[, 3 or 4 of RGBA]), or Pixels without NumPy.
+
+        With `raw`, the stored values of all channels in their own type, as a NumPy array; 0 outside of the domain. They
+        go through a temporary file.
+        """
+        if raw:
+            return self._extract(_data.raw_image, index, self.object_count)
+        channels = self.channel_count(index)
+        if channels not in (1, 3, 4):
+            raise QuovelError(f"an image of {channels} channels has no colors; image(raw=True) returns its values")
         return self._extract(_data.image, index)
+
+    def domain(self, index: int = 0) -> Any:
+        """Where an image is defined: a NumPy array (height, width) of bool."""
+        description = self.summary if self.object_count == 1 else None
+        return self._extract(_data.domain, index, self.channel_count(index), description)
+
+    def _pixels(self, index: int) -> _data.Pixels:
+        pixels: _data.Pixels = self._extract(_data.pixels, index)
+        return pixels
 
     def points(self, index: int = 0) -> Any:
         """The rows and columns of a contour's or polygon's points, (n, 2)."""
@@ -348,11 +412,14 @@ class Node(_Uncopied):
         self._reader.save(self, path)
 
     def _extract(self, extract: Any, index: int, *more: Any) -> Any:
+        index = self._checked(index)
+        return extract(self._reader._check, self._reader._alive(), self._pointer, index, *more)
+
+    def _checked(self, index: int) -> int:
         index = checked_index(index)
-        reader = self._reader._alive()
         if self.kind == Kind.OBJECT and index >= self.object_count:
             raise IndexError(f"no object at index {index}: the node has {self.object_count}")
-        return extract(self._reader._check, reader, self._pointer, index, *more)
+        return index
 
     # ---- Display
 
@@ -366,14 +433,7 @@ class Node(_Uncopied):
         return _notebook.html(self)
 
 
-def _value(pointer: int, index: int) -> Value:
-    kind = library.qv_node_value_type_at(pointer, index)
-    if kind == 0:
-        return from_units(library.qv_node_value_string_at(pointer, index))
-    return (library.qv_node_value_int_at if kind == 1 else library.qv_node_value_real_at)(pointer, index)
-
-
-class Children(Sequence):
+class Children(Sequence["Node"]):
     """The children of a node."""
 
     def __init__(self, node: Node) -> None:
@@ -382,7 +442,13 @@ class Children(Sequence):
     def __len__(self) -> int:
         return len(self._node)
 
-    def __getitem__(self, index: Any) -> Any:
+    @overload
+    def __getitem__(self, index: int) -> Node: ...
+
+    @overload
+    def __getitem__(self, index: slice) -> list[Node]: ...
+
+    def __getitem__(self, index: int | slice) -> Node | list[Node]:
         if isinstance(index, slice):
             return [self[i] for i in range(*index.indices(len(self)))]
         count = len(self)
