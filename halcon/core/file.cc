@@ -39,6 +39,9 @@ bool read_status(int file, Status& status) noexcept { return _fstat64(file, &sta
 std::ptrdiff_t read_some(int file, void* to, std::size_t bytes) noexcept {
   return _read(file, to, static_cast<unsigned>(bytes));
 }
+bool set_position(int file, std::uint64_t position) noexcept {
+  return _lseeki64(file, static_cast<std::int64_t>(position), SEEK_SET) >= 0;
+}
 void close_file(int file) noexcept { _close(file); }
 int open_to_write(const fs::path& name, bool is_new) noexcept {
   const int flags = _O_WRONLY | _O_BINARY | _O_NOINHERIT | (is_new ? _O_CREAT | _O_EXCL : _O_TRUNC);
@@ -60,6 +63,9 @@ std::ptrdiff_t read_some(int file, void* to, std::size_t bytes) noexcept {
   do count = ::read(file, to, bytes);
   while (count < 0 && errno == EINTR);
   return count;
+}
+bool set_position(int file, std::uint64_t position) noexcept {
+  return ::lseek(file, static_cast<off_t>(position), SEEK_SET) >= 0;
 }
 void close_file(int file) noexcept { ::close(file); }
 int open_to_write(const fs::path& name, bool is_new) noexcept {
@@ -161,6 +167,12 @@ void InputFile::read(void* to, std::size_t bytes) {
     left -= static_cast<std::size_t>(count);
   }
   position_ += bytes;
+}
+
+void InputFile::seek(std::uint64_t position) {
+  if (position > size_) fail("the file ends too early");
+  if (!set_position(descriptor_, position)) fail("the file could not be read to its end: " + system_reason(errno));
+  position_ = position;
 }
 
 Buffer<std::byte> InputFile::read_all() {

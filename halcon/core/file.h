@@ -29,8 +29,11 @@ class InputFile {
   InputFile& operator=(const InputFile&) = delete;
 
   std::uint64_t size() const noexcept { return size_; }
-  // The bytes that have not been read, by the size that the file had when it was opened.
+  std::uint64_t position() const noexcept { return position_; }
+  // The bytes behind the position, by the size that the file had when it was opened.
   std::uint64_t left() const noexcept { return size_ - position_; }
+  // Sets the position, at most the size.
+  void seek(std::uint64_t position);
   // Reads exactly that many bytes; fails when the file ends before.
   void read(void* to, std::size_t bytes);
   Buffer<std::byte> read_all();  // that are left

@@ -2,9 +2,7 @@
 #ifndef HALCONCPP_DLMODELS_DL_MODEL_H
 #define HALCONCPP_DLMODELS_DL_MODEL_H
 
-#include <cstddef>
-#include <span>
-
+#include "core/file.h"
 #include "core/handle_data.h"
 #include "dicts/entry_table.h"
 
@@ -18,8 +16,8 @@ struct DlModelData final : HandleData {
   EntryTable table;
 };
 
-// Reads an ONNX model; `file` is the whole file. Fails when it is something else, cut off or damaged.
-HHandle read_onnx(std::span<const std::byte> file);
+// Reads an ONNX model. Fails when the file is something else, cut off or damaged.
+HHandle read_onnx(InputFile& file);
 
 }  // namespace HalconCpp::detail
 

@@ -1,4 +1,3 @@
-#include <span>
 #include <utility>
 
 #include "HalconCpp.h"
@@ -13,12 +12,6 @@
 namespace HalconCpp {
 
 using namespace detail;
-
-#if !HALCONCPP_HAVE_ONNX
-HHandle detail::read_onnx(std::span<const std::byte>) {
-  fail("this build reads no ONNX files (built without libonnx)");
-}
-#endif
 
 void CreateDlModel(const HTuple& dict, HTuple* model) {
   operate("CreateDlModel", [&] {

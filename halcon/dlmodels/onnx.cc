@@ -1,21 +1,16 @@
-// ONNX models, read by their own schema (onnx.proto, ModelProto). The one file that includes its headers.
-#include <google/protobuf/arena.h>
-#include <google/protobuf/io/coded_stream.h>
-#include <google/protobuf/wire_format_lite.h>
-#include <onnx/onnx.pb.h>
-
+// ONNX models, after "Open Neural Network Exchange Intermediate Representation" and its schema, onnx.proto: messages
+// and fields have the names and the numbers that they have there.
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <limits>
 #include <map>
-#include <set>
-#include <span>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -23,10 +18,13 @@
 #include "core/access.h"
 #include "core/buffer.h"
 #include "core/failure.h"
+#include "core/file.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
 #include "dicts/entry_table.h"
 #include "dlmodels/dl_model.h"
+#include "dlmodels/onnx_schema.h"
+#include "dlmodels/wire.h"
 
 namespace HalconCpp::detail {
 
@@ -37,7 +35,7 @@ template <class Data>
 class Filling {
  public:
   void set(const char* key, HTuple value) { data_->table.set(Access::text_tuple(key), std::move(value)); }
-  // Names in a file may be empty or repeat: then the key is the entry's number.
+  // Names of a file may be empty or repeat: such an entry goes by its number.
   void set(const std::string& name, int number, HTuple value) {
     HTuple key = Access::text_tuple(name);
     if (name.empty() || data_->table.find(key)) key = number;
@@ -52,7 +50,7 @@ class Filling {
 };
 
 using Dict = Filling<DictData>;
-using Model = Filling<DlModelData>;
+using Entries = Filling<DlModelData>;
 
 // A dictionary of a few entries; all that are made of the same keys share them.
 HTuple record(const HTuple& keys, std::initializer_list<HTuple> values) {
@@ -82,217 +80,381 @@ std::string element_type(int type) {
   return "type " + std::to_string(type);
 }
 
-// A size that is known is an integer; one that has only a name is that name, and any other "?".
-HTuple shape_of(const onnx::TensorShapeProto& shape) {
-  std::vector<HTuple> sizes;
-  for (const auto& size : shape.dim()) {
-    if (size.has_dim_value())
-      sizes.emplace_back(Hlong{size.dim_value()});
-    else
-      sizes.push_back(text(size.has_dim_param() ? size.dim_param() : "?"));
-  }
-  return Access::elements(std::move(sizes));
-}
+// The fields of TypeProto that say what a type is.
+enum TypeField : std::uint32_t {
+  no_type,
+  tensor_type,
+  sequence_type = 4,
+  map_type,
+  sparse_tensor_type = 8,
+  optional_type
+};
 
+// What is kept of a TypeProto. A sequence, a map and an optional have a type in them.
 struct Type {
-  std::string name;
-  const onnx::TensorShapeProto* shape = nullptr;  // if it has a shape
+  std::uint32_t is = no_type;
+  std::int32_t element = 0;  // elem_type, or key_type of a map
+  bool has_shape = false;
+  std::vector<HTuple> shape;
+  std::unique_ptr<Type> held;
+
+  // The last of such fields says what the type is; when it comes again, both are taken together.
+  void become(std::uint32_t field) {
+    if (is == field) return;
+    *this = Type();
+    is = field;
+    if (field != tensor_type && field != sparse_tensor_type) held = std::make_unique<Type>();
+  }
+  Type& innermost() {
+    Type* last = this;
+    while (last->held) last = last->held.get();
+    return *last;
+  }
 };
 
 // Sequences, maps and optionals name what they hold: "sequence(float)".
-Type type_of(const onnx::TypeProto& proto) {
-  Type type;
-  std::string closing;
-  const auto tensor = [&](const auto& held) {
-    type.name += element_type(held.elem_type());
-    if (held.has_shape()) type.shape = &held.shape();
-  };
-  const auto within = [&](const std::string& holder, const onnx::TypeProto& held) {
-    type.name += holder;
-    closing += ')';
-    return &held;
-  };
-  for (const onnx::TypeProto* at = &proto; at;) {
-    const onnx::TypeProto* held = nullptr;
-    if (at->has_tensor_type()) {
-      tensor(at->tensor_type());
-    } else if (at->has_sparse_tensor_type()) {
-      type.name += "sparse ";
-      tensor(at->sparse_tensor_type());
-    } else if (at->has_sequence_type()) {
-      held = within("sequence(", at->sequence_type().elem_type());
-    } else if (at->has_optional_type()) {
-      held = within("optional(", at->optional_type().elem_type());
-    } else if (at->has_map_type()) {
-      held = within("map(" + element_type(at->map_type().key_type()) + ", ", at->map_type().value_type());
-    } else {
-      type.name += element_type(0);
-    }
-    at = held;
+std::string name_of(const Type& type) {
+  std::string name, closing;
+  for (const Type* at = &type; at; at = at->held.get()) {
+    if (at->held) closing += ')';
+    if (at->is == sequence_type)
+      name += "sequence(";
+    else if (at->is == optional_type)
+      name += "optional(";
+    else if (at->is == map_type)
+      name += "map(" + element_type(at->element) + ", ";
+    else
+      name += (at->is == sparse_tensor_type ? "sparse " : "") + element_type(at->element);
   }
-  type.name += closing;
-  return type;
+  return name + closing;
 }
 
-HTuple describe(const onnx::ValueInfoProto& value) {
+HTuple describe(const std::string& name, Type type) {
   static const auto& shapeless = *new HTuple(texts({"name", "element_type"}));
   static const auto& shaped = *new HTuple(texts({"name", "element_type", "shape"}));
-  const Type type = type_of(value.type());
-  if (!type.shape) return record(shapeless, {text(value.name()), text(type.name)});
-  return record(shaped, {text(value.name()), text(type.name), shape_of(*type.shape)});
+  const std::string type_name = name_of(type);
+  Type& last = type.innermost();
+  if (!last.has_shape) return record(shapeless, {text(name), text(type_name)});
+  return record(shaped, {text(name), text(type_name), Access::elements(std::move(last.shape))});
 }
 
-using Values = google::protobuf::RepeatedPtrField<onnx::ValueInfoProto>;
+// An input or output.
+struct Value {
+  std::string name;
+  HTuple shown;
+};
 
-// One dictionary per value; those whose names are in `except` are left out.
-HTuple describe(const Values& values, const std::set<std::string_view>& except) {
+// The values but those whose names are in `except`, which is sorted.
+HTuple shown(std::vector<Value>& values, const std::vector<std::string>& except) {
   std::vector<HTuple> dicts;
-  for (const onnx::ValueInfoProto& value : values)
-    if (!except.contains(value.name())) dicts.push_back(describe(value));
+  for (Value& value : values)
+    if (!std::binary_search(except.begin(), except.end(), value.name)) dicts.push_back(std::move(value.shown));
   return Access::elements(std::move(dicts));
 }
 
+constexpr Hlong max_count = std::numeric_limits<Hlong>::max();
+
 // The largest integer when the product is beyond it, 0 when a size is negative.
-Hlong element_count(const onnx::TensorProto& tensor) {
+Hlong element_count(const Buffer<Hlong>& dims) {
   Hlong count = 1;
-  for (const Hlong size : tensor.dims()) {
+  for (const Hlong size : dims) {
     if (size <= 0) return 0;
-    count = count > std::numeric_limits<Hlong>::max() / size ? std::numeric_limits<Hlong>::max() : count * size;
+    count = count > max_count / size ? max_count : count * size;
   }
   return count;
 }
 
-HTuple dims_of(const onnx::TensorProto& tensor) {
-  Buffer<Hlong> dims;
-  for (const Hlong size : tensor.dims()) dims.push_back(size);
-  return Access::integers(std::move(dims));
-}
-
-// The tensors that are stored in the model, and how many numbers they hold.
-void show_initializers(Model& model, const onnx::GraphProto& graph) {
-  static const auto& keys = *new HTuple(texts({"element_type", "shape"}));
-  Dict initializers;
-  Hlong parameters = 0;
-  for (int i = 0; i < graph.initializer_size(); ++i) {
-    const onnx::TensorProto& tensor = graph.initializer(i);
-    initializers.set(tensor.name(), i, record(keys, {text(element_type(tensor.data_type())), dims_of(tensor)}));
-    const Hlong count = element_count(tensor);
-    parameters =
-        count > std::numeric_limits<Hlong>::max() - parameters ? std::numeric_limits<Hlong>::max() : parameters + count;
+// Memory for what is kept of a file, counted until the reading ends.
+class Charges {
+ public:
+  Charges() = default;
+  ~Charges() { credit_memory(bytes_); }
+  Charges(const Charges&) = delete;
+  Charges& operator=(const Charges&) = delete;
+  void add(std::uint64_t bytes) {
+    charge_memory(bytes);
+    bytes_ += bytes;
   }
-  model.set("num_parameters", parameters);
-  model.set("initializers", initializers.tuple());
-}
 
-// Operator types with their counts, the most frequent first.
-HTuple operator_types(const onnx::GraphProto& graph) {
-  std::map<std::string_view, Hlong> counts;
-  for (const onnx::NodeProto& node : graph.node()) ++counts[node.op_type()];
-  std::vector<std::pair<std::string_view, Hlong>> sorted(counts.begin(), counts.end());
-  std::stable_sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
-  Dict dict;
-  int number = 0;
-  for (const auto& [type, count] : sorted) dict.set(std::string(type), number++, count);
-  return dict.tuple();
-}
+ private:
+  std::uint64_t bytes_ = 0;
+};
 
-// In many files layers have no names: then the name of the first output is used.
-HTuple layer_names(const onnx::GraphProto& graph) {
-  std::vector<HTuple> names;
-  names.reserve(static_cast<std::size_t>(graph.node_size()));
-  for (const onnx::NodeProto& node : graph.node())
-    names.push_back(text(node.name().empty() && node.output_size() > 0 ? node.output(0) : node.name()));
-  return Access::elements(std::move(names));
-}
+// Reads a ModelProto. A message that comes again adds to what it was, and the last value of a field holds.
+class ModelReader {
+ public:
+  explicit ModelReader(InputFile& file) : wire_(file, limits::onnx_nesting) {}
 
-void show_graph(Model& model, const onnx::GraphProto& graph) {
-  std::set<std::string_view> initialized;
-  for (const onnx::TensorProto& tensor : graph.initializer()) initialized.insert(tensor.name());
-  model.set("graph_name", text(graph.name()));
-  model.set("inputs", describe(graph.input(), initialized));
-  model.set("outputs", describe(graph.output(), {}));
-  model.set("num_layers", Hlong{graph.node_size()});
-  model.set("operator_types", operator_types(graph));
-  model.set("layer_names", layer_names(graph));
-  show_initializers(model, graph);
-}
-
-void show_origin(Model& model, const onnx::ModelProto& proto) {
-  model.set("type", "onnx");
-  model.set("producer_name", text(proto.producer_name()));
-  model.set("producer_version", text(proto.producer_version()));
-  model.set("domain", text(proto.domain()));
-  model.set("model_version", Hlong{proto.model_version()});
-  model.set("doc_string", text(proto.doc_string()));
-  model.set("ir_version", Hlong{proto.ir_version()});
-  Dict opsets;
-  for (int i = 0; i < proto.opset_import_size(); ++i) {
-    const auto& opset = proto.opset_import(i);
-    opsets.set(opset.domain().empty() ? "ai.onnx" : opset.domain(), i, Hlong{opset.version()});
+  HHandle read() {
+    read_model();
+    if (!has_graph_) fail("is no ONNX model, or is cut off: it holds no graph");
+    // Older versions had no operator sets.
+    if (ir_version_ >= 3 && opset_count_ == 0) fail("is cut off: it names no operator set");
+    Entries model;
+    show_origin(model);
+    show_graph(model);
+    model.set("metadata", metadata_.tuple());
+    return model.handle();
   }
-  model.set("opset_import", opsets.tuple());
-}
 
-HTuple metadata(const onnx::ModelProto& proto) {
-  Dict dict;
-  for (int i = 0; i < proto.metadata_props_size(); ++i)
-    dict.set(proto.metadata_props(i).key(), i, text(proto.metadata_props(i).value()));
-  return dict.tuple();
-}
+  // Whether at least the outermost fields are whole.
+  bool outer_fields_fill_file() { return wire_.outer_fields_fill_file(); }
 
-using Stream = google::protobuf::io::CodedInputStream;
-
-Stream stream_of(std::span<const std::byte> file) {
-  return Stream(reinterpret_cast<const std::uint8_t*>(file.data()), static_cast<int>(file.size()));
-}
-
-// Whether the fields of the outermost message fill the file to its end; what they contain is not checked.
-bool fields_fill(std::span<const std::byte> file) {
-  Stream stream = stream_of(file);
-  while (const std::uint32_t tag = stream.ReadTag())
-    if (!google::protobuf::internal::WireFormatLite::SkipField(&stream, tag)) return false;
-  return stream.ConsumedEntireMessage();
-}
-
-// The memory of the messages, in blocks of some KiB.
-void* allocate_counted(std::size_t bytes) {
-  charge_memory(bytes);
-  return ::operator new(bytes);
-}
-
-void free_counted(void* block, std::size_t bytes) {
-  credit_memory(bytes);
-  ::operator delete(block);
-}
-
-void parse(std::span<const std::byte> file, onnx::ModelProto& proto) {
-  if (file.size() > INT_MAX) fail("has more than 2 GiB, the limit of ONNX files");
-  // From an array, protobuf compares the declared length of a string with the bytes that are left. From a stream it
-  // would reserve up to 50 MB for it first. An array is read to protobuf's own nesting limit, which is onnx_nesting.
-  if (!proto.ParsePartialFromArray(file.data(), static_cast<int>(file.size()))) {
-    if (!fields_fill(file)) fail("is not an ONNX model, or is cut off");
-    fail("is not an ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
-         " deep");
+ private:
+  bool take(Field field, std::uint32_t number, std::string& to) {
+    if (!field.is(number, WireType::Bytes)) return false;
+    const std::size_t length = wire_.length();
+    kept_.add(2 * std::uint64_t{length});  // here and in the tuple that is made of it
+    to = wire_.text(length);
+    return true;
   }
-  if (!proto.has_graph()) fail("is not an ONNX model, or is cut off: it holds no graph");
-  // Older versions had no operator sets.
-  if (proto.ir_version() >= 3 && proto.opset_import_size() == 0) fail("is cut off: it names no operator set");
-}
+  template <class Integer>
+  requires std::is_integral_v<Integer>
+  bool take(Field field, std::uint32_t number, Integer& to) {
+    if (!field.is(number, WireType::Varint)) return false;
+    to = static_cast<Integer>(wire_.varint());
+    return true;
+  }
+  template <class Body>
+  requires std::is_invocable_v<Body>
+  bool take(Field field, std::uint32_t number, Body body) {
+    if (!field.is(number, WireType::Bytes)) return false;
+    kept_.add(64);
+    wire_.message(body);
+    return true;
+  }
+
+  // What is not kept is looked through all the same: a model is whole or it is not one.
+  bool look_through(onnx::Message of, Field field) {
+    const onnx::Part* part = part_of(of, field);
+    if (!part) return false;
+    if (part->content == onnx::Content::Message)
+      wire_.message([&] { look_through(part->message); });
+    else
+      skip_numbers(part->content);
+    return true;
+  }
+  void look_through(onnx::Message message) {
+    struct Outer {
+      onnx::Message message;
+      std::uint64_t end;
+    };
+    std::vector<Outer> outside;
+    for (;;) {
+      if (wire_.at_end()) {
+        if (outside.empty()) return;
+        message = outside.back().message;
+        wire_.leave(outside.back().end);
+        outside.pop_back();
+        continue;
+      }
+      const Field field = wire_.next_field();
+      const onnx::Part* part = part_of(message, field);
+      if (!part) {
+        wire_.skip(field);
+      } else if (part->content == onnx::Content::Message) {
+        outside.push_back({message, wire_.enter()});
+        message = part->message;
+      } else {
+        skip_numbers(part->content);
+      }
+    }
+  }
+  static const onnx::Part* part_of(onnx::Message message, Field field) {
+    return field.type == WireType::Bytes ? onnx::part_of(message, field.number) : nullptr;
+  }
+  void skip_numbers(onnx::Content content) {
+    if (content == onnx::Content::Varints) return wire_.varints([](std::uint64_t) {});
+    const std::size_t length = wire_.length(), size = content == onnx::Content::Fixed32 ? 4 : 8;
+    if (length % size != 0) throw MalformedMessage();
+    wire_.skip_bytes(length);
+  }
+
+  void read_model() {
+    wire_.fields([&](Field field) {
+      return take(field, 1, ir_version_) || take(field, 2, producer_name_) || take(field, 3, producer_version_) ||
+             take(field, 4, domain_) || take(field, 5, model_version_) || take(field, 6, doc_string_) ||
+             take(field, 7, [&] { read_graph(); }) || take(field, 8, [&] { read_opset(); }) ||
+             take(field, 14, [&] { read_metadata(); }) || look_through(onnx::Message::Model, field);
+    });
+  }
+
+  // OperatorSetIdProto
+  void read_opset() {
+    std::string domain;
+    Hlong version = 0;
+    wire_.fields([&](Field field) { return take(field, 1, domain) || take(field, 2, version); });
+    opsets_.set(domain.empty() ? "ai.onnx" : domain, opset_count_++, version);
+  }
+
+  // StringStringEntryProto
+  void read_metadata() {
+    std::string key, value;
+    wire_.fields([&](Field field) { return take(field, 1, key) || take(field, 2, value); });
+    metadata_.set(key, metadata_count_++, text(value));
+  }
+
+  void read_graph() {
+    has_graph_ = true;
+    wire_.fields([&](Field field) {
+      return take(field, 1, [&] { read_node(); }) || take(field, 2, graph_name_) ||
+             take(field, 5, [&] { read_initializer(); }) || take(field, 11, [&] { read_value(inputs_); }) ||
+             take(field, 12, [&] { read_value(outputs_); }) || look_through(onnx::Message::Graph, field);
+    });
+  }
+
+  // In many files layers have no names: then the name of the first output is used.
+  void read_node() {
+    std::string first_output, output, name, op_type;
+    bool has_output = false;
+    wire_.fields([&](Field field) {
+      if (!take(field, 2, output))
+        return take(field, 3, name) || take(field, 4, op_type) || look_through(onnx::Message::Node, field);
+      if (!std::exchange(has_output, true)) first_output = std::move(output);
+      return true;
+    });
+    ++op_types_[std::move(op_type)];
+    layer_names_.push_back(text(name.empty() ? first_output : name));
+  }
+
+  // A tensor that is stored in the model.
+  void read_initializer() {
+    static const auto& keys = *new HTuple(texts({"element_type", "shape"}));
+    std::string name;
+    std::int32_t type = 0;
+    Buffer<Hlong> dims;
+    const auto add = [&](std::uint64_t size) { dims.push_back(static_cast<Hlong>(size)); };
+    wire_.fields([&](Field field) {
+      if (field.is(1, WireType::Bytes)) return wire_.varints(add), true;
+      if (field.is(1, WireType::Varint)) return add(wire_.varint()), true;
+      return take(field, 2, type) || take(field, 8, name) || look_through(onnx::Message::Tensor, field);
+    });
+    const Hlong count = element_count(dims);
+    parameters_ = count > max_count - parameters_ ? max_count : parameters_ + count;
+    initializers_.set(name, initializer_count_++,
+                      record(keys, {text(element_type(type)), Access::integers(std::move(dims))}));
+    initialized_.push_back(std::move(name));
+  }
+
+  void read_value(std::vector<Value>& values) {
+    std::string name;
+    Type type;
+    wire_.fields([&](Field field) {
+      return take(field, 1, name) || take(field, 2, [&] { read_type(type); }) ||
+             look_through(onnx::Message::ValueInfo, field);
+    });
+    HTuple described = describe(name, std::move(type));
+    values.push_back({std::move(name), std::move(described)});
+  }
+
+  // Types in types by a list of those around the one at hand.
+  void read_type(Type& outermost) {
+    struct Level {
+      onnx::Message message;
+      Type* type;
+      std::uint64_t outer_end;
+    };
+    std::vector<Level> levels{{onnx::Message::Type, &outermost, 0}};
+    for (;;) {
+      const auto [message, type, outer_end] = levels.back();
+      if (wire_.at_end()) {
+        levels.pop_back();
+        if (levels.empty()) return;
+        wire_.leave(outer_end);
+        continue;
+      }
+      const Field field = wire_.next_field();
+      const onnx::Part* part = part_of(message, field);
+      if (!part) {
+        const bool has_element = message == onnx::Message::TensorType || message == onnx::Message::MapType;
+        if (!has_element || !take(field, 1, type->element)) wire_.skip(field);
+      } else if (part->message == onnx::Message::Shape) {
+        wire_.message([&, of = type] { read_shape(*of); });
+      } else {
+        kept_.add(64);
+        if (message == onnx::Message::Type) type->become(field.number);
+        levels.push_back({part->message, message == onnx::Message::Type ? type : type->held.get(), wire_.enter()});
+      }
+    }
+  }
+
+  void read_shape(Type& type) {
+    type.has_shape = true;
+    wire_.fields([&](Field dim) { return take(dim, 1, [&] { type.shape.push_back(read_dimension()); }); });
+  }
+
+  // A size that is known is an integer; one that has only a name is that name, and any other "?".
+  HTuple read_dimension() {
+    HTuple size = text("?");
+    Hlong dim_value = 0;
+    std::string dim_param;
+    wire_.fields([&](Field field) {
+      if (take(field, 1, dim_value)) return size = dim_value, true;
+      if (take(field, 2, dim_param)) return size = text(dim_param), true;
+      return false;
+    });
+    return size;
+  }
+
+  void show_origin(Entries& model) const {
+    model.set("type", "onnx");
+    model.set("producer_name", text(producer_name_));
+    model.set("producer_version", text(producer_version_));
+    model.set("domain", text(domain_));
+    model.set("model_version", model_version_);
+    model.set("doc_string", text(doc_string_));
+    model.set("ir_version", ir_version_);
+    model.set("opset_import", opsets_.tuple());
+  }
+
+  void show_graph(Entries& model) {
+    std::sort(initialized_.begin(), initialized_.end());
+    model.set("graph_name", text(graph_name_));
+    model.set("inputs", shown(inputs_, initialized_));
+    model.set("outputs", shown(outputs_, {}));
+    model.set("num_layers", static_cast<Hlong>(layer_names_.size()));
+    model.set("operator_types", shown_op_types());
+    model.set("layer_names", Access::elements(std::move(layer_names_)));
+    model.set("num_parameters", parameters_);
+    model.set("initializers", initializers_.tuple());
+  }
+
+  // With their counts, the most frequent first.
+  HTuple shown_op_types() const {
+    std::vector<std::pair<std::string_view, Hlong>> sorted(op_types_.begin(), op_types_.end());
+    std::stable_sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
+    Dict dict;
+    int number = 0;
+    for (const auto& [type, count] : sorted) dict.set(std::string(type), number++, count);
+    return dict.tuple();
+  }
+
+  WireReader wire_;
+  Charges kept_;
+  Hlong ir_version_ = 0, model_version_ = 0;
+  std::string producer_name_, producer_version_, domain_, doc_string_, graph_name_;
+  Dict opsets_, metadata_, initializers_;
+  int opset_count_ = 0, metadata_count_ = 0, initializer_count_ = 0;
+  bool has_graph_ = false;
+  std::vector<Value> inputs_, outputs_;
+  std::vector<HTuple> layer_names_;
+  std::map<std::string, Hlong> op_types_;
+  std::vector<std::string> initialized_;  // the names of the initializers
+  Hlong parameters_ = 0;
+};
 
 }  // namespace
 
-HHandle read_onnx(std::span<const std::byte> file) {
-  google::protobuf::ArenaOptions options;
-  options.block_alloc = allocate_counted;
-  options.block_dealloc = free_counted;
-  google::protobuf::Arena arena(options);
-  onnx::ModelProto& proto = *google::protobuf::Arena::CreateMessage<onnx::ModelProto>(&arena);
-  parse(file, proto);
-  Model model;
-  show_origin(model, proto);
-  show_graph(model, proto.graph());
-  model.set("metadata", metadata(proto));
-  return model.handle();
+HHandle read_onnx(InputFile& file) {
+  if (file.size() > std::numeric_limits<std::int32_t>::max()) fail("has more than 2 GiB, the limit of ONNX files");
+  ModelReader reader(file);
+  try {
+    return reader.read();
+  } catch (const MalformedMessage&) {
+    if (!reader.outer_fields_fill_file()) fail("is no ONNX model, or is cut off");
+    fail("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
+         " deep");
+  }
 }
 
 }  // namespace HalconCpp::detail

@@ -85,7 +85,8 @@ HHandle read_model3d(std::string_view path) {
 HHandle read_dl_model(std::string_view path) {
   if (is_container(path)) return read_container_handle(path, container::HandleKind::DlModel);
   if (extension_of(path) == "hdl") reject_file(path, dl_model_file);
-  return read_onnx(read_file(path));
+  InputFile file(path);
+  return read_onnx(file);
 }
 
 template <class Data>

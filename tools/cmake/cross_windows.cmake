@@ -1,10 +1,10 @@
 # What a cross-build for Windows on Debian needs beside the compiler.
 
-# Header-only libraries and the ONNX schema: their own folders are linked into the build tree and found there. /usr/include as a whole must
+# Header-only libraries: their own folders are linked into the build tree and found there. /usr/include as a whole must
 # never reach MinGW, it holds the C library of this machine.
 set(headers ${CMAKE_BINARY_DIR}/headers)
-file(MAKE_DIRECTORY ${headers}/include ${headers}/include/onnx ${headers}/share/cmake)
-foreach(folder include/CLI include/rapidjson include/onnx/onnx.proto share/cmake/CLI11)
+file(MAKE_DIRECTORY ${headers}/include ${headers}/share/cmake)
+foreach(folder include/CLI include/rapidjson share/cmake/CLI11)
   file(CREATE_LINK /usr/${folder} ${headers}/${folder} SYMBOLIC)
 endforeach()
 list(APPEND CMAKE_FIND_ROOT_PATH ${headers})
@@ -41,7 +41,7 @@ set(handed_out ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 configure_file(include/quovel_adapter_2411/quovel_adapter.h ${handed_out}/quovel_adapter_2411/quovel_adapter.h COPYONLY)
 configure_file(LICENSE ${handed_out}/notices/LICENSE COPYONLY)
 configure_file(NOTICES.md ${handed_out}/notices/NOTICES.md COPYONLY)
-foreach(package gcc-mingw-w64-x86-64-posix-runtime libcli11-dev libonnx-dev libz-mingw-w64-dev mingw-w64-x86-64-dev
+foreach(package gcc-mingw-w64-x86-64-posix-runtime libcli11-dev libz-mingw-w64-dev mingw-w64-x86-64-dev
                 rapidjson-dev)
   configure_file(/usr/share/doc/${package}/copyright ${handed_out}/notices/${package}.txt COPYONLY)
 endforeach()
