@@ -1,3 +1,4 @@
+#include <span>
 #include <utility>
 
 #include "HalconCpp.h"

@@ -35,7 +35,7 @@ template <class Data>
 class Filling {
  public:
   void set(const char* key, HTuple value) { data_->table.set(Access::text_tuple(key), std::move(value)); }
-  // Names of a file may be empty or repeat: such an entry goes by its number.
+  // Names in a file may be empty or repeat: then the key is the entry's number.
   void set(const std::string& name, int number, HTuple value) {
     HTuple key = Access::text_tuple(name);
     if (name.empty() || data_->table.find(key)) key = number;
@@ -187,7 +187,7 @@ class ModelReader {
 
   HHandle read() {
     read_model();
-    if (!has_graph_) fail("is no ONNX model, or is cut off: it holds no graph");
+    if (!has_graph_) fail("is not an ONNX model, or is cut off: it holds no graph");
     // Older versions had no operator sets.
     if (ir_version_ >= 3 && opset_count_ == 0) fail("is cut off: it names no operator set");
     Entries model;
@@ -451,8 +451,8 @@ HHandle read_onnx(InputFile& file) {
   try {
     return reader.read();
   } catch (const MalformedMessage&) {
-    if (!reader.outer_fields_fill_file()) fail("is no ONNX model, or is cut off");
-    fail("is no ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
+    if (!reader.outer_fields_fill_file()) fail("is not an ONNX model, or is cut off");
+    fail("is not an ONNX model, is damaged, or nests its messages more than " + std::to_string(limits::onnx_nesting) +
          " deep");
   }
 }
