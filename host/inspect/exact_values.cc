@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "place.h"
 #include "target_file.h"
@@ -50,27 +51,6 @@ std::optional<std::string> text_of_children(const qv_node* node, std::uint32_t w
   return text + "]";
 }
 
-std::optional<std::string> text_by_arrays(const std::string& path, std::vector<ReadingOption> options,
-                                          const std::string& place, std::uint32_t wanted) try {
-  options.push_back({QV_CONVERT_JSON_ARRAYS_TO, "dict"});
-  Session again;
-  return text_of_children(find_node(again.open(path, FileKind::Dict, options), place), wanted);
-} catch (const Failure&) {
-  return {};
-}
-
-std::optional<std::string> text_from_file(const Session& session, const std::vector<ReadingOption>& options,
-                                          const std::string& place, std::uint32_t wanted) {
-  if (extension_of(session.path()) == "json") return text_by_arrays(session.path(), options, place, wanted);
-  std::optional<std::string> text;
-  with_temporary_file(".json", [&](const std::string& json) {
-    const std::u16string from = to_utf16(session.path()), to = to_utf16(json);
-    if (qv_reader_convert_dict_file(session.reader(), units(from), units(to), 1) == 1)
-      text = text_by_arrays(json, options, place, wanted);
-  });
-  return text;
-}
-
 // A type text tells what all values are, unless they are mixed.
 bool may_hold_reals(const qv_node* node) {
   const std::string type = to_utf8(qv_node_type_label(node));
@@ -79,16 +59,47 @@ bool may_hold_reals(const qv_node* node) {
 
 }  // namespace
 
-ValueText exact_value_text(const Session& session, FileKind kind, const std::vector<ReadingOption>& options,
-                           const qv_node* node, const std::string& place) {
+ExactValues::ExactValues(const Session& session, FileKind kind, std::vector<ReadingOption> options)
+    : session_(session), kind_(kind), options_(std::move(options)) {
+  options_.push_back({QV_CONVERT_JSON_ARRAYS_TO, "dict"});
+}
+
+void ExactValues::open_by_arrays(const std::string& path) try {
+  by_arrays_ = again_.open(path, FileKind::Dict, options_);
+} catch (const Failure&) {
+  by_arrays_ = nullptr;  // the text of the library is what is left
+}
+
+const qv_node* ExactValues::tree_by_arrays() {
+  if (tried_) return by_arrays_;
+  tried_ = true;
+  if (extension_of(session_.path()) == "json") {
+    open_by_arrays(session_.path());
+  } else {
+    with_temporary_file(".json", [&](const std::string& json) {
+      const std::u16string from = to_utf16(session_.path()), to = to_utf16(json);
+      if (qv_reader_convert_dict_file(session_.reader(), units(from), units(to), 1) == 1) open_by_arrays(json);
+    });
+  }
+  return by_arrays_;
+}
+
+ValueText ExactValues::text(const qv_node* node, const std::string& place) {
   const std::uint32_t total = qv_node_total_count(node);
   if (!qv_node_truncated(node) && qv_node_value_count(node) == total) return {text_of_kept(node)};
   const bool exact = !may_hold_reals(node);
-  if (!exact && kind == FileKind::Dict)
-    if (std::optional<std::string> text = text_from_file(session, options, place, total)) return {*text};
-  const std::string text = to_utf8(qv_node_full_value_text(session.reader(), node));
+  if (!exact && kind_ == FileKind::Dict && tree_by_arrays()) try {
+      if (std::optional<std::string> text = text_of_children(find_node(by_arrays_, place), total)) return {*text};
+    } catch (const Failure&) {  // no such place: an array that holds dictionaries
+    }
+  const std::string text = to_utf8(qv_node_full_value_text(session_.reader(), node));
   if (text.empty()) throw Failure("out of memory for the text of the node at '" + place + "'");
   return {text, exact};
+}
+
+ValueText exact_value_text(const Session& session, FileKind kind, const std::vector<ReadingOption>& options,
+                           const qv_node* node, const std::string& place) {
+  return ExactValues(session, kind, options).text(node, place);
 }
 
 }  // namespace host

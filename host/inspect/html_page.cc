@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "drawing.h"
+#include "exact_values.h"
 #include "page_image.h"
 #include "place.h"
 #include "walk.h"
@@ -80,8 +81,8 @@ std::string_view whole_template() { return {reinterpret_cast<const char*>(page_t
 
 class PageData {
  public:
-  PageData(const Session& session, const qv_node* root, const std::string& title)
-      : session_(session), writer_(json_), picture_pixels_(pixels_per_image(root)) {
+  PageData(const Session& session, const qv_node* root, const std::string& title, ExactValues& exact)
+      : session_(session), exact_(exact), writer_(json_), picture_pixels_(pixels_per_image(root)) {
     writer_.StartObject();
     member("title", title);
     member("halcon", to_utf8(qv_adapter_halcon_version()));
@@ -105,11 +106,14 @@ class PageData {
     key(name);
     string(text);
   }
+  void boolean(const char* name, bool value) {
+    key(name);
+    writer_.Bool(value);
+  }
   void leave_out(const char* what) { ++left_out_[what]; }
 
   // As much of the text as fits, cut between two characters.
-  std::string fitting(const qv_char* text, std::size_t limit, const char* cut_what) {
-    std::string all = to_utf8(text);
+  std::string fitting(std::string all, std::size_t limit, const char* cut_what) {
     const std::size_t size = all.size();
     all = whole_characters(std::move(all), std::min(limit, text_left_));
     text_left_ -= all.size();
@@ -120,7 +124,7 @@ class PageData {
     return all;
   }
   void line_member(const char* name, const qv_char* text) {
-    member(name, fitting(text, max_line_text, "labels or lines end early"));
+    member(name, fitting(to_utf8(text), max_line_text, "labels or lines end early"));
   }
 
   void write_nodes(const qv_node* root) {
@@ -132,13 +136,14 @@ class PageData {
         return true;
       }
       numbers.resize(steps.size() - 1);
-      write_node(steps.back().node, numbers.empty() ? -1 : numbers.back());
+      const std::string place(place_.of(steps));
+      write_node(steps.back().node, numbers.empty() ? -1 : numbers.back(), place);
       numbers.push_back(written++);
       return true;
     });
   }
 
-  void write_node(const qv_node* node, std::int64_t parent) {
+  void write_node(const qv_node* node, std::int64_t parent, const std::string& place) {
     writer_.StartObject();
     key("parent");
     writer_.Int64(parent);
@@ -149,17 +154,19 @@ class PageData {
     if (parent >= 0) member("segment", whole_characters(place_segment(node), max_line_text));
     key("child_count");
     writer_.Int64(qv_node_child_count(node));
-    if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node);
+    if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node, place);
     if (qv_node_kind(node) == QV_NODE_OBJECT) write_object(node);
     writer_.EndObject();
   }
 
-  void write_values(const qv_node* node) {
+  void write_values(const qv_node* node, const std::string& place) {
     key("total");
     writer_.Uint(qv_node_total_count(node));
     if (qv_node_value_count(node) == 0) return;
-    member("values", fitting(qv_node_full_value_text(session_.reader(), node), max_value_text,
-                             "value texts end early: the page holds 8 MiB of one, 48 MiB of all"));
+    const auto [text, is_exact] = exact_.text(node, place);
+    if (!is_exact) boolean("rounded", true);
+    member("values",
+           fitting(text, max_value_text, "value texts end early: the page holds 8 MiB of one, 48 MiB of all"));
   }
 
   void write_object(const qv_node* node) {
@@ -169,7 +176,7 @@ class PageData {
     key("details");
     writer_.StartArray();
     for (std::int32_t i = 0; i < lines; ++i)
-      string(fitting(qv_node_detail_line_at(node, i), max_line_text, "labels or lines end early"));
+      string(fitting(to_utf8(qv_node_detail_line_at(node, i)), max_line_text, "labels or lines end early"));
     writer_.EndArray();
     if (qv_node_object_count(node) == 0 || !has_iconic_class(node)) return;
     key("drawings");
@@ -288,6 +295,8 @@ class PageData {
   }
 
   const Session& session_;
+  ExactValues& exact_;
+  Place place_;
   rapidjson::StringBuffer json_;
   rapidjson::Writer<rapidjson::StringBuffer> writer_;
   std::int64_t drawings_left_ = max_drawings, numbers_left_ = max_numbers;
@@ -303,9 +312,11 @@ std::string_view html_page_prefix() {
   return page.substr(0, page.find("<html"));
 }
 
-std::string html_page(const Session& session, const qv_node* root, const std::string& title) {
+std::string html_page(const Session& session, const qv_node* root, const std::string& title, FileKind kind,
+                      const std::vector<ReadingOption>& options) {
   static constexpr std::string_view mark = "{{data}}";
-  const PageData data(session, root, title);
+  ExactValues exact(session, kind, options);
+  const PageData data(session, root, title, exact);
   const std::string_view page = whole_template();
   const std::size_t place = page.find(mark);
   std::string result(page.substr(0, place));

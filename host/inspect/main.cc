@@ -118,7 +118,7 @@ std::string act_on_file(const Arguments& arguments, const std::string& file) {
   const TargetFile target = target_file(arguments, arguments.output(), file);
   const qv_node* root = open_file(session, arguments, file);
   if (!arguments.html.empty()) {
-    target.write(html_page(session, root, file_name(file)));
+    target.write(html_page(session, root, file_name(file), chosen_kind(arguments, file), reading_options(arguments)));
     return "Wrote " + printable(arguments.html) + ": open it in a browser\n";
   }
   if (!arguments.save.empty())

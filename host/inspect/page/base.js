@@ -26,7 +26,7 @@ const visible = (text) => text
   .replace(/[\0-\x1f\x7f]/g, (c) => c === '\x7f' ? '\u2421' : String.fromCharCode(0x2400 + c.charCodeAt(0)))
   .replace(/[\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069]/g, (c) => `<U+${c.charCodeAt(0).toString(16).toUpperCase()}>`);
 const number = (value) => value.toLocaleString('en');
-const short = (value) => Number.isInteger(value) ? String(value) : value.toPrecision(6).replace(/\.?0+$/, '');
+const short = (value) => String(value); // the fewest digits that read back to the same number
 
 // ---- Nodes
 

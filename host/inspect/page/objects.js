@@ -211,7 +211,7 @@ function show_objects(node) {
   let controlled;
   const changed = async () => {
     const image = top_image();
-    stage.redraw();
+    stage.view.touched ? stage.redraw() : stage.fit();
     if (image) playing.show?.(image);
     for (const entry of order()) if (entry.is_image) await (entry.loading ||= load_image(entry.drawing));
     if (image !== top_image()) return;
@@ -231,7 +231,10 @@ function show_objects(node) {
   const parts = entries.length ? [make('div', {class: 'bar'}, ...stage.buttons, readout), playing.bar, controls, stage.canvas] : [];
   one('main').append(make('div', {class: 'picture'}, ...parts.filter(Boolean), legend));
   if (!entries.length) return;
-  if (!stage.view.touched) stage.fit();
   changed();
-  new ResizeObserver(() => { if (stage.canvas.isConnected) stage.view.touched ? stage.redraw() : stage.fit(); }).observe(stage.canvas);
+  new ResizeObserver(() => {
+    if (!stage.canvas.isConnected) return;
+    if (!stage.view.touched) stage.fit();
+    stage.draw();
+  }).observe(stage.canvas);
 }

@@ -21,6 +21,7 @@ function show_values(node) {
   show_plot(numbers_of(node));
   const most = 20000, text = make('pre', {tabindex: 0}, visible(node.values.slice(0, most)));
   one('main').append(make('h3', {}, node.total > 1 ? `${number(node.total)} values` : 'Value'), make('div', {class: 'scroll'}, text));
+  if (node.rounded) one('main').append(make('p', {class: 'soft'}, 'Reals after the first 1000 have six digits: the library keeps no more of a file of this kind.'));
   if (node.values.length > most)
     one('main').append(make('button', {onclick: (event) => { text.textContent = visible(node.values); event.target.remove(); }}, 'Show everything'));
 }
@@ -38,7 +39,7 @@ function show_children(node) {
   if (!node.child_count) return;
   const most = 500, more = node.children.length - most, left_out = node.child_count - node.children.length;
   one('main').append(make('h3', {}, 'Content'), make('div', {class: 'scroll', tabindex: 0}, make('table', {}, ...node.children.slice(0, most).map((child) =>
-    make('tr', {}, make('td', {}, make('bdi', {}, child.name)), make('td', {class: 'type'}, visible(child.type)), make('td', {class: 'soft'}, visible(child.summary.slice(0, 200)))))))
+    make('tr', {}, make('td', {}, make('a', {href: '#' + encodeURIComponent(child.place), onclick: (event) => { event.preventDefault(); choose(child); }}, make('bdi', {}, child.name || '""'))), make('td', {class: 'type'}, visible(child.type)), make('td', {class: 'soft'}, visible(child.summary.slice(0, 200)))))))
     , more > 0 ? make('p', {class: 'soft'}, `and ${number(more)} more in the tree`) : '',
     left_out > 0 ? make('p', {class: 'reason'}, `${number(left_out)} more are left out of this page`) : '');
 }
@@ -58,8 +59,6 @@ function show(node) {
 
 // What the browser has drawn, for the test of this page.
 function count(drawn = {}) {
-  const canvas = one('canvas[data-painted]');
-  Object.assign(document.body.dataset, {rows: tree.children.length, plots: document.querySelectorAll('.plot path').length,
-    painted: canvas ? canvas.dataset.painted : 0}, drawn);
+  Object.assign(document.body.dataset, {rows: tree.children.length, plots: document.querySelectorAll('.plot path').length}, drawn);
 }
 
