@@ -24,7 +24,7 @@ TEST(Deep, TheBuilderNeedsNoStackPerLevel) {
       quovel::build_pending(tree, list);
     }
     int levels = 0;
-    for (const quovel::Node* node = tree.root; node->child_count > 0; node = node->children[0])
+    for (const quovel::Node* node = tree.root; node->child_count() > 0; node = node->children())
       if (node->kind == quovel::NodeKind::Dict) ++levels;
     EXPECT_EQ(levels, depth - 1);
   });

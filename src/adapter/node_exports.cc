@@ -18,14 +18,17 @@ namespace {
 constexpr ObjectFields no_object{};
 
 const ObjectFields& object_part(const qv_node* node) noexcept {
-  return node && from_host(node)->object ? *from_host(node)->object : no_object;
+  const RareFields* rare = node ? from_host(node)->rare() : nullptr;
+  return rare ? *rare : no_object;
 }
 
-// The value at a valid index, null otherwise.
-const NodeValue* value_at(const qv_node* host_node, int32_t index) noexcept {
-  const Node* node = from_host(host_node);
-  const bool valid = node && index >= 0 && static_cast<uint32_t>(index) < node->value_count;
-  return valid ? &node->values[index] : nullptr;
+// Whether the node has a value of that index.
+bool has_value(const qv_node* node, int32_t index) noexcept {
+  return node && index >= 0 && static_cast<uint32_t>(index) < from_host(node)->value_count();
+}
+
+NodeValue value_at(const qv_node* node, int32_t index) noexcept {
+  return from_host(node)->value(static_cast<uint32_t>(index));
 }
 
 }  // namespace
@@ -35,7 +38,7 @@ const qv_char* qv_node_label(const qv_node* node) { return to_host(node ? from_h
 uint32_t qv_node_kind(const qv_node* node) { return node ? static_cast<uint32_t>(from_host(node)->kind) : 0; }
 
 const qv_char* qv_node_type_label(const qv_node* node) {
-  return to_host(node ? from_host(node)->type_label : empty_text);
+  return to_host(node ? from_host(node)->type_label() : empty_text);
 }
 
 const qv_char* qv_node_value_summary(const qv_node* node) {
@@ -48,9 +51,9 @@ uint32_t qv_node_path_segment_kind(const qv_node* node) {
 
 uint32_t qv_node_path_index(const qv_node* node) { return node ? from_host(node)->path_index : 0; }
 
-uint32_t qv_node_total_count(const qv_node* node) { return node ? from_host(node)->total_count : 0; }
+uint32_t qv_node_total_count(const qv_node* node) { return node ? from_host(node)->total_count() : 0; }
 
-int32_t qv_node_truncated(const qv_node* node) { return node && from_host(node)->truncated ? 1 : 0; }
+int32_t qv_node_truncated(const qv_node* node) { return node && from_host(node)->truncated() ? 1 : 0; }
 
 const qv_char* qv_node_object_class(const qv_node* node) { return to_host(object_part(node).object_class); }
 
@@ -60,26 +63,22 @@ uint32_t qv_node_object_count(const qv_node* node) { return object_part(node).ob
 
 uint32_t qv_node_detail_entry_count(const qv_node* node) { return object_part(node).detail_entry_count; }
 
-int64_t qv_node_value_count(const qv_node* node) { return node ? from_host(node)->value_count : 0; }
+int64_t qv_node_value_count(const qv_node* node) { return node ? from_host(node)->value_count() : 0; }
 
 uint32_t qv_node_value_type_at(const qv_node* node, int32_t index) {
-  const NodeValue* value = value_at(node, index);
-  return value ? static_cast<uint32_t>(value->type()) : 0;
+  return has_value(node, index) ? static_cast<uint32_t>(value_at(node, index).type()) : 0;
 }
 
 const qv_char* qv_node_value_string_at(const qv_node* node, int32_t index) {
-  const NodeValue* value = value_at(node, index);
-  return to_host(value ? value->text() : empty_text);
+  return to_host(has_value(node, index) ? value_at(node, index).text() : empty_text);
 }
 
 int64_t qv_node_value_int_at(const qv_node* node, int32_t index) {
-  const NodeValue* value = value_at(node, index);
-  return value ? value->int_value() : 0;
+  return has_value(node, index) ? value_at(node, index).int_value() : 0;
 }
 
 double qv_node_value_real_at(const qv_node* node, int32_t index) {
-  const NodeValue* value = value_at(node, index);
-  return value ? value->real_value() : 0.0;
+  return has_value(node, index) ? value_at(node, index).real_value() : 0.0;
 }
 
 int64_t qv_node_detail_line_count(const qv_node* node) {
@@ -92,11 +91,11 @@ const qv_char* qv_node_detail_line_at(const qv_node* node, int32_t index) {
   return to_host(valid ? lines[static_cast<size_t>(index)] : empty_text);
 }
 
-int64_t qv_node_child_count(const qv_node* node) { return node ? from_host(node)->child_count : 0; }
+int64_t qv_node_child_count(const qv_node* node) { return node ? from_host(node)->child_count() : 0; }
 
 const qv_node* qv_node_child_at(const qv_node* node, int32_t index) {
-  const bool valid = node && index >= 0 && static_cast<uint32_t>(index) < from_host(node)->child_count;
-  return valid ? to_host(from_host(node)->children[index]) : nullptr;
+  const bool valid = node && index >= 0 && static_cast<uint32_t>(index) < from_host(node)->child_count();
+  return valid ? to_host(from_host(node)->children() + index) : nullptr;
 }
 
 const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* node) {

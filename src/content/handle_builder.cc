@@ -76,8 +76,8 @@ class HandleEntries final : public PendingChildren {
 
 void make_whole_handle(Tree& tree, Node& node, Text type) {
   node.kind = NodeKind::Object;
-  node.type_label = type;
-  tree.make_object_part(node).object_class = type;
+  tree.set_type_label(node, type);
+  tree.make_rare(node).object_class = type;
 }
 
 }  // namespace
@@ -92,8 +92,9 @@ void build_handle_node(Tree& tree, Node& node, const HTuple& handle, int depth, 
   try {
     HTuple keys = query_handle(handle, "keys", HTuple());
     node.kind = NodeKind::Dict;
-    node.type_label = type;
+    tree.set_type_label(node, type);
     node.value_summary = tree.count_text(keys.Length(), u"key", u"keys");
+    tree.reserve_children(node, static_cast<std::size_t>(keys.Length()));
     list.add(std::make_unique<HandleEntries>(tree, node, handle, std::move(keys), depth));
   } catch (const HException&) {
     // Not every type of handle has keys.

@@ -68,10 +68,10 @@ bool has_primitive_data(const HTuple& model) {
   return model_parameter(model, "has_primitive_data")[0].S().Text() == std::string_view("true");
 }
 
-ObjectPart& make_handle_summary(Tree& tree, Node& node, Text type) {
+RareFields& make_handle_summary(Tree& tree, Node& node, Text type) {
   node.kind = NodeKind::Object;
-  node.type_label = type;
-  ObjectPart& part = tree.make_object_part(node);
+  tree.set_type_label(node, type);
+  RareFields& part = tree.make_rare(node);
   part.object_class = type;
   part.detail_entry_count = 1;
   return part;
@@ -85,7 +85,7 @@ void build_matrix_node(Tree& tree, Node& node, const HTuple& handle) {
   const Hlong rows = row_counts[0].L();
   const Hlong columns = column_counts[0].L();
   HalconCpp::GetFullMatrix(handle, &values);
-  ObjectPart& part = make_handle_summary(tree, node, u"matrix");
+  RareFields& part = make_handle_summary(tree, node, u"matrix");
   std::u16string& text = tree.scratch();
   append_integer(text, columns);
   append_integer(text += u'x', rows);
@@ -99,7 +99,7 @@ void build_object_model_3d_node(Tree& tree, Node& node, const HTuple& handle) {
   const Hlong points = model_parameter(handle, "num_points")[0].L();
   const bool has_primitive = has_primitive_data(handle);
   const std::u16string primitive = primitive_type(handle, has_primitive);
-  ObjectPart& part = make_handle_summary(tree, node, u"object_model_3d");
+  RareFields& part = make_handle_summary(tree, node, u"object_model_3d");
   std::u16string& summary = tree.scratch();
   append_integer(summary += u"points: ", points);
   node.value_summary = tree.text(summary);

@@ -94,18 +94,20 @@ class ElementTexts {
   LongText text_;
 };
 
-Text counted_type_label(Tree& tree, std::u16string_view type, Hlong count) {
-  std::u16string& text = tree.scratch();
-  text += type;
-  append_integer(text += u'[', count);
-  return tree.text(text += u']');
+// The text of the values, in the form of ElementTexts.
+LongText text_of_values(const Node& node) {
+  LongText text;
+  std::u16string part;
+  for (std::uint32_t i = 0; i < node.value_count(); ++i) {
+    part = i == 0 ? u"[" : u", ";
+    format_value(part, node.value(i));
+    text.append(part);
+  }
+  text.append(std::u16string_view(u"]\0", 2));
+  return text;
 }
 
 }  // namespace
-
-std::u16string_view plain_type_name(ValueType type) noexcept {
-  return type == ValueType::String ? u"string" : type == ValueType::Integer ? u"integer" : u"real";
-}
 
 NodeValue make_tuple_value(Tree& tree, const HTuple& tuple, Hlong index, ValueType type) {
   if (type == ValueType::String) return NodeValue::of_string(tree.text(tuple[index].S()));
@@ -145,22 +147,30 @@ Text summarize_values(Tree& tree, std::span<const NodeValue> values, std::uint32
 
 Text tuple_type_label(Tree& tree, const HTuple& tuple, const ElementTypes& types, Hlong count) {
   if (count == 0) return u"tuple[0]";
-  if (types.common()) return counted_type_label(tree, plain_type_name(*types.common()), count);
+  if (types.common()) return tree.counted_type_label(*types.common(), count);
   const HTuple names = tuple.TupleSemTypeElem();
   const HString first = names[0].S();
   const std::string_view name = first.Text();
   if (count == 1) return tree.text(first);
   bool equal = true;
   for (Hlong i = 1; equal && i < count; ++i) equal = names[i].S().Text() == name;
-  return counted_type_label(tree, equal ? from_halcon(first) : u"tuple", count);
+  std::u16string& label = tree.scratch();
+  label = equal ? from_halcon(first) : u"tuple";
+  append_integer(label += u'[', count);
+  return tree.text(label += u']');
 }
 
 LongText full_value_text(const Node* node) {
   if (!node || node->kind != NodeKind::Value) return {};
-  const HTuple& tuple = node->held_tuple;
-  const Hlong count = tuple.Length();
+  const std::uint32_t count = node->total_count();
   if (count == 0) return LongText(std::u16string_view(u"[]\0", 3));
-  return ElementTexts(tuple, count).all();
+  if (count == 1) {
+    const std::u16string_view text = node->value_summary;
+    return LongText(std::u16string_view(text.data(), text.size() + 1));
+  }
+  if (!node->truncated()) return text_of_values(*node);
+  const HTuple& tuple = node->rare()->held_tuple;
+  return ElementTexts(tuple, tuple.Length()).all();
 }
 
 }  // namespace quovel

@@ -16,8 +16,6 @@ namespace quovel {
 
 // The element is of that type.
 NodeValue make_tuple_value(Tree& tree, const HalconCpp::HTuple& tuple, HalconCpp::Hlong index, ValueType type);
-// "integer", "real" or "string", followed by a NUL that is not counted.
-std::u16string_view plain_type_name(ValueType type) noexcept;
 
 // Appends a string between single quotes, an integer in decimal, a real with six significant digits.
 void format_value(std::u16string& text, const NodeValue& value);
@@ -29,8 +27,8 @@ Text summarize_values(Tree& tree, std::span<const NodeValue> values, std::uint32
 // tuple's length.
 Text tuple_type_label(Tree& tree, const HalconCpp::HTuple& tuple, const ElementTypes& types, HalconCpp::Hlong count);
 
-// All elements of a value node's tuple, NUL-terminated; empty for null and for nodes of another kind. An HException
-// means that HALCON cannot read the tuple.
+// All elements that a value node stands for, NUL-terminated; empty for null and for nodes of another kind. An
+// HException means that HALCON cannot read the tuple of a truncated node.
 LongText full_value_text(const Node* node);
 
 }  // namespace quovel

@@ -113,8 +113,8 @@ Rendered extract_image(const Node& node, std::int32_t index) {
 }
 
 std::int32_t image_channel_count(const Node& node, std::int32_t index) {
-  if (!has_object(node, index) || !node.object || !node.object->is_image) return -1;
-  const HImage image(select_object(node.object->held_object, index));
+  if (!has_object(node, index) || !node.rare() || !node.rare()->is_image) return -1;
+  const HImage image(select_object(node.rare()->held_object, index));
   return static_cast<std::int32_t>(image.CountChannels()[0].L());
 }
 

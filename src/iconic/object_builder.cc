@@ -50,7 +50,7 @@ std::u16string summary(const HObject& objects, std::u16string_view first, bool m
   return as_first(describe_object(first, select_object(objects, 0)));
 }
 
-void add_detail_lines(Tree& tree, ObjectPart& part, const HTuple& classes, std::int32_t count) {
+void add_detail_lines(Tree& tree, RareFields& part, const HTuple& classes, std::int32_t count) {
   part.detail_entry_count = static_cast<std::uint32_t>(count);
   part.detail_lines = tree.make_lines(static_cast<std::size_t>(count));
   for (std::int32_t i = 0; i < count; ++i) {
@@ -61,8 +61,8 @@ void add_detail_lines(Tree& tree, ObjectPart& part, const HTuple& classes, std::
 }
 
 void make_empty(Tree& tree, Node& node, const HObject& objects) {
-  node.type_label = u"empty_obj";
-  ObjectPart& part = tree.make_object_part(node);
+  tree.set_type_label(node, u"empty_obj");
+  RareFields& part = tree.make_rare(node);
   part.object_class = u"empty_obj";
   part.object_count = 0;
   part.held_object = objects;
@@ -80,12 +80,12 @@ void build_object_node(Tree& tree, Node& node, const HObject& objects) {
   HalconCpp::CountObj(objects, &number);
   const auto count = static_cast<std::int32_t>(number[0].L());
 
-  ObjectPart& part = tree.make_object_part(node);
+  RareFields& part = tree.make_rare(node);
   part.object_class = tree.text(mixed ? u"mixed" : first);
   part.is_image = first == u"image";
   part.object_count = static_cast<std::uint32_t>(count);
   part.held_object = objects;
-  node.type_label = tree.text(mixed ? with_count(u"mixed", count) : object_type_label(first, count));
+  tree.set_type_label(node, tree.text(mixed ? with_count(u"mixed", count) : object_type_label(first, count)));
   node.value_summary = tree.text(summary(objects, first, mixed, count));
   if (count >= 2) add_detail_lines(tree, part, classes, count);
 }

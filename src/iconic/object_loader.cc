@@ -46,8 +46,9 @@ std::unique_ptr<Tree> build_file_tree(const std::u16string& path, const HObject&
   const Hlong count = number[0].L();
   auto tree = std::make_unique<Tree>();
   Node& root = tree->make_node();
-  root.type_label = u"file";
+  root.type = TypeName::File;
   root.value_summary = tree->count_text(count, u"object", u"objects");
+  tree->reserve_children(root, static_cast<std::size_t>(count));
   for (Hlong i = 0; i < count; ++i) {
     const PathSegment segment = by_index(static_cast<std::uint32_t>(i));
     Node& child = tree->add_child(root, NodeKind::Object, child_label(*tree, path, i, count), segment);

@@ -15,7 +15,7 @@ using HalconCpp::HTuple;
 namespace {
 
 bool is_polygons(const Node& node) {
-  return node.object && std::u16string_view(node.object->object_class) == u"xld_poly";
+  return node.rare() && std::u16string_view(node.rare()->object_class) == u"xld_poly";
 }
 
 // The name of the image format in HALCON, for an extension.

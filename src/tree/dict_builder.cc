@@ -85,7 +85,7 @@ class DictEntries final : public PendingChildren {
 void build_dict_node(Tree& tree, Node& node, const HDict& dict, WorkList& list) {
   HTuple keys = dict.GetDictParam(tree.dict_queries().keys, HTuple());
   node.kind = NodeKind::Dict;
-  node.type_label = u"dict";
+  node.type = TypeName::Dict;
   node.value_summary = tree.count_text(keys.Length(), u"key", u"keys");
   tree.reserve_children(node, static_cast<std::size_t>(keys.Length()));
   list.add(std::make_unique<DictEntries>(tree, node, dict, std::move(keys)));

@@ -9,11 +9,9 @@ namespace quovel {
 // An entry whose key cannot be read is shown all the same, under another label.
 Text key_text(Tree& tree, const HalconCpp::HTuple& key) try {
   if (key.TupleIsStringElem()[0].L() != 0) return tree.text(key[0].S());
+  if (key.TupleIsIntElem()[0].L() != 0) return tree.number_text(key[0].L());
   std::u16string& text = tree.scratch();
-  if (key.TupleIsIntElem()[0].L() != 0)
-    append_integer(text, key[0].L());
-  else
-    append_general(text, key[0].D());
+  append_general(text, key[0].D());
   return tree.text(text);
 } catch (const HalconCpp::HException&) {
   return u"<unreadable key>";
@@ -21,14 +19,14 @@ Text key_text(Tree& tree, const HalconCpp::HTuple& key) try {
 
 void make_unsupported(Tree& tree, Node& node, const HalconCpp::HString& data_type) {
   node.kind = NodeKind::Value;
-  node.type_label = u"<unsupported>";
+  node.type = TypeName::Unsupported;
   node.value_summary = tree.text(data_type);
 }
 
 void make_error(Tree& tree, Node& node, const HalconCpp::HException& failure) {
   tree.clear(node);
   node.kind = NodeKind::Value;
-  node.type_label = u"<error>";
+  node.type = TypeName::Error;
   node.value_summary = tree.text(failure.ErrorMessage());
 }
 

@@ -1,93 +1,112 @@
 #include "tree/node.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "platform/text.h"
 
 namespace quovel {
 
-// Nodes are stored in a few large slabs, in the order in which they were made, so that destroying them needs no walk.
-struct Tree::Slab {
-  Slab* older;
-  std::uint32_t used;
-  std::uint32_t capacity;
-
-  Node* nodes() noexcept { return reinterpret_cast<Node*>(this + 1); }
-};
-
-namespace {
-constexpr std::uint32_t min_slab_nodes = 8;
-constexpr std::uint32_t max_slab_nodes = 1024;
-
-void set_address(Node& node, Text label, PathSegment segment) noexcept {
-  node.label = label;
-  node.path_segment_kind = segment.kind;
-  node.path_index = segment.index;
-}
-}  // namespace
-
 Tree::~Tree() {
-  for (Slab* slab = slabs_; slab; slab = slab->older) {
-    for (std::uint32_t i = 0; i < slab->used; ++i) {
-      Node& node = slab->nodes()[i];
-      if (node.object) node.object->~ObjectPart();
-      node.~Node();
-    }
+  for (RareFields* fields = rare_; fields;) {
+    RareFields* const next = fields->next;
+    fields->~RareFields();
+    fields = next;
   }
 }
 
-Node& Tree::make_node() {
-  static_assert(sizeof(Slab) % alignof(Node) == 0);
-  if (!slabs_ || slabs_->used == slabs_->capacity) {
-    const std::uint32_t capacity = slabs_ ? std::min(slabs_->capacity * 2, max_slab_nodes) : min_slab_nodes;
-    void* block = arena_.allocate_bytes(sizeof(Slab) + capacity * sizeof(Node), alignof(Node));
-    slabs_ = new (block) Slab{slabs_, 0, capacity};
-  }
-  Node* node = new (slabs_->nodes() + slabs_->used) Node;
-  ++slabs_->used;
-  return *node;
-}
-
-Node& Tree::make_node(NodeKind kind, Text label, PathSegment segment) {
-  Node& node = make_node();
-  node.kind = kind;
-  set_address(node, label, segment);
-  return node;
-}
+Node& Tree::make_node() { return *new (arena_.allocate_bytes(sizeof(Node), alignof(Node))) Node; }
 
 void Tree::reserve_children(Node& parent, std::size_t count) {
-  if (count <= parent.child_capacity) return;
+  if (count <= parent.capacity_) return;
   if (count > UINT32_MAX) throw std::bad_alloc();
-  Node** children = arena_.allocate<Node*>(count);
-  std::copy_n(parent.children, parent.child_count, children);
-  parent.children = children;
-  parent.child_capacity = static_cast<std::uint32_t>(count);
-}
-
-void Tree::append_child(Node& parent, Node& child) {
-  if (parent.child_count == parent.child_capacity)
-    reserve_children(parent, std::max<std::size_t>(4, std::size_t{parent.child_capacity} * 2));
-  parent.children[parent.child_count++] = &child;
+  Node* const block = arena_.allocate<Node>(count);
+  std::uninitialized_copy_n(parent.children(), parent.count_, block);
+  (parent.form_ == Node::Form::Rare ? parent.content_.rare->children : parent.content_.children) = block;
+  parent.capacity_ = static_cast<std::uint32_t>(count);
 }
 
 Node& Tree::add_child(Node& parent, NodeKind kind, Text label, PathSegment segment) {
-  Node& child = make_node(kind, label, segment);
-  append_child(parent, child);
+  if (parent.count_ == parent.capacity_)
+    reserve_children(parent, std::max<std::size_t>(1, std::size_t{parent.capacity_} * 2));
+  Node& child = *new (parent.children() + parent.count_) Node;
+  ++parent.count_;
+  child.kind = kind;
+  child.label = label;
+  child.path_segment_kind = segment.kind;
+  child.path_index = segment.index;
   return child;
 }
 
-void Tree::clear(Node& node) {
-  if (node.object) node.object->~ObjectPart();
-  const Text label = node.label;
-  const PathSegment segment{node.path_segment_kind, node.path_index};
-  node = Node();
-  set_address(node, label, segment);
+void Tree::clear(Node& node) noexcept {
+  if (node.form_ == Node::Form::Rare) {
+    node.content_.rare->held_object = HalconCpp::HObject();
+    node.content_.rare->held_tuple = HalconCpp::HTuple();
+  }
+  Node cleared;
+  cleared.label = node.label;
+  cleared.path_segment_kind = node.path_segment_kind;
+  cleared.path_index = node.path_index;
+  node = cleared;
 }
 
-ObjectPart& Tree::make_object_part(Node& node) {
-  node.object = new (arena_.allocate_bytes(sizeof(ObjectPart), alignof(ObjectPart))) ObjectPart;
-  return *node.object;
+RareFields& Tree::make_rare(Node& node) {
+  if (node.form_ == Node::Form::Rare) return *node.content_.rare;
+  auto* const fields = new (arena_.allocate_bytes(sizeof(RareFields), alignof(RareFields))) RareFields;
+  fields->next = rare_;
+  rare_ = fields;
+  if (node.form_ == Node::Form::Children) {
+    fields->children = node.content_.children;
+  } else {  // a block of values: nodes of one value get no rare fields
+    fields->values = node.content_.values;
+    fields->type_label = fields->values->type_label;
+    fields->value_count = fields->total_count = std::exchange(node.count_, 0);
+  }
+  node.form_ = Node::Form::Rare;
+  node.content_.rare = fields;
+  return *fields;
+}
+
+void Tree::set_type_label(Node& node, Text label) {
+  if (node.form_ == Node::Form::Values)
+    node.content_.values->type_label = label;
+  else
+    make_rare(node).type_label = label;
+  node.type = TypeName::Own;
+}
+
+void Tree::set_value(Node& node, const NodeValue& value) noexcept {
+  switch (value.type()) {
+    case ValueType::String:
+      node.form_ = Node::Form::String;
+      node.content_.text = value.text();
+      return;
+    case ValueType::Integer:
+      node.form_ = Node::Form::Integer;
+      node.content_.integer = value.int_value();
+      return;
+    case ValueType::Real:
+      node.form_ = Node::Form::Real;
+      node.content_.real = value.real_value();
+      return;
+  }
+}
+
+std::span<NodeValue> Tree::make_values(Node& node, std::size_t count) {
+  void* const block = arena_.allocate_bytes(sizeof(ValueBlock) + count * sizeof(NodeValue), alignof(NodeValue));
+  auto* const values = reinterpret_cast<NodeValue*>(static_cast<std::byte*>(block) + sizeof(ValueBlock));
+  node.content_.values = new (block) ValueBlock{empty_text, values};
+  node.form_ = Node::Form::Values;
+  node.count_ = static_cast<std::uint32_t>(count);
+  return {values, count};
+}
+
+void Tree::set_truncated(Node& node, HalconCpp::HTuple held_tuple) {
+  RareFields& fields = make_rare(node);
+  fields.total_count = static_cast<std::uint32_t>(held_tuple.Length());
+  fields.held_tuple = std::move(held_tuple);
 }
 
 std::span<Text> Tree::make_lines(std::size_t count) {
@@ -132,8 +151,48 @@ const Tree::CachedKey& Tree::cached_key(const HalconCpp::HString& string) {
   return cached;
 }
 
+Text Tree::number_text(std::int64_t number) {
+  if (number < 0 || number >= static_cast<std::int64_t>(cached_numbers_.size())) {
+    append_integer(scratch(), number);
+    return text(scratch_);
+  }
+  Text& cached = cached_numbers_[static_cast<std::size_t>(number)];
+  if (!cached) {
+    append_integer(scratch(), number);
+    cached = text(scratch_);
+  }
+  return cached;
+}
+
+Text Tree::counted_type_label(ValueType type, std::int64_t count) {
+  const auto make = [&] {
+    std::u16string& label = scratch();
+    label = type_names[static_cast<std::size_t>(type_name(type))];
+    append_integer(label += u'[', count);
+    return text(label += u']');
+  };
+  auto& cached = cached_labels_[static_cast<std::size_t>(type)];
+  if (count < 0 || static_cast<std::size_t>(count) >= cached.size()) return make();
+  Text& label = cached[static_cast<std::size_t>(count)];
+  if (!label) label = make();
+  return label;
+}
+
 Tree::QuotedText Tree::quoted_text(const HalconCpp::HString& string) {
-  const std::span<char16_t> plain = write_text(HalconText(string), 1);
+  constexpr std::size_t max_word = 5;
+  const HalconText text(string);
+  if (text.max_units() > max_word) return make_quoted_text(text);
+  const auto address = reinterpret_cast<std::uintptr_t>(text.address());
+  CachedWord& cached = cached_words_[address / 16 % cached_words_.size()];
+  if (cached.address != text.address()) {
+    cached = {string, nullptr, make_quoted_text(text)};
+    cached.address = HalconText(cached.string).address();
+  }
+  return cached.text;
+}
+
+Tree::QuotedText Tree::make_quoted_text(const HalconText& string) {
+  const std::span<char16_t> plain = write_text(string, 1);
   if (plain.empty()) return {empty_text, u"''"};
   plain.data()[plain.size()] = u'\0';
   char16_t* const quoted = arena_.allocate<char16_t>(plain.size() + 3);

@@ -70,29 +70,137 @@ struct ObjectFields {
   bool is_image = false;                 // the first object is one
 };
 
-// What only nodes of iconic objects and of handles shown as a whole have.
-struct ObjectPart : ObjectFields {
-  HalconCpp::HObject held_object;  // unset for handles
+// The type labels that a node refers to by number. `Own` is a text of the node.
+enum class TypeName : std::uint8_t {
+  None,
+  Dict,
+  Array,
+  Integer,
+  Real,
+  String,
+  Element,
+  UnsupportedHandle,
+  Unsupported,
+  Error,
+  File,
+  Own
+};
+inline constexpr Text type_names[] = {u"",
+                                      u"dict",
+                                      u"array",
+                                      u"integer",
+                                      u"real",
+                                      u"string",
+                                      u"tuple[1]",
+                                      u"<unsupported handle>",
+                                      u"<unsupported>",
+                                      u"<error>",
+                                      u"file"};
+
+constexpr TypeName type_name(ValueType type) noexcept {
+  return type == ValueType::Integer ? TypeName::Integer : type == ValueType::Real ? TypeName::Real : TypeName::String;
+}
+
+// Values of a node that has several, or none, with a type label of their own.
+struct ValueBlock {
+  Text type_label = empty_text;
+  NodeValue* values = nullptr;
 };
 
-// One node. Its texts, values and children live in its tree's memory; it never changes once its parse has ended.
-struct Node {
+struct RareFields;
+
+// One node, of 40 bytes: most nodes of most files stand for one plain value, and files have millions of them. Its
+// texts, values and children live in its tree's memory; it never changes once its parse has ended.
+class Node {
+ public:
   Text label = empty_text;
-  Text type_label = empty_text;
   Text value_summary = empty_text;
-  HalconCpp::HTuple held_tuple;  // the tuple of a value node
-  Node** children = nullptr;
-  NodeValue* values = nullptr;
-  ObjectPart* object = nullptr;  // null: as a default-made one
-  std::uint32_t child_count = 0;
-  std::uint32_t child_capacity = 0;
-  std::uint32_t value_count = 0;
-  std::uint32_t total_count = 0;
+
+  Text type_label() const noexcept;
+  // A node with values has no children.
+  std::uint32_t value_count() const noexcept;
+  // i < value_count().
+  NodeValue value(std::uint32_t i) const noexcept;
+  // The number of values that the node stands for; more than it has when it was truncated.
+  std::uint32_t total_count() const noexcept;
+  bool truncated() const noexcept { return total_count() > value_count(); }
+  // The children, one after the other, and their number.
+  Node* children() const noexcept;
+  std::uint32_t child_count() const noexcept { return form_ == Form::Children || form_ == Form::Rare ? count_ : 0; }
+  // Null: the node has none of them.
+  const RareFields* rare() const noexcept { return form_ == Form::Rare ? content_.rare : nullptr; }
+
   std::uint32_t path_index = 0;
   NodeKind kind = NodeKind::Dict;
   PathSegmentKind path_segment_kind = PathSegmentKind::Key;
-  bool truncated = false;  // fewer values were kept than total_count
+  TypeName type = TypeName::None;
+
+ private:
+  friend class Tree;
+  // What `content_` holds: one value, a block of them, children, or something rare.
+  enum class Form : std::uint8_t { Children, Integer, Real, String, Values, Rare };
+  union Content {
+    Node* children = nullptr;
+    std::int64_t integer;
+    double real;
+    Text text;
+    ValueBlock* values;
+    RareFields* rare;
+  };
+
+  Form form_ = Form::Children;
+  std::uint32_t count_ = 0;     // of children, or of the values of a block
+  std::uint32_t capacity_ = 0;  // for children
+  Content content_;
 };
+static_assert(sizeof(void*) != 8 || sizeof(Node) == 40);
+
+// What few nodes have: iconic objects, handles, truncated values.
+struct RareFields : ObjectFields {
+  Text type_label = empty_text;
+  Node* children = nullptr;
+  ValueBlock* values = nullptr;
+  std::uint32_t value_count = 0;
+  std::uint32_t total_count = 0;
+  HalconCpp::HTuple held_tuple;    // of truncated values: all of them
+  HalconCpp::HObject held_object;  // unset for handles
+  RareFields* next = nullptr;      // of the same tree
+};
+
+inline Text Node::type_label() const noexcept {
+  if (type != TypeName::Own) return type_names[static_cast<std::size_t>(type)];
+  return form_ == Form::Values ? content_.values->type_label : content_.rare->type_label;
+}
+
+inline std::uint32_t Node::value_count() const noexcept {
+  if (form_ == Form::Values) return count_;
+  if (form_ == Form::Rare) return content_.rare->value_count;
+  return form_ == Form::Children ? 0 : 1;
+}
+
+inline std::uint32_t Node::total_count() const noexcept {
+  return form_ == Form::Rare ? content_.rare->total_count : value_count();
+}
+
+inline NodeValue Node::value(std::uint32_t i) const noexcept {
+  switch (form_) {
+    case Form::Integer:
+      return NodeValue::of_integer(content_.integer);
+    case Form::Real:
+      return NodeValue::of_real(content_.real);
+    case Form::String:
+      return NodeValue::of_string(content_.text);
+    case Form::Values:
+      return content_.values->values[i];
+    default:
+      return content_.rare->values->values[i];
+  }
+}
+
+inline Node* Node::children() const noexcept {
+  if (form_ == Form::Rare) return content_.rare->children;
+  return form_ == Form::Children ? content_.children : nullptr;
+}
 
 // The names of the queries that every dictionary is asked, made once.
 struct DictQueries {
@@ -110,21 +218,25 @@ class Tree {
   Tree& operator=(const Tree&) = delete;
 
   Node& make_node();
-  Node& make_node(NodeKind kind, Text label, PathSegment segment);
-  // Makes room for that many children in one block.
+  // Room for the parent's children, once and before the first: they stand in one block, and more than that many would
+  // have to move.
   void reserve_children(Node& parent, std::size_t count);
-  // Adds a node of this tree as the parent's last child.
-  void append_child(Node& parent, Node& child);
-  // Makes a node and adds it.
+  // Makes a node behind the parent's other children. Without room for it the others move.
   Node& add_child(Node& parent, NodeKind kind, Text label, PathSegment segment);
   // The parent has a child.
-  void remove_last_child(Node& parent) noexcept { --parent.child_count; }
+  void remove_last_child(Node& parent) noexcept { --parent.count_; }
   // Resets the node to a new one that keeps its label and its path segment.
-  void clear(Node& node);
-  // Gives the node its object part; once per node.
-  ObjectPart& make_object_part(Node& node);
-  // Room for values and lines; the caller fills them.
-  NodeValue* make_values(std::size_t count) { return arena_.allocate<NodeValue>(count); }
+  void clear(Node& node) noexcept;
+  // A type label that has no name. The node's values are made before it.
+  void set_type_label(Node& node, Text label);
+  // Gives a new node its one value.
+  void set_value(Node& node, const NodeValue& value) noexcept;
+  // Gives a new node that many values, which the caller fills.
+  std::span<NodeValue> make_values(Node& node, std::size_t count);
+  // What the node stands for when it is more than the values that it has.
+  void set_truncated(Node& node, HalconCpp::HTuple held_tuple);
+  // The rare fields of the node, made when it has none. Not for a node of one value.
+  RareFields& make_rare(Node& node);
   std::span<Text> make_lines(std::size_t count);
 
   Text text(std::u16string_view text);
@@ -140,11 +252,16 @@ class Tree {
     Text label = empty_text;
   };
   const CachedKey& cached_key(const HalconCpp::HString& string);
+  // The digits of a small number, cached: arrays of arrays are dictionaries with such keys.
+  Text number_text(std::int64_t number);
+  // "integer[3]", cached for few elements.
+  Text counted_type_label(ValueType type, std::int64_t count);
   const DictQueries& dict_queries() { return dict_queries_ ? *dict_queries_ : dict_queries_.emplace(); }
   // A text, and the same between single quotes.
   struct QuotedText {
     Text plain, quoted;
   };
+  // Words that HALCON shares, like "true", are converted once.
   QuotedText quoted_text(const HalconCpp::HString& string);
   // An empty string in which to put a text together. It is the same string each time: use it for one text at a time.
   std::u16string& scratch() noexcept {
@@ -155,14 +272,22 @@ class Tree {
   Node* root = nullptr;
 
  private:
-  struct Slab;
+  struct CachedWord {
+    HalconCpp::HString string;  // as in CachedKey
+    const void* address = nullptr;
+    QuotedText text{};
+  };
 
   // Writes the text without a NUL into a block of its own, with room for `more` units after it.
   std::span<char16_t> write_text(const HalconText& from, std::size_t more);
+  QuotedText make_quoted_text(const HalconText& string);
 
   Arena arena_;
-  Slab* slabs_ = nullptr;                   // newest first
+  RareFields* rare_ = nullptr;              // of all nodes, newest first
   std::array<CachedKey, 128> cached_keys_;  // by address
+  std::array<CachedWord, 8> cached_words_;  // by address
+  std::array<Text, 256> cached_numbers_{};
+  std::array<std::array<Text, 16>, 3> cached_labels_{};  // by type and count
   std::optional<DictQueries> dict_queries_;
   std::u16string scratch_;
 };

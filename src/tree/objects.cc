@@ -7,7 +7,7 @@ using HalconCpp::HObject;
 using HalconCpp::HRegion;
 using HalconCpp::HTuple;
 
-HObject held_object(const Node& node) { return node.object ? node.object->held_object : HObject(); }
+HObject held_object(const Node& node) { return node.rare() ? node.rare()->held_object : HObject(); }
 
 HObject select_object(const HObject& objects, Hlong index) {
   HObject selected;
