@@ -97,9 +97,10 @@ docs: packages-docs ## make pages of the host header; check the manual page
 pictures: packages-pictures ready-release ## make the pictures of the documents again
 	@tools/make-pictures build/release/bin/qv_inspect build/release/samples docs/pictures
 
-lint: check configured-lint ## check format, header, code and includes
+lint: check configured-lint configured-fuzz ## check format, header, code and includes
 	@tools/check-code build/lint
 	@tools/check-includes build/lint
+	@tools/check-includes build/fuzz tests/fuzz
 
 check: packages-build packages-lint ## the quick part of lint: format and header
 	@$(SOURCES) | xargs -0 clang-format-14 --dry-run -Werror --ferror-limit=1 || { echo "make format fixes it"; false; }
@@ -127,7 +128,7 @@ configured-%: packages-build
 
 configured-windows: packages-windows windows-deps
 configured-fuzz configured-cost: packages-fuzz
-configured-bench: packages-bench
+configured-bench configured-lint: packages-bench
 
 # The codec libraries of the Windows build, from the sources of Debian's packages.
 windows-deps: packages-windows

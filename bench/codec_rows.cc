@@ -1,4 +1,7 @@
 // Compressed images, against their reference libraries alone; sequences of images, against one at a time.
+#include <string>
+
+#include "HalconCpp.h"
 #include "decoders.h"
 #include "files.h"
 #include "images.h"

@@ -1,6 +1,5 @@
 #include "decoders.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 // After <cstdio>, which it needs.

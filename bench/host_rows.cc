@@ -16,6 +16,7 @@
 #include "files.h"
 #include "peer_library.h"
 #include "process.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "rows.h"
 
 namespace bench {

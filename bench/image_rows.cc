@@ -2,11 +2,14 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "files.h"
 #include "images.h"
 #include "process.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "rows.h"
 
 namespace bench {

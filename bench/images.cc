@@ -1,6 +1,7 @@
 #include "images.h"
 
 #include <cmath>
+#include <cstdint>
 #include <random>
 #include <string_view>
 #include <vector>

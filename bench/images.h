@@ -2,6 +2,8 @@
 #ifndef QUOVEL_BENCH_IMAGES_H
 #define QUOVEL_BENCH_IMAGES_H
 
+#include <cstddef>
+
 #include "HalconCpp.h"
 
 namespace bench {

@@ -1,13 +1,15 @@
 // JSON files to finished trees, against nlohmann::json.
 
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
 
 #include "HalconCpp.h"
 #include "documents.h"
 #include "files.h"
-#include "process.h"
 #include "rows.h"
 #include "simdjson_walk.h"
 

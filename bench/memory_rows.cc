@@ -1,4 +1,7 @@
 // What a finished tree takes, and what opening takes at most, as the system counts a process of its own.
+#include <cstddef>
+#include <string>
+
 #include "documents.h"
 #include "files.h"
 #include "process.h"

@@ -4,12 +4,17 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <memory>
 #include <random>
+#include <string>
+#include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "files.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "rows.h"
 
 namespace bench {

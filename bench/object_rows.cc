@@ -2,13 +2,14 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "HalconCreate.h"
 #include "documents.h"
 #include "files.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "rows.h"
 
 namespace bench {

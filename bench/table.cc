@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <string_view>
 #include <thread>
 
 #include "files.h"

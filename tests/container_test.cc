@@ -1,13 +1,23 @@
 // The container format: what is written reads back equal to the last bit, and damaged or incomplete files are rejected.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <bit>
 #include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <initializer_list>
 #include <limits>
 #include <random>
+#include <string>
+#include <tuple>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "support/bytes.h"
 #include "support/files.h"
+#include "support/objects.h"
 #include "support/small_stack.h"
 #include "support/values.h"
 

@@ -1,15 +1,21 @@
 // The contract that all exports share: null pointers, indices out of range, the last-error text, one tree per Reader.
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <vector>
 
+#include "HalconCpp.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

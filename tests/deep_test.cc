@@ -1,12 +1,19 @@
 // Data nested far deeper than any file may be: building, walking and destroying cost no stack.
 #include <gtest/gtest.h>
 
+#include <string>
+
+#include "HalconCpp.h"
 #include "adapter/dispatcher.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/files.h"
 #include "support/host.h"
+#include "support/objects.h"
 #include "support/small_stack.h"
 #include "support/values.h"
 #include "tree/dict_builder.h"
+#include "tree/node.h"
+#include "tree/work.h"
 
 namespace {
 

@@ -1,10 +1,21 @@
 // Dictionaries, generic handle queries, matrices and system settings of the class interface.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
+#include <filesystem>
 #include <functional>
+#include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "support/objects.h"
 
 #if !defined(_WIN32)
 #include <fcntl.h>

@@ -2,12 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <random>
+#include <string>
+#include <string_view>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

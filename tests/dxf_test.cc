@@ -1,12 +1,22 @@
 // DXF: every point as it is, one polyline per object, and nothing that DXF cannot hold.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
 #include <random>
 #include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "support/files.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

@@ -1,11 +1,20 @@
 // Pixels and geometry as a host receives them.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <sstream>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

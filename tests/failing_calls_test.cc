@@ -3,8 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
+#include <string>
 
 #include "HalconHook.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "support/files.h"
+#include "support/host.h"
 #include "support/scenarios.h"
 
 namespace {

@@ -3,11 +3,23 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <iosfwd>
+#include <iterator>
+#include <string>
 #include <thread>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "support/files.h"
+#include "support/host.h"
 #include "support/objects.h"
 #include "support/scenarios.h"
 

@@ -11,10 +11,16 @@
 #include <link.h>
 
 #include <climits>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
+#include <vector>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "support/files.h"
 #include "support/scenarios.h"
 
 namespace {

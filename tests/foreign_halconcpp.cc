@@ -1,5 +1,6 @@
 // A library of the name and of the C++ names of the built-in layer, as another product in the host's process may have
 // loaded one. Whoever calls into it by mistake is stopped at once.
+#include <atomic>
 #include <cstdlib>
 
 #include "HalconCpp.h"

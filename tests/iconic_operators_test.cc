@@ -1,12 +1,24 @@
 // The iconic operators of the built-in class interface: pixel values, layouts, runs, lines and what they reject.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <future>
+#include <initializer_list>
 #include <limits>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "HalconHook.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 using namespace HalconCpp;

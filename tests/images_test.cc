@@ -1,12 +1,20 @@
 // Image files of the built-in class interface: what PNG, JPEG and PNM files hold, what is written, what is rejected.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
 #include "support/bytes.h"
 #include "support/files.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 using namespace test;

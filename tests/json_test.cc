@@ -1,10 +1,19 @@
 // JSON documents read as dictionaries and written from them.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "support/files.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/files.h"
 #include "support/host.h"
 #include "support/scenarios.h"

@@ -3,16 +3,27 @@
 #include "../halcon/core/limits.h"
 
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <malloc.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <iterator>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "support/bytes.h"
 #include "support/cost_limits.h"
 #include "support/files.h"

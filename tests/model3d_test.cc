@@ -1,10 +1,20 @@
 // 3D object models: every format, the parameters of a model, and files that declare more than they hold.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <bit>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "support/bytes.h"
 #include "support/files.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

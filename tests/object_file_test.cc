@@ -1,9 +1,17 @@
 // Object and image files as trees: roots, labels, types, summaries and detail lines.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <string>
+#include <tuple>
+
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/failing.h"
 #include "support/files.h"
 #include "support/host.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

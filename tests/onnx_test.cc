@@ -1,6 +1,14 @@
 // Deep-learning models: what an ONNX file shows, files that are none, and models that hold one another.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <tuple>
+
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "support/files.h"
 #include "support/values.h"
 

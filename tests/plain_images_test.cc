@@ -1,9 +1,19 @@
 // BMP, GIF, PCX, Sun raster and XWD through ReadImage, and BMP through WriteImage. The files are laid out here byte by
 // byte.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "HalconCpp.h"
 #include "support/bytes.h"
 #include "support/files.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

@@ -2,10 +2,20 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <iterator>
+#include <string>
 #include <thread>
+#include <tuple>
+#include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/files.h"
 #include "support/host.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {

@@ -1,10 +1,17 @@
 // Sequence files: their format, the search for their files, and paths by Windows rules.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <string>
+#include <tuple>
+#include <utility>
 
 #include "platform/path_text.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/files.h"
 #include "support/host.h"
 

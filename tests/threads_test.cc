@@ -6,8 +6,14 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "support/files.h"
+#include "support/host.h"
 #include "support/scenarios.h"
 
 namespace {

@@ -1,16 +1,27 @@
 // TIFF and JPEG 2000 files of the built-in class interface: odd layouts and colors, all types there and back, damage.
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "support/bytes.h"
+#include "support/files.h"
+#include "support/objects.h"
+#include "support/values.h"
+
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
-
-#include <algorithm>
-#include <map>
-#include <random>
-
-#include "support/bytes.h"
-#include "support/files.h"
-#include "support/values.h"
 
 using namespace test;
 using namespace std::string_literals;

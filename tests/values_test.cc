@@ -3,8 +3,10 @@
 #include "support/values.h"
 
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <thread>
+#include <tuple>
 
 #include "HalconHook.h"
 

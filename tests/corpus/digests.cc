@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/host.h"
 
 namespace {

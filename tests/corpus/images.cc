@@ -1,11 +1,18 @@
 #include <algorithm>
-#include <array>
-#include <cmath>
+#include <cctype>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "sections.h"
 #include "support/bytes.h"
 #include "support/values.h"

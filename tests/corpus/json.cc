@@ -1,4 +1,8 @@
 // JSON documents: what opens, what is rejected, and that what was written reads back to the same tree.
+#include <filesystem>
+#include <string>
+
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "sections.h"
 #include "support/files.h"
 #include "support/host.h"

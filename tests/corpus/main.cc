@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
+#include <iterator>
+#include <string>
 
 #include "sections.h"
 

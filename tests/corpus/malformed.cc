@@ -1,4 +1,8 @@
 // Every damaged file is opened by each parse export, drawn and saved: it ends with a tree or with one readable line.
+#include <filesystem>
+#include <string>
+
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "sections.h"
 #include "support/files.h"
 #include "support/host.h"

@@ -1,7 +1,10 @@
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
 
+#include "HalconCpp.h"
 #include "sections.h"
 #include "support/values.h"
 #include "table.h"

@@ -1,6 +1,9 @@
+#include <filesystem>
 #include <map>
+#include <string>
 #include <utility>
 
+#include "HalconCpp.h"
 #include "sections.h"
 #include "support/values.h"
 #include "table.h"

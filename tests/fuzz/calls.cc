@@ -2,11 +2,16 @@
 // against the contract. Nodes come from any live tree; indices and paths may not exist, and pointers may be null.
 #include <array>
 #include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "driver.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/files.h"
+#include "support/host.h"
 
 namespace {
 

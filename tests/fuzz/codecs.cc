@@ -1,4 +1,7 @@
 // PNG, JPEG, TIFF, JPEG 2000, BMP, GIF, PCX, Sun raster and XWD: the content tells which.
+#include <cstddef>
+#include <cstdint>
+
 #include "driver.h"
 #include "repair.h"
 

@@ -1,7 +1,12 @@
 // The built-in container; the kind of its root chooses the call.
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
 #include "container/format.h"
 #include "driver.h"
 #include "repair.h"
+#include "support/host.h"
 
 namespace container = HalconCpp::detail::container;
 

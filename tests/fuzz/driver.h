@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/host.h"
 
 namespace fuzz {

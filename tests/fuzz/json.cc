@@ -1,7 +1,11 @@
 // JSON, with the reading options that the last byte chooses.
+#include <cstdint>
+#include <string>
 #include <vector>
 
 #include "driver.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
+#include "support/host.h"
 
 FUZZ_TARGET(input) {
   const auto [content, way] = fuzz::choose(input);

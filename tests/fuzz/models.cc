@@ -1,5 +1,6 @@
 // PLY, OBJ, STL and OFF: the last byte chooses the name's extension.
 #include "driver.h"
+#include "support/host.h"
 
 FUZZ_TARGET(input) {
   constexpr const char* names[] = {"input.ply", "input.obj", "input.stl", "input.off"};

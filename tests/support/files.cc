@@ -3,7 +3,6 @@
 #include <atomic>
 #include <fstream>
 #include <random>
-#include <sstream>
 #include <system_error>
 
 namespace test {

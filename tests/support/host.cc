@@ -1,6 +1,9 @@
 #include "support/host.h"
 
+#include <cstddef>
+#include <filesystem>
 #include <sstream>
+#include <utility>
 
 #include "support/files.h"
 

@@ -1,7 +1,11 @@
 #include "support/objects.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
+
+#include "HalconCreate.h"
 
 namespace test {
 

@@ -3,9 +3,10 @@
 #define QUOVEL_TESTS_SUPPORT_OBJECTS_H
 
 #include <initializer_list>
+#include <string>
 #include <vector>
 
-#include "HalconCreate.h"
+#include "HalconCpp.h"
 
 namespace test {
 

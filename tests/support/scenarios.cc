@@ -4,10 +4,15 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 #include <utility>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace test {

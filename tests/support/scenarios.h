@@ -2,11 +2,13 @@
 #ifndef QUOVEL_TESTS_SUPPORT_SCENARIOS_H
 #define QUOVEL_TESTS_SUPPORT_SCENARIOS_H
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "support/files.h"
 #include "support/host.h"
 

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "HalconCreate.h"
+
 namespace test {
 
 using namespace HalconCpp;

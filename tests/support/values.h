@@ -2,10 +2,14 @@
 #ifndef QUOVEL_TESTS_SUPPORT_VALUES_H
 #define QUOVEL_TESTS_SUPPORT_VALUES_H
 
+#include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"  // IWYU pragma: keep (for a template)
 #include "support/objects.h"
 
 namespace test {
