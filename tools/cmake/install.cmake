@@ -38,7 +38,7 @@ if(WIN32)
   install(FILES $<TARGET_FILE:${package}> DESTINATION python/quovel_adapter)
 endif()
 set(QUOVEL_PYTHON_FOLDER ${python_folder} CACHE STRING "Where the Python package goes, below the prefix")
-install(DIRECTORY host/python/quovel_adapter DESTINATION ${QUOVEL_PYTHON_FOLDER} FILES_MATCHING
+install(DIRECTORY host/python/quovel_adapter host/python/quovel_catalog DESTINATION ${QUOVEL_PYTHON_FOLDER} FILES_MATCHING
   PATTERN "*.py" PATTERN "py.typed")
 
 # How a project finds it: find_package(quovel_adapter_2411), or pkg-config.

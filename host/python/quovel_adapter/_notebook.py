@@ -21,7 +21,7 @@ MAX_PIXELS = 512  # of a picture's width and height
 MAX_NUMBERS = 60_000  # of a drawing
 
 
-def _png(image: _data.Pixels) -> bytes:
+def png(image: _data.Pixels) -> bytes:
     def chunk(name: bytes, body: bytes) -> bytes:
         return struct.pack(">I", len(body)) + name + body + struct.pack(">I", zlib.crc32(name + body))
 
@@ -64,9 +64,9 @@ def _averaged_bytes(image: _data.Pixels, step: int) -> _data.Pixels:
     return _data.Pixels(len(columns), len(_blocks(height, step)), channels, reduced)
 
 
-def reduced(image: _data.Pixels) -> _data.Pixels:
-    """At most MAX_PIXELS wide and high."""
-    step = -(-max(image.width, image.height) // MAX_PIXELS) or 1
+def reduced(image: _data.Pixels, size: int = MAX_PIXELS) -> _data.Pixels:
+    """At most `size` wide and high."""
+    step = -(-max(image.width, image.height) // size) or 1
     if step == 1:
         return image
     if _data.numpy is None:
@@ -76,7 +76,7 @@ def reduced(image: _data.Pixels) -> _data.Pixels:
 
 
 def _picture(image: _data.Pixels, caption: str = "") -> str:
-    encoded = base64.b64encode(_png(reduced(image))).decode()
+    encoded = base64.b64encode(png(reduced(image))).decode()
     return (
         f'<figure style="margin: 0"><img alt="" style="max-width: 100%" src="data:image/png;base64,{encoded}">'
         f"<figcaption>{escape(caption)}</figcaption></figure>"

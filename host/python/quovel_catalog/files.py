@@ -1,0 +1,104 @@
+"""Which files a catalogue has, and the rows that it has of them."""
+
+from __future__ import annotations
+
+import os
+from collections.abc import Iterable, Iterator
+from typing import NamedTuple, Optional
+
+_FAMILIES = {
+    "dictionary": "json hdict",
+    "model3d": "ply obj stl off om3",
+    "dlmodel": "onnx hdl",
+    "objects": "hobj",
+    "sequence": "seq",
+    "image": "png jpg jpeg tif tiff jp2 j2k bmp gif pcx ras xwd pnm pbm pgm ppm jxr wdp hdp",
+}
+FAMILY_OF = {extension: family for family, names in _FAMILIES.items() for extension in names.split()}
+_SAME_FORMAT = {"jpeg": "jpg", "tiff": "tif", "j2k": "jp2", "wdp": "jxr", "hdp": "jxr", "pnm": "pnm"}
+
+
+class File(NamedTuple):
+    """A file as the system shows it; `id` is its row."""
+
+    id: int
+    path: str
+    size: int
+    mtime_ns: int
+
+
+def extension_of(path: str) -> str:
+    return os.path.splitext(path)[1][1:].lower()
+
+
+def family_of(path: str) -> str:
+    return FAMILY_OF[extension_of(path)]
+
+
+def format_of(path: str) -> str:
+    extension = extension_of(path)
+    return _SAME_FORMAT.get(extension, extension)
+
+
+def below(folders: Iterable[str], unreadable: list[str]) -> Iterator[tuple[str, int, int]]:
+    """Path, size and time of every file of a known extension, without those that begin with a dot. Links to folders are not
+    followed. Folders that cannot be read are added to `unreadable`."""
+    waiting = [os.path.abspath(folder) for folder in reversed(list(folders))]
+    while waiting:
+        folder = waiting.pop()
+        try:
+            with os.scandir(folder) as entries:
+                found = sorted(entries, key=lambda entry: entry.name)
+        except NotADirectoryError:
+            status = os.stat(folder)
+            yield folder, status.st_size, status.st_mtime_ns
+            continue
+        except OSError as error:
+            unreadable.append(f"{folder}: {error.strerror}")
+            continue
+        for entry in found:
+            if entry.name.startswith("."):
+                continue
+            try:
+                if entry.is_dir(follow_symlinks=False):
+                    waiting.append(entry.path)
+                elif extension_of(entry.name) in FAMILY_OF and entry.is_file():
+                    status = entry.stat()
+                    yield entry.path, status.st_size, status.st_mtime_ns
+            except OSError as error:
+                unreadable.append(f"{entry.path}: {error.strerror}")
+
+
+# ---- Rows
+
+# place, label, kind, type, shape, value, number
+NodeRow = tuple[str, str, str, str, Optional[str], str, Optional[float]]
+
+
+class FileRow(NamedTuple):
+    """What is known of a file after it was opened; without an error it has at least a root."""
+
+    id: int
+    path: str
+    size: int
+    mtime_ns: int
+    family: str
+    format: str
+    content: str | None = None  # digests, in hexadecimal digits
+    pixels: str | None = None
+    nodes: int = 0
+    seconds: float = 0.0
+    error: str | None = None
+
+
+class Part(NamedTuple):
+    """Rows of a file: its nodes, in several parts if they are many; the last part has the row of the file."""
+
+    id: int
+    nodes: list[NodeRow]
+    file: FileRow | None
+
+
+def failed(file: File, error: str, seconds: float = 0.0) -> Part:
+    family, form = family_of(file.path), format_of(file.path)
+    return Part(file.id, [], FileRow(*file, family, form, seconds=seconds, error=error))

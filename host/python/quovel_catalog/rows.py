@@ -1,0 +1,237 @@
+"""Opens files, in a worker, and makes their rows."""
+
+from __future__ import annotations
+
+import ctypes
+import hashlib
+import os
+import pathlib
+import re
+import tempfile
+import time
+from collections.abc import Iterator
+from typing import Any
+
+from quovel_adapter import _library
+from quovel_adapter._library import from_units, library, to_units
+
+from . import files
+from .files import FileRow, NodeRow, Part
+
+KINDS = ("dict", "array", "value", "object")
+BLOCK = 2048  # nodes
+
+
+# ---- The tree
+
+
+class _Block(ctypes.Structure):
+    _fields_ = [
+        ("count", ctypes.c_int64),
+        ("units", ctypes.c_int64),
+        ("_capacities", ctypes.c_int64 * 3),
+        ("kinds", ctypes.POINTER(ctypes.c_uint32)),
+        ("totals", ctypes.POINTER(ctypes.c_uint32)),
+        ("flags", ctypes.POINTER(ctypes.c_uint8)),
+        ("numbers", ctypes.POINTER(ctypes.c_double)),
+        ("nodes", ctypes.POINTER(ctypes.c_void_p)),
+        ("texts", ctypes.c_void_p),
+    ]
+
+
+_HAS_NUMBER, _IS_IMAGE = 1, 2
+
+
+def _load_walk() -> Any:
+    """The helper beside the library, or None where there is none."""
+    path = pathlib.Path(_library.library._name).with_name("libquovel_walk.so")
+    if not path.is_file():
+        return None
+    walk = ctypes.CDLL(str(path))
+    walk.qv_walk_begin.restype = ctypes.c_void_p
+    walk.qv_walk_begin.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_int64]
+    walk.qv_walk_next.restype, walk.qv_walk_next.argtypes = ctypes.POINTER(_Block), [ctypes.c_void_p]
+    walk.qv_walk_end.restype, walk.qv_walk_end.argtypes = None, [ctypes.c_void_p]
+    return walk
+
+
+_walk = _load_walk()
+_IMAGE_SIZE = re.compile(r"(\d+)x(\d+), (\d+)ch")
+
+
+def _shape(kind: int, total: int, text: str) -> str | None:
+    if kind == 2:
+        return str(total)
+    if kind != 3:
+        return None
+    size = _IMAGE_SIZE.match(text)
+    if size:
+        width, height, channels = size.groups()
+        return f"{height}x{width}" if channels == "1" else f"{height}x{width}x{channels}"
+    return text if re.fullmatch(r"\d+x\d+", text) else str(total)
+
+
+def _blocks(reader: int, root: int) -> Iterator[tuple[list[NodeRow], list[tuple[int, int]]]]:
+    """Rows, and the images among them: address and number of objects."""
+    cursor = _walk.qv_walk_begin(reader, root, BLOCK)
+    if not cursor:
+        raise MemoryError
+    try:
+        while True:
+            found = _walk.qv_walk_next(cursor)
+            if not found:
+                raise MemoryError
+            block = found.contents
+            count = block.count
+            if count == 0:
+                return
+            texts = ctypes.string_at(block.texts, 2 * block.units).decode("utf-16-le", "replace").split("\0")
+            kinds, totals, flags = block.kinds[:count], block.totals[:count], block.flags[:count]
+            rows: list[NodeRow] = [
+                (place, label, KINDS[kind], form, _shape(kind, total, value), value, number if flag & 1 else None)
+                for place, label, form, value, kind, total, flag, number in zip(
+                    texts[0::4], texts[1::4], texts[2::4], texts[3::4], kinds, totals, flags, block.numbers[:count]
+                )
+            ]
+            yield rows, [(block.nodes[i], totals[i]) for i, flag in enumerate(flags) if flag & _IS_IMAGE]
+    finally:
+        _walk.qv_walk_end(cursor)
+
+
+def _blocks_without_helper(reader: int, root: int) -> Iterator[tuple[list[NodeRow], list[tuple[int, int]]]]:
+    """The same by one call per field."""
+    rows: list[NodeRow] = []
+    images = []
+    waiting = [(root, "")]
+    while waiting:
+        node, place = waiting.pop()
+        kind = library.qv_node_kind(node)
+        total = library.qv_node_object_count(node) if kind == 3 else library.qv_node_total_count(node)
+        kept = library.qv_node_value_count(node)
+        whole = kind == 2 and kept > 1 and not library.qv_node_truncated(node)
+        text = library.qv_node_full_value_text(reader, node) if whole else library.qv_node_value_summary(node)
+        value = from_units(text)[:4096]
+        number = None
+        if kept == 1 and total == 1 and library.qv_node_value_type_at(node, 0) > 0:
+            real = library.qv_node_value_type_at(node, 0) == 2
+            number = float((library.qv_node_value_real_at if real else library.qv_node_value_int_at)(node, 0))
+        label, form = from_units(library.qv_node_label(node)), from_units(library.qv_node_type_label(node))
+        rows.append((place or "/", label, KINDS[kind], form, _shape(kind, total, value), value, number))
+        if kind == 3 and library.qv_node_is_image(node):
+            images.append((node, total))
+        for index in range(library.qv_node_child_count(node) - 1, -1, -1):
+            child = library.qv_node_child_at(node, index)
+            segment = from_units(library.qv_node_label(child)).replace("~", "~0").replace("/", "~1") or "~"
+            if library.qv_node_path_segment_kind(child) == 1:
+                segment = str(library.qv_node_path_index(child))
+            waiting.append((child, f"{place}/{segment}"))
+        if len(rows) == BLOCK:
+            yield rows, images
+            rows, images = [], []
+    yield rows, images
+
+
+# ---- Digests
+
+
+def _new_digest() -> Any:
+    return hashlib.blake2b(digest_size=16)
+
+
+def content_digest(path: str) -> str:
+    digest = _new_digest()
+    with open(path, "rb", buffering=0) as file:
+        while block := file.read(1 << 20):
+            digest.update(block)
+    return str(digest.hexdigest())
+
+
+def _add_pixels(digest: Any, reader: int, node: int, index: int) -> None:
+    """The pixels as they are drawn."""
+    numbers = [ctypes.c_uint32() for _ in range(4)]
+    buffer = ctypes.c_void_p()
+    outputs = [ctypes.byref(number) for number in numbers]
+    if library.qv_extract_image(reader, node, index, *outputs, ctypes.byref(buffer)) == 1:
+        try:
+            width, height, stride, form = (number.value for number in numbers)
+            row = width * (1, 3, 4)[form]
+            digest.update(b"%d %d %d " % (width, height, form))
+            pixels = (ctypes.c_uint8 * (stride * height)).from_address(buffer.value or 0)
+            if row == stride:
+                digest.update(pixels)
+            else:
+                for at in range(0, stride * height, stride):
+                    digest.update(memoryview(pixels)[at : at + row])
+        finally:
+            library.qv_free_buffer(buffer)
+
+
+def _add_stored(digest: Any, reader: int, node: int) -> None:
+    """The stored values, as a TIFF file: drawing would stretch other types than byte, and takes 1, 3 or 4 channels."""
+    with tempfile.TemporaryDirectory(prefix="quovel-") as folder:
+        path = os.path.join(folder, "image.tif")
+        if library.qv_save_object_as(reader, node, to_units(path)) == 1:
+            digest.update(content_digest(path).encode())
+
+
+def _pixel_digest(digest: Any, reader: int, images: list[tuple[int, int]]) -> None:
+    for node, count in images:
+        summary = from_units(library.qv_node_value_summary(node))
+        drawn = ", byte" in summary and re.search(r", [134]ch", summary)
+        if count == 1 and not drawn:
+            _add_stored(digest, reader, node)
+            continue
+        for index in range(count):
+            _add_pixels(digest, reader, node, index)
+
+
+# ---- Files
+
+_PARSE: dict[str, Any] = {
+    "dictionary": lambda reader, path: library.qv_reader_parse_file_with_options(reader, path, None, 0),
+    "model3d": library.qv_reader_parse_object_model_3d_file,
+    "dlmodel": library.qv_reader_parse_dl_model_file,
+}
+
+
+class Opener:
+    """One Reader for one file after another."""
+
+    def __init__(self) -> None:
+        self._reader = library.qv_reader_create()
+        if not self._reader:
+            raise MemoryError("no Reader could be created")
+
+    def rows(self, file: files.File) -> Iterator[Part]:
+        begin = time.perf_counter()
+        content = pixels = None
+        count = 0
+        error = None
+        nodes: list[NodeRow] = []
+        try:
+            content = content_digest(file.path)
+            digest = _new_digest()
+            empty = digest.digest()
+            for block, images in self._tree(file.path):
+                if nodes:
+                    yield Part(file.id, nodes, None)
+                nodes = block
+                count += len(block)
+                _pixel_digest(digest, self._reader, images)
+            pixels = digest.hexdigest() if digest.digest() != empty else None
+        except MemoryError:
+            error = "memory is exhausted"
+        except OSError as failure:
+            error = f"{type(failure).__name__}: {failure.strerror}"
+        except ValueError as failure:
+            error = str(failure)
+        family, form = files.family_of(file.path), files.format_of(file.path)
+        seconds = round(time.perf_counter() - begin, 6)
+        yield Part(file.id, nodes, FileRow(*file, family, form, content, pixels, count, seconds, error))
+
+    def _tree(self, path: str) -> Iterator[tuple[list[NodeRow], list[tuple[int, int]]]]:
+        parse = _PARSE.get(files.family_of(path), library.qv_reader_parse_object_file)
+        root = parse(self._reader, to_units(path))
+        if not root:
+            raise ValueError(from_units(library.qv_reader_last_error(self._reader)) or "memory is exhausted")
+        return (_blocks if _walk else _blocks_without_helper)(self._reader, root)
