@@ -3,12 +3,19 @@
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory --no-builtin-rules
 
+# make run PATH: make takes PATH for a target, or for a variable when it holds "=". A target becomes FILE, and no rule below
+# can match it. make itself rejects a PATH that begins with "-".
+ifeq ($(origin FILE),command line)
+override FILE := $(value FILE)
+else ifeq ($(firstword $(MAKECMDGOALS)),run)
+variables := $(filter-out JOBS=% CORPUS=% PREFIX=% DESTDIR=%,$(MAKEOVERRIDES))
+$(if $(variables),$(error make takes "$(variables)" for a variable. A path with "=" needs FILE: make run FILE=PATH))
+endif
 ifeq ($(firstword $(MAKECMDGOALS))$(if $(word 2,$(MAKECMDGOALS)),+),run+)
-# make run PATH: make takes PATH for a target. It becomes FILE instead, and no rule below can match it. A path that holds
-# "=" or several spaces in a row needs FILE=.
 export FILE := $(wordlist 2,$(words $(MAKECMDGOALS)),$(MAKECMDGOALS))
 .PHONY: run path
 run:
+	@[ -e "$$FILE" ] || { echo "There is no file \"$$FILE\". make run takes one file; an odd name needs FILE=\"name\"."; false; }
 	@$(MAKE) run
 %: path
 	@:
@@ -28,9 +35,9 @@ next = @[ -n "$$CI" ] || printf 'Next: %s\n' $(1)
 
 SAMPLE = build/release/samples/scene
 
-run: configured-release ## show a sample file as a tree, or your own: make run PATH
+run: configured-release ## show a sample, or your own file: make run PATH (or FILE=PATH)
 	@cmake --build build/release --target qv_inspect samples
-	@build/release/bin/qv_inspect "$${FILE:-$(SAMPLE).hobj}"
+	@case $$FILE in -*) FILE=./$$FILE ;; esac; build/release/bin/qv_inspect "$${FILE:-$(SAMPLE).hobj}"
 	@[ -n "$$FILE" ] || build/release/bin/qv_inspect $(SAMPLE).hobj --html $(SAMPLE).html --force
 	$(call next,'make run path/of/your/file' 'build/release/bin/qv_inspect --help' 'make test')
 
@@ -63,7 +70,7 @@ fuzz-cost: packages-fuzz ready-cost ## look for files that cost too much (SECOND
 mutants: packages-build packages-test ## make small faults that a test must notice
 	@tools/mutants
 
-bench: ready-bench ## measure against other libraries (LARGE=1: large works too; JSON=file: that file too; WRITE=1: into the document)
+bench: ready-bench ## measure against other libraries (LARGE=1 JSON=file WRITE=1)
 	@build/bench/bin/qv_bench $(if $(JSON),--json "$(JSON)") $(if $(LARGE),--large) \
 	  $(if $(WRITE),--document docs/performance.md) --commit "$$(git describe --always --dirty)" $(BENCH_OPTIONS)
 
