@@ -440,12 +440,20 @@ double HTupleElement::rare_real() const {
   return value.data_.real;
 }
 
+// The two common cases take no tuple in between: they are asked for every key and every text.
 HString HTupleElement::S() const {
   detail::pass_gate("HTupleElement::S");
-  HTuple value = element_at(*tuple_, index_);
+  const auto shared = [](const detail::StringData* string) {
+    detail::retain(string);
+    return Access::adopt(string);
+  };
+  if (tuple_->kind_ == TupleKind::String && index_ == 0) return shared(tuple_->data_.string);
+  if (tuple_->kind_ == TupleKind::Array && tuple_->data_.array->kind == detail::ArrayKind::Strings && index_ >= 0 &&
+      index_ < tuple_->data_.array->length)
+    return shared(static_cast<const detail::StringData* const*>(tuple_->data_.array->elements)[index_]);
+  const HTuple value = element_at(*tuple_, index_);
   if (value.kind_ != TupleKind::String) fail("HTupleElement::S");
-  value.kind_ = TupleKind::Empty;  // its reference is the string's now
-  return Access::adopt(value.data_.string);
+  return shared(value.data_.string);
 }
 
 HHandle HTupleElement::H() const {

@@ -18,8 +18,14 @@ class HalconText {
  public:
   explicit HalconText(const HalconCpp::HString& string);
 
-  // The address of the characters. Strings that share them have the same one.
-  const void* address() const noexcept { return text_; }
+  // The address of the string's characters. Strings that share them have the same one.
+  static const void* address_of(const HalconCpp::HString& string) {
+#if defined(_WIN32)
+    return string.TextW();
+#else
+    return string.Text();
+#endif
+  }
   // At least the number of units that `copy_to` writes.
   std::size_t max_units() const noexcept { return length_; }
   // Writes the text without a NUL and returns the number of units.

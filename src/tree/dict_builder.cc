@@ -63,9 +63,8 @@ class DictEntries final : public PendingChildren {
 
   Work read_entry(const HTuple& key) {
     const HalconCpp::HString data_type = dict_.GetDictParam(tree_.dict_queries().key_data_type, key)[0].S();
-    const std::string_view name = data_type.Text();
-    if (name == "object") return {last_, dict_.GetDictObject(key)};
-    if (name == "tuple") return {last_, EntryTuple{dict_.GetDictTuple(key), std::nullopt}};
+    if (tree_.is_tuple(data_type)) return {last_, EntryTuple{dict_.GetDictTuple(key), std::nullopt}};
+    if (std::string_view(data_type.Text()) == "object") return {last_, dict_.GetDictObject(key)};
     make_unsupported(tree_, *last_, data_type);
     return {last_, {}};
   }

@@ -141,14 +141,22 @@ Text Tree::text(const HalconCpp::HString& string) {
 }
 
 const Tree::CachedKey& Tree::cached_key(const HalconCpp::HString& string) {
-  const HalconText text(string);
-  const auto address = reinterpret_cast<std::uintptr_t>(text.address());
+  const void* const text = HalconText::address_of(string);
+  const auto address = reinterpret_cast<std::uintptr_t>(text);
   CachedKey& cached = cached_keys_[(address / 16 ^ address / 4096) % cached_keys_.size()];
-  if (cached.address != text.address()) {
+  if (cached.address != text) {
     cached = {string, nullptr, HalconCpp::HTuple(string), this->text(string)};
-    cached.address = HalconText(cached.string).address();  // of the copy, which may not share the text
+    cached.address = HalconText::address_of(cached.string);  // of the copy, which may not share the text
   }
   return cached;
+}
+
+bool Tree::is_tuple(const HalconCpp::HString& data_type) {
+  if (tuple_name_.address && HalconText::address_of(data_type) == tuple_name_.address) return true;
+  if (std::string_view(data_type.Text()) != "tuple") return false;
+  tuple_name_ = {data_type, nullptr};
+  tuple_name_.address = HalconText::address_of(tuple_name_.string);
+  return true;
 }
 
 Text Tree::number_text(std::int64_t number) {
@@ -182,11 +190,11 @@ Tree::QuotedText Tree::quoted_text(const HalconCpp::HString& string) {
   constexpr std::size_t max_word = 5;
   const HalconText text(string);
   if (text.max_units() > max_word) return make_quoted_text(text);
-  const auto address = reinterpret_cast<std::uintptr_t>(text.address());
-  CachedWord& cached = cached_words_[address / 16 % cached_words_.size()];
-  if (cached.address != text.address()) {
+  const void* const address = HalconText::address_of(string);
+  CachedWord& cached = cached_words_[reinterpret_cast<std::uintptr_t>(address) / 16 % cached_words_.size()];
+  if (cached.address != address) {
     cached = {string, nullptr, make_quoted_text(text)};
-    cached.address = HalconText(cached.string).address();
+    cached.address = HalconText::address_of(cached.string);
   }
   return cached.text;
 }

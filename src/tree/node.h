@@ -257,6 +257,9 @@ class Tree {
   // "integer[3]", cached for few elements.
   Text counted_type_label(ValueType type, std::int64_t count);
   const DictQueries& dict_queries() { return dict_queries_ ? *dict_queries_ : dict_queries_.emplace(); }
+  // Whether HALCON's name of a data type is "tuple". It is asked for every entry, and HALCON shares the name, so that
+  // its address tells.
+  bool is_tuple(const HalconCpp::HString& data_type);
   // A text, and the same between single quotes.
   struct QuotedText {
     Text plain, quoted;
@@ -288,6 +291,10 @@ class Tree {
   std::array<CachedWord, 8> cached_words_;  // by address
   std::array<Text, 256> cached_numbers_{};
   std::array<std::array<Text, 16>, 3> cached_labels_{};  // by type and count
+  struct {
+    HalconCpp::HString string;  // as in CachedKey
+    const void* address = nullptr;
+  } tuple_name_;
   std::optional<DictQueries> dict_queries_;
   std::u16string scratch_;
 };
