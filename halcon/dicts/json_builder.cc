@@ -65,15 +65,6 @@ bool are_equal(const HTuple& tuple, std::span<const std::string_view> texts) {
                     [](std::string_view a, const StringData* b) { return a == text_of(b); });
 }
 
-HTuple numbered_dict(std::span<HTuple> values) {
-  auto* data = new DictData;
-  HTuple dict = Access::handle_tuple(Access::wrap(data));
-  Buffer<Hlong> keys(values.size());
-  std::iota(keys.begin(), keys.end(), Hlong{0});
-  data->table.adopt(Access::integers(std::move(keys)), entries_of(values));
-  return dict;
-}
-
 }  // namespace
 
 bool JsonBuilder::reject_single_value() {
@@ -105,6 +96,19 @@ HTuple JsonBuilder::object_dict(std::span<const std::string_view> keys, std::spa
     last = std::move(tuple);
   }
   data->table.adopt(last, entries_of(values));
+  return dict;
+}
+
+// Arrays of arrays mostly have as many elements as the one before; the keys are then the same as well.
+HTuple JsonBuilder::numbered_dict(std::span<HTuple> values) {
+  auto* data = new DictData;
+  HTuple dict = Access::handle_tuple(Access::wrap(data));
+  if (last_numbers_.Length() != static_cast<Hlong>(values.size())) {
+    Buffer<Hlong> keys(values.size());
+    std::iota(keys.begin(), keys.end(), Hlong{0});
+    last_numbers_ = Access::integers(std::move(keys));
+  }
+  data->table.adopt(last_numbers_, entries_of(values));
   return dict;
 }
 

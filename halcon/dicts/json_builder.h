@@ -58,6 +58,7 @@ class JsonBuilder {
   bool reject_single_value();
   HTuple key_tuple(std::span<const std::string_view> keys);
   HTuple object_dict(std::span<const std::string_view> keys, std::span<HTuple> values);
+  HTuple numbered_dict(std::span<HTuple> values);
   bool end(HTuple value, bool is_array);
 
   const JsonReading& options_;
@@ -66,6 +67,7 @@ class JsonBuilder {
   std::vector<HTuple> values_;          // of all open levels, the innermost one's last
   std::vector<std::string_view> keys_;  // of all open objects likewise
   std::vector<HTuple> last_keys_;       // per depth those of the last object, none of them twice
+  HTuple last_numbers_;                 // the keys of the last dictionary with numbers
   HTuple document_;
   std::string reason_;
 };
