@@ -99,19 +99,21 @@ void add_json_rows(const std::string& real_file) {
             [shape] { return against_nlohmann(make_document(shape.make(small_file / shape.bytes_per_scalar))); });
   add_row({"JSON of 2 MB, nested arrays", "nlohmann::json::parse", 0.9, 15},
           [] { return against_nlohmann(make_document(nested_document(small_file / 7))); });
-  add_large_row({"JSON of 1,000,000 records, 10,000,000 entries", "nlohmann::json::parse", 0.7, 3},
-                [] { return against_nlohmann(make_document(record_document(all_fields))); });
+  add_large_row(
+      {"JSON of 1,000,000 records, 10,000,000 entries", "nlohmann::json::parse", 0.7, 3, Unit::Seconds, false},
+      [] { return against_nlohmann(make_document(record_document(all_fields))); });
   for (const Shape& shape : shapes)
     add_row({std::string("JSON of 2 MB, ") + shape.name, "simdjson, every value read", no_bound, 15},
             [shape] { return against_simdjson(make_document(shape.make(small_file / shape.bytes_per_scalar))); });
   add_row({"JSON of 2 MB, nested arrays", "simdjson, every value read", no_bound, 15},
           [] { return against_simdjson(make_document(nested_document(small_file / 7))); });
-  add_large_row({"JSON of 1,000,000 records, 10,000,000 entries", "simdjson, every value read", no_bound, 3},
+  add_large_row({"JSON of 1,000,000 records, 10,000,000 entries", "simdjson, every value read", no_bound, 3,
+                 Unit::Seconds, false},
                 [] { return against_simdjson(make_document(record_document(all_fields))); });
   for (const Shape& shape : shapes)
     add_row({std::string("container of 2 MB of JSON, ") + shape.name, "opening that JSON", 0.5, 15},
             [shape] { return container_against_json(make_document(shape.make(small_file / shape.bytes_per_scalar))); });
-  add_large_row({"container of 1,000,000 records", "opening their JSON", 0.5, 3},
+  add_large_row({"container of 1,000,000 records", "opening their JSON", 0.5, 3, Unit::Seconds, false},
                 [] { return container_against_json(make_document(record_document(all_fields))); });
   for (const Shape& shape : shapes)
     add_row({std::string("JSON of 1,000,000 entries, ") + shape.name, "nlohmann::json::parse", 2.5},
