@@ -18,10 +18,10 @@ endif()
 set(ZLIB_USE_STATIC_LIBS ON)
 add_link_options(-static)
 
-# Addresses at random in the whole address space, no data that runs as code. No times in the files and no paths of this
-# machine, so that two builds of the same sources are the same byte by byte.
+# Addresses at random in the whole address space, no data that runs as code. No times in the files, so that two builds of
+# the same sources are the same byte by byte.
 add_link_options(-Wl,--dynamicbase,--high-entropy-va,--nxcompat,--no-insert-timestamp)
-add_compile_options(-g1 -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=build)
+add_compile_options(-g1)
 
 # The codec libraries are static (tools/windows-deps). Their modules for CMake take them for DLLs: what each needs
 # beside itself follows here.
@@ -51,6 +51,7 @@ file(COPY ${QUOVEL_WINDOWS_DEPS}/notices DESTINATION ${handed_out})
 function(quovel_split_debug_symbols target)
   set(file $<TARGET_FILE:${target}>)
   set(without_time ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0) # these tools would write one again
+  target_link_options(${target} PRIVATE -Wl,-Map=${CMAKE_BINARY_DIR}/${target}.map) # tools/make-sbom reads it
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${without_time} ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
     COMMAND ${without_time} ${CMAKE_STRIP} ${file}
