@@ -89,9 +89,9 @@ test-windows: ready-windows ## run all tests of the Windows build under Wine
 	@awk '/ Testing: / { test = $$3 } /: Skipped$$/ { getline; print "Skipped " test ": " $$0 } /^Skipped / { print }' \
 	  build/windows/Testing/Temporary/LastTest.log
 
-package: packages-package ready-release ## make a Debian package, and a zip of the Windows build if any
-	@cd build/release && cpack
-	@[ ! -e build/windows/build.ninja ] || tools/package-windows
+package: packages-package ready-release ## make a Debian package and a zip, and a zip of the Windows build if any
+	@[ ! -e build/windows/build.ninja ] || cmake --build build/windows
+	@tools/make-packages
 	@tools/check-packages build/packages
 
 wheel: packages-wheel ready-release ## make a Python wheel with the library in it

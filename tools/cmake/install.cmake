@@ -1,4 +1,4 @@
-# What `cmake --install` puts where, and what `make package` makes of it.
+# What `cmake --install` puts where. tools/make-packages makes packages of it.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 set(package quovel_adapter_2411)
@@ -63,46 +63,9 @@ if(WIN32)
   install(DIRECTORY $<TARGET_FILE_DIR:${package}>/notices DESTINATION ${documents} OPTIONAL)
 endif()
 
-# What only the zip has. The NuGet package is made by `make package`.
+# What only the zip has; tools/make-packages adds the NuGet package and the checksums.
 if(WIN32)
   install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${package}.lib ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${package}.def
           DESTINATION ${CMAKE_INSTALL_LIBDIR} OPTIONAL)
-  install(FILES ${PROJECT_BINARY_DIR}/Quovel.Adapter.${PROJECT_VERSION}.nupkg DESTINATION dotnet OPTIONAL)
   install(FILES docs/README-windows.txt RENAME README.txt DESTINATION .)
-  install(CODE [=[
-    set(root "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
-    file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE "${root}" "${root}/*")
-    set(sums "")
-    foreach(name IN LISTS files)
-      if(NOT name STREQUAL "SHA256SUMS")
-        file(SHA256 "${root}/${name}" sum)
-        string(APPEND sums "${sum}  ${name}\n")
-      endif()
-    endforeach()
-    file(WRITE "${root}/SHA256SUMS" "${sums}")
-  ]=])
 endif()
-
-# ---- Packages
-set(CPACK_PACKAGE_NAME quovel-adapter-2411)
-set(CPACK_PACKAGE_VENDOR "the Quovel authors")
-# A Debian package must name an address; whoever distributes one sets their own.
-set(CPACK_PACKAGE_CONTACT "the Quovel authors <maintainers@quovel.invalid>" CACHE STRING "Who answers for the package")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Opens HALCON data files and shows each as a tree")
-set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
-set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
-if(WIN32)
-  set(CPACK_GENERATOR ZIP)
-  set(CPACK_PACKAGE_FILE_NAME ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-windows-x64)
-else()
-  set(CPACK_STRIP_FILES ON)
-  set(CPACK_GENERATOR DEB)
-  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-  set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "A library with a plain C interface, its header, a command-line host (qv_inspect) and a
- Python module (python3 and python3-numpy, when they are there).")
-endif()
-include(CPack)
