@@ -5,7 +5,7 @@ _qv_inspect_unquoted() {
   case $1 in
     \'*) word=${1//\'/} ;;
     \"*) word=${1//\"/} word=${word//\\/} ;;
-    *) word=${1//\\/} word=${word/#\~\//$HOME/} ;;
+    *) word=${1//\\/} word=${word/#\~\//${HOME-}/} ;;
   esac
 }
 
