@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -185,6 +187,95 @@ TEST(Images, ManyFilesKeepTheirOrderAndFailInIt) {
   } catch (const HalconCpp::HException& failure) {
     EXPECT_NE(std::string(failure.ErrorMessage().Text()).find("23.pgm"), std::string::npos);
   }
+}
+
+// 18 images of 17 MB, all pixels of image i equal to i % 2: more than what is decoded at opening, and than the cache
+// holds.
+class ManyImages : public ::testing::Test {
+ protected:
+  static constexpr int count = 18;
+  void SetUp() override {
+    for (int i = 0; i < count; ++i) {
+      const std::string name = path(i);
+      files.Append(name.c_str());
+      if (i >= 2) {
+        std::filesystem::copy_file(native(path(i % 2)), native(name));
+        continue;
+      }
+      const std::vector<std::uint8_t> pixels(4096 * 4200, static_cast<std::uint8_t>(i));
+      HalconCpp::WriteImage(image_of<std::uint8_t>("byte", pixels, 4096), "png", 0, name.c_str());
+    }
+  }
+  std::string path(int i) const { return folder / (std::to_string(i) + ".png"); }
+  static HalconCpp::HImage at(const HObject& images, int i) {
+    HObject one;
+    HalconCpp::SelectObj(images, &one, i + 1);
+    return HalconCpp::HImage(one);
+  }
+  static const std::uint8_t* pixels(const HalconCpp::HImage& image) {
+    Hlong width, height, pitch, step, bits;
+    return static_cast<const std::uint8_t*>(image.GetImagePointer1Rect(&width, &height, &pitch, &step, &bits));
+  }
+  TempDir folder;
+  HTuple files;
+};
+
+TEST_F(ManyImages, AreDecodedWhenTheyAreAskedFor) {
+  if (left_out(failure([&] { read_image(files[0]); }))) GTEST_SKIP() << "built without libpng";
+  const HObject images = read_image(files);
+  const HalconCpp::HImage first = at(images, 0);
+  const std::uint8_t* const kept = pixels(first);
+  std::atomic<int> wrong{0};
+  const auto draw_all = [&] {
+    for (int i = 0; i < count; ++i) {
+      const HalconCpp::HImage image = at(images, i);
+      const std::uint8_t* const from = pixels(image);
+      if (from[0] != i % 2 || from[4096 * 4200 - 1] != i % 2) ++wrong;
+    }
+  };
+  std::thread other(draw_all);
+  draw_all();
+  other.join();
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(kept[4096 * 4200 - 1], 0) << "a pointer stays good while its image lives, whatever the cache drops";
+  // Operators that read pixels see the same as those of an image that was read alone.
+  const HalconCpp::HImage third = at(images, 3);
+  HObject wide, stretched, channels;
+  HalconCpp::ConvertImageType(third, &wide, "int2");
+  EXPECT_EQ(pixels(HalconCpp::HImage(wide))[0], 1);
+  HalconCpp::ScaleImageMax(third, &stretched);
+  EXPECT_EQ(pixels(HalconCpp::HImage(stretched))[0], 0);
+  HalconCpp::InterleaveChannels(composed({third, first, third}), &channels, "bgr", "match", 255);
+  const std::uint8_t* const bgr = pixels(HalconCpp::HImage(channels));
+  EXPECT_EQ(std::vector<int>(bgr, bgr + 3), (std::vector<int>{1, 0, 1}));
+  save(third, folder / "saved.hobj");
+  EXPECT_EQ(pixels(HalconCpp::HImage(read_objects(folder / "saved.hobj")))[0], 1);
+}
+
+TEST_F(ManyImages, FailWhenTheyAreAskedFor) {
+  if (left_out(failure([&] { read_image(files[0]); }))) GTEST_SKIP() << "built without libpng";
+  const std::string whole = read(path(0));
+  write(path(3), whole.substr(0, whole.size() / 2));
+  const std::string as_ever = failure([&] { read_image(files[3]); });
+  EXPECT_THAT(failure([&] { read_image(HTuple(files[3]).Append(files[4])); }), as_ever) << "few images fail at opening";
+  const HObject images = read_image(files);
+  write(path(5), whole + "more");
+  std::filesystem::remove(native(path(6)));
+  const std::pair<int, std::string> cases[] = {{3, as_ever.substr(as_ever.find('\''))},
+                                               {5, "'" + path(5) + "': the file was changed after it was opened"},
+                                               {6, "'" + path(6) + "': no such file"}};
+  for (const auto& [i, reason] : cases) {
+    const HalconCpp::HImage image = at(images, i);
+    EXPECT_EQ(image.Width()[0].L(), 4096);
+    EXPECT_EQ(failure([&] { pixels(image); }), "GetImagePointer1Rect: " + reason);
+    EXPECT_THAT(failure([&] { HalconCpp::WriteImage(image, "png", 0, (folder / "out.png").c_str()); }),
+                HasSubstr(reason));
+  }
+  // What a header says is checked at opening.
+  write(path(3), whole);
+  std::filesystem::copy_file(native(path(0)), native(path(6)));
+  write(path(7), whole.substr(0, 20));
+  EXPECT_THAT(failure([&] { read_image(files); }), HasSubstr("7.png': PNG: "));
 }
 
 TEST(Images, WrittenImagesReadBackTheSame) {

@@ -262,6 +262,8 @@ TEST(Document, StatesTheLimitsThatHold) {
       "at most " + grouped(limits::file_images) + "; the rule",
       "at most " + grouped(limits::image_side) + " rows and columns, " + std::to_string(limits::image_channels) +
           " channels and " + std::to_string(limits::image_bytes >> 30) + " GiB"};
+  expected.push_back("more than " + std::to_string(limits::decoded_at_once >> 20) + " MiB together are decoded when");
+  expected.push_back("keeps " + std::to_string(limits::decoded_cache >> 20) + " MiB");
   for (const cost::Limit& limit : cost::all)
     expected.push_back("| "s + limit.kind + " | " + number(limit.per_byte) + " · n, " + number(limit.least / mib) +
                        " MiB |");

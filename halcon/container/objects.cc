@@ -10,6 +10,7 @@
 #include "container/stream.h"
 #include "core/failure.h"
 #include "core/memory_limit.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "iconic/object_data.h"
 #include "iconic/plane.h"
@@ -45,7 +46,8 @@ void write_image(Writer& out, const Image& image) {
   out.value(static_cast<std::uint32_t>(image.channels.size()));
   out.value(static_cast<std::uint8_t>(image.domain != nullptr));
   if (image.domain) write_runs(out, *image.domain);
-  for (const Plane& plane : image.channels) out.write(plane->data(), image.pixels() * pixel_size(image.type));
+  for (const Plane& plane : image.channels)
+    out.write(with_pixels(plane)->data(), image.pixels() * pixel_size(image.type));
 }
 
 void write_object(Writer& out, const IconicObject& object) {

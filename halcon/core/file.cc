@@ -49,6 +49,7 @@ int open_to_write(const fs::path& name, bool is_new) noexcept {
 }
 std::FILE* stream_of(int file) noexcept { return _fdopen(file, "wb"); }
 bool is_regular(const Status& status) noexcept { return (status.st_mode & _S_IFMT) == _S_IFREG; }
+std::int64_t time_of_change(const Status& status) noexcept { return status.st_mtime; }
 
 #else
 
@@ -73,6 +74,9 @@ int open_to_write(const fs::path& name, bool is_new) noexcept {
 }
 std::FILE* stream_of(int file) noexcept { return ::fdopen(file, "wb"); }
 bool is_regular(const Status& status) noexcept { return S_ISREG(status.st_mode); }
+std::int64_t time_of_change(const Status& status) noexcept {
+  return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+}
 
 #endif
 
@@ -150,6 +154,7 @@ InputFile::InputFile(std::string_view path) : InputFile() {
   if (!read_status(descriptor_, status)) fail("its size cannot be read: " + system_reason(errno));
   if (!is_regular(status)) reject_kind(name);
   size_ = static_cast<std::uint64_t>(status.st_size);
+  changed_at_ = time_of_change(status);
 }
 
 InputFile::~InputFile() {

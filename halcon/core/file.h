@@ -29,6 +29,13 @@ class InputFile {
   InputFile& operator=(const InputFile&) = delete;
 
   std::uint64_t size() const noexcept { return size_; }
+  // Differs when the file was changed in between (to the second on Windows).
+  struct Version {
+    std::uint64_t size = 0;
+    std::int64_t changed_at = 0;
+    bool operator==(const Version&) const = default;
+  };
+  Version version() const noexcept { return {size_, changed_at_}; }
   std::uint64_t position() const noexcept { return position_; }
   // The bytes behind the position, by the size that the file had when it was opened.
   std::uint64_t left() const noexcept { return size_ - position_; }
@@ -43,6 +50,7 @@ class InputFile {
 
   int descriptor_ = -1;
   std::uint64_t size_ = 0;
+  std::int64_t changed_at_ = 0;
   std::uint64_t position_ = 0;
 };
 

@@ -29,6 +29,13 @@ inline constexpr std::uint64_t decoded_free = std::uint64_t{1} << 20;
 inline constexpr std::uint64_t decoded_free = std::uint64_t{64} << 20;
 #endif
 inline constexpr std::uint64_t decoded_per_byte = 1536;
+// Images of one call that decode to more than `decoded_at_once` bytes together are decoded when their pixels are asked
+// for, those in formats whose header says their size. A process keeps `decoded_cache` bytes of such pixels.
+#if defined(FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)
+inline constexpr std::uint64_t decoded_at_once = 64, decoded_cache = 1024;
+#else
+inline constexpr std::uint64_t decoded_at_once = std::uint64_t{256} << 20, decoded_cache = std::uint64_t{64} << 20;
+#endif
 // What a codec library allocates besides (tables of tiles) may take `decoded_free` bytes or this many per byte of the
 // file.
 inline constexpr std::uint64_t tables_per_byte = 64;

@@ -4,12 +4,14 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "HalconCpp.h"
 #include "core/access.h"
 #include "core/arguments.h"
 #include "core/failure.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "iconic/interleave.h"
 #include "iconic/object_data.h"
@@ -23,7 +25,17 @@ using namespace detail;
 namespace {
 
 // The interface returns pixels as void*; they are shared and must not be written.
-void* first_plane(const Image& image) { return const_cast<std::byte*>(image.channels[0]->data()); }
+void* pointer_to(const Plane& plane) { return const_cast<std::byte*>(plane->data()); }
+
+// Pixels that are decoded now stay as long as the image that was asked.
+void* loaded_pixels(const HObject& object, const Image& image) {
+  const Plane& plane = image.channels[0];
+  if (!plane->is_deferred()) return pointer_to(plane);
+  Plane loaded = with_pixels(plane);
+  void* const pointer = pointer_to(loaded);
+  Access::data(object)->keep(std::move(loaded));
+  return pointer;
+}
 
 // One row after the other without gaps, so the image is one long row.
 void interleave4(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_t* r, const std::uint8_t* a,
@@ -37,9 +49,11 @@ void interleave4(const std::uint8_t* b, const std::uint8_t* g, const std::uint8_
 }
 
 // "bgr" takes the channels red, green, blue; "bgra" takes green, blue, alpha, red.
-HObject interleaved_image(const Image& image, std::string_view format) {
+HObject interleaved_image(const Image& given, std::string_view format) {
   if (format != "bgr" && format != "bgra") fail("the pixel format " + quoted(format) + " is not \"bgr\" or \"bgra\"");
   const std::size_t count = format.size();
+  const LoadedImage loaded(given);
+  const Image& image = *loaded;
   if (image.type != PixelType::Byte)
     fail(std::string("expects an image of type \"byte\", not \"") + pixel_type_name(image.type) + "\"");
   if (image.channels.size() != count)
@@ -57,10 +71,12 @@ HObject interleaved_image(const Image& image, std::string_view format) {
 
 }  // namespace
 
+// Callers ask mostly for the type and the size. So pixels that are not decoded are not decoded for this: the pointer is
+// null then, and GetImagePointer1Rect gives one.
 void* HImage::GetImagePointer1(HString* type, Hlong* width, Hlong* height) const {
   return operate("GetImagePointer1", [&] {
     const Image& image = single<Image>(*this);
-    void* pointer = first_plane(image);
+    void* pointer = pointer_to(image.channels[0]);
     offer_answer("GetImagePointer1", pointer);
     *type = Access::string(pixel_type_name(image.type));
     *width = image.width;
@@ -74,7 +90,7 @@ void* HImage::GetImagePointer1Rect(Hlong* width, Hlong* height, Hlong* vertical_
   return operate("GetImagePointer1Rect", [&] {
     const Image& image = single<Image>(*this);
     const auto bytes = static_cast<Hlong>(pixel_size(image.type));
-    void* pointer = first_plane(image);
+    void* pointer = loaded_pixels(*this, image);
     offer_answer("GetImagePointer1Rect", pointer);
     *width = image.width;
     *height = image.height;

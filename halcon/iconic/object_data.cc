@@ -25,6 +25,23 @@ const char* class_name(ObjectClass object_class) noexcept {
   return "";
 }
 
+struct ObjectTuple::Kept {
+  std::shared_ptr<const void> what;
+  Kept* before;
+};
+
+ObjectTuple::~ObjectTuple() {
+  for (Kept* at = kept_.load(std::memory_order_relaxed); at;) delete std::exchange(at, at->before);
+}
+
+void ObjectTuple::keep(std::shared_ptr<const void> what) const {
+  Kept* last = kept_.load(std::memory_order_acquire);
+  if (last && last->what == what) return;
+  auto kept = std::make_unique<Kept>(Kept{std::move(what), last});
+  while (!kept_.compare_exchange_weak(kept->before, kept.get(), std::memory_order_acq_rel)) continue;
+  static_cast<void>(kept.release());
+}
+
 void retain(const ObjectTuple* data) noexcept {
   if (data) data->references_.fetch_add(1, std::memory_order_relaxed);
 }

@@ -29,16 +29,23 @@ using ObjectRef = std::shared_ptr<const IconicObject>;
 class ObjectTuple {
  public:
   explicit ObjectTuple(std::vector<ObjectRef> objects) noexcept : objects_(std::move(objects)) {}
+  ~ObjectTuple();
+  ObjectTuple(const ObjectTuple&) = delete;
+  ObjectTuple& operator=(const ObjectTuple&) = delete;
   const std::vector<ObjectRef>& objects() const noexcept { return objects_; }
   // Whether one HObject alone refers to it, so that nobody sees a change.
   bool is_unique() const noexcept { return references_.load(std::memory_order_acquire) == 1; }
   // `more` is not the own list.
   void append(const std::vector<ObjectRef>& more) { objects_.insert(objects_.end(), more.begin(), more.end()); }
+  // Keeps that as long as the tuple: pixels that a caller was given a pointer to. Safe to call from several threads.
+  void keep(std::shared_ptr<const void> what) const;
 
  private:
   friend void retain(const ObjectTuple* data) noexcept;
   friend void release(const ObjectTuple* data) noexcept;
+  struct Kept;
   mutable std::atomic<std::uint32_t> references_{1};
+  mutable std::atomic<Kept*> kept_{nullptr};  // the last one; each links to the one before
   std::vector<ObjectRef> objects_;
 };
 

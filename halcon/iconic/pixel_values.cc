@@ -12,6 +12,7 @@
 #include "core/arguments.h"
 #include "core/failure.h"
 #include "core/vector_units.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "iconic/object_data.h"
 #include "iconic/plane.h"
@@ -100,8 +101,9 @@ std::shared_ptr<const Image> integers_of(const Image& image) {
 
 ObjectRef converted_image(const ObjectRef& object, PixelType type) {
   require_class(*object, Image::kind);
-  const auto& image = static_cast<const Image&>(*object);
-  if (image.type == type) return object;
+  if (static_cast<const Image&>(*object).type == type) return object;
+  const LoadedImage loaded(static_cast<const Image&>(*object));
+  const Image& image = *loaded;
   if (type == PixelType::Real && pixel_size(image.type) <= 2)
     return with_planes(image, type, [&](const Plane& plane) {
       return std::make_shared<const PixelPlane>(plane, image.type, image.pixels());
@@ -252,7 +254,8 @@ ObjectRef stretched(const Image& image) {
 // Reals that were made from integers of 8 or 16 bits are stretched from those: the result is the same.
 ObjectRef stretched_image(const ObjectRef& object) {
   require_class(*object, Image::kind);
-  const auto& image = static_cast<const Image&>(*object);
+  const LoadedImage loaded(static_cast<const Image&>(*object));
+  const Image& image = *loaded;
   const auto integers = integers_of(image);
   return stretched(integers ? *integers : image);
 }

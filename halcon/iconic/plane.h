@@ -45,9 +45,15 @@ class PixelPlane {
     const std::byte* pixels = data_.load(std::memory_order_acquire);
     return pixels || !integers_ ? pixels : convert();
   }
+  // Whether the pixels are not here: iconic/deferred_image.h has them, and data() is null.
+  bool is_deferred() const noexcept { return deferred_; }
   // What the plane was made from; null for a plane that holds its pixels from the start.
   const std::shared_ptr<const PixelPlane>& integers() const noexcept { return integers_; }
   PixelType integer_type() const noexcept { return integer_type_; }
+
+ protected:
+  struct Deferred {};
+  explicit PixelPlane(Deferred) noexcept : deferred_(true) {}
 
  private:
   const std::byte* convert() const;
@@ -57,6 +63,7 @@ class PixelPlane {
   std::size_t integer_count_ = 0;
   PixelType integer_type_ = PixelType::Byte;
   bool owns_ = false;  // pixels that were not made from integers
+  bool deferred_ = false;
 };
 
 using Plane = std::shared_ptr<const PixelPlane>;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/buffer.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 
 namespace HalconCpp::detail {
@@ -27,6 +28,9 @@ struct ImageReader {
   bool (*recognizes)(Bytes file);
   Images (*read)(Bytes file);
   const char* missing;
+  // The shape of a file's one image by the file's first bytes, checked as `read` checks it; fails when more are needed.
+  // Null for a format that cannot tell.
+  ImageShape (*shape)(Bytes start, std::uint64_t file_bytes) = nullptr;
 };
 
 // The limits for all images of one file together: at most limits::file_images, and their planes follow the rule for

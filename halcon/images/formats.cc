@@ -74,8 +74,9 @@ Images one(Bytes file) {
 
 // Formats with a long signature come first, those with a short one last.
 constexpr ImageReader readers[] = {
-    {"PNG", is_png, HALCONCPP_CODEC(PNG, one<read_png>), "built without libpng"},
-    {"JPEG", is_jpeg, HALCONCPP_CODEC(JPEG, one<read_jpeg>), "built without libjpeg"},
+    {"PNG", is_png, HALCONCPP_CODEC(PNG, one<read_png>), "built without libpng", HALCONCPP_CODEC(PNG, png_shape)},
+    {"JPEG", is_jpeg, HALCONCPP_CODEC(JPEG, one<read_jpeg>), "built without libjpeg",
+     HALCONCPP_CODEC(JPEG, jpeg_shape)},
     {"TIFF", is_tiff, HALCONCPP_CODEC(TIFF, read_tiff), "built without libtiff"},
     {"JPEG 2000", is_jp2, HALCONCPP_CODEC(JP2, one<read_jp2>), "built without OpenJPEG"},
     {"JPEG XR", is_jxr, HALCONCPP_CODEC(JPEGXR, one<read_jxr>), "build it with -DHALCON_JPEGXR=ON"},

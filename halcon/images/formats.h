@@ -3,8 +3,10 @@
 #define HALCONCPP_IMAGES_FORMATS_H
 
 #include <cstddef>
+#include <cstdint>
 
 #include "core/buffer.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "images/codec.h"
 
@@ -12,7 +14,9 @@ namespace HalconCpp::detail {
 
 // Each is called with a file whose first bytes formats.cc has recognized; the codec checks everything else.
 ImageRef read_png(Bytes file);
+ImageShape png_shape(Bytes start, std::uint64_t file_bytes);
 ImageRef read_jpeg(Bytes file);
+ImageShape jpeg_shape(Bytes start, std::uint64_t file_bytes);
 Images read_tiff(Bytes file);
 ImageRef read_jp2(Bytes file);  // JP2 files and bare codestreams
 ImageRef read_jxr(Bytes file);

@@ -112,14 +112,22 @@ class Decoder {
   Decoder(const Decoder&) = delete;
   Decoder& operator=(const Decoder&) = delete;
 
-  ImageRef decode() {
+  // Inks become three colors.
+  ImageShape shape(std::uint64_t file_bytes) {
     call_jpeg(failure_, [this] { read_header(); });
     if (jpeg_.num_components == 2 || jpeg_.num_components > 4)
       fail("JPEG of " + std::to_string(jpeg_.num_components) + " color components is not read");
     if (jpeg_.data_precision != 8)
       fail("JPEG of " + std::to_string(jpeg_.data_precision) + " bits per sample is not read");
+    const auto channels = static_cast<std::size_t>(jpeg_.num_components);
+    check_image_size(jpeg_.image_width, jpeg_.image_height, channels, PixelType::Byte, file_bytes);
+    return {PixelType::Byte, static_cast<std::int32_t>(jpeg_.image_width),
+            static_cast<std::int32_t>(jpeg_.image_height), std::min<std::size_t>(channels, 3)};
+  }
+
+  ImageRef decode() {
+    shape(file_.size());
     const auto channels = static_cast<std::size_t>(jpeg_.num_components), width = std::size_t{jpeg_.image_width};
-    check_image_size(width, jpeg_.image_height, channels, PixelType::Byte, file_.size());
     // An image of several scans keeps its coefficients, of 16 bits each.
     const std::size_t samples = width * jpeg_.image_height * channels;
     const MemoryCharge coefficients(jpeg_has_multiple_scans(&jpeg_) ? samples * sizeof(JCOEF) : 0);
@@ -216,6 +224,7 @@ class Encoder {
 }  // namespace
 
 ImageRef read_jpeg(Bytes file) { return Decoder(file).decode(); }
+ImageShape jpeg_shape(Bytes start, std::uint64_t file_bytes) { return Decoder(start).shape(file_bytes); }
 
 Buffer<std::byte> write_jpeg(const Image& image) {
   const std::size_t channels = image.channels.size();

@@ -16,6 +16,7 @@
 
 #include "core/buffer.h"
 #include "core/failure.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "iconic/plane.h"
 #include "images/codec.h"
@@ -62,18 +63,23 @@ class Decoder {
   Decoder(const Decoder&) = delete;
   Decoder& operator=(const Decoder&) = delete;
 
-  ImageRef decode() {
-    const std::size_t file_bytes = left_.size();
+  ImageShape shape(std::uint64_t file_bytes) {
     call_png(failure_, [this] { read_header(); });
-    const bool palette = color_ == PNG_COLOR_TYPE_PALETTE;
     const PixelType type = depth_ == 16 ? PixelType::UInt2 : PixelType::Byte;
-    const std::size_t channels = palette ? palette_.channels() : png_get_channels(png_, info_);
+    const std::size_t channels = color_ == PNG_COLOR_TYPE_PALETTE ? palette_.channels() : png_get_channels(png_, info_);
     check_image_size(width_, height_, channels, type, file_bytes);
-    ImageDraft draft(type, static_cast<std::int32_t>(width_), static_cast<std::int32_t>(height_), channels);
+    return {type, static_cast<std::int32_t>(width_), static_cast<std::int32_t>(height_), channels};
+  }
+
+  ImageRef decode() {
+    const ImageShape shape_found = shape(left_.size());
+    ImageDraft draft(shape_found.type, shape_found.width, shape_found.height, shape_found.channels);
     call_png(failure_, [this] { start_rows(); });
-    if (palette)
+    if (color_ == PNG_COLOR_TYPE_PALETTE)
       read_rows<std::uint8_t>([&](const std::uint8_t* row, std::size_t at) { palette_.put(row, width_, draft, at); });
-    else if (type == PixelType::UInt2)
+    else if (shape_found.channels == 1)
+      read_plane(draft.plane<png_byte>(0));
+    else if (depth_ == 16)
       read_rows<std::uint16_t>([&](const std::uint16_t* row, std::size_t at) { split_pixels(row, width_, draft, at); });
     else
       read_rows<std::uint8_t>([&](const std::uint8_t* row, std::size_t at) { split_pixels(row, width_, draft, at); });
@@ -121,6 +127,16 @@ class Decoder {
     png_read_update_info(png_, info_);
   }
 
+  // The rows of one channel, which are those of its plane.
+  void read_plane(png_bytep plane) {
+    const std::size_t row_bytes = png_get_rowbytes(png_, info_);
+    call_png(failure_, [&] {
+      for (int pass = 0; pass < passes_; ++pass)
+        for (std::size_t y = 0; y < height_; ++y) png_read_row(png_, plane + y * row_bytes, nullptr);
+      png_read_end(png_, nullptr);  // the checksum of the last pixels
+    });
+  }
+
   // Calls `take` with each finished row and the index of its first pixel. Rows of an interlaced image grow over several
   // passes, so that all of them are kept.
   template <class T, class Take>
@@ -134,7 +150,7 @@ class Decoder {
           png_read_row(png_, reinterpret_cast<png_bytep>(row), nullptr);
           if (pass + 1 == passes_) take(row, y * width_);
         }
-      png_read_end(png_, nullptr);  // the checksum of the last pixels
+      png_read_end(png_, nullptr);
     });
   }
 
@@ -201,6 +217,7 @@ class Encoder {
 }  // namespace
 
 ImageRef read_png(Bytes file) { return Decoder(file).decode(); }
+ImageShape png_shape(Bytes start, std::uint64_t file_bytes) { return Decoder(start).shape(file_bytes); }
 
 Buffer<std::byte> write_png(const Image& image) {
   if (image.channels.size() <= 4) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <new>
@@ -25,6 +26,7 @@
 #include "core/hash.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "iconic/object_data.h"
 #include "iconic/plane.h"
@@ -37,8 +39,8 @@ using namespace detail;
 
 namespace {
 
-Images read_images(std::string_view path) {
-  const Buffer<std::byte> content = read_file(path);
+Images read_images(std::string_view path, InputFile& opened) {
+  const Buffer<std::byte> content = opened.read_all();
   const Bytes file = content;
   for (const ImageReader& reader : image_readers()) {
     if (!reader.recognizes(file)) continue;
@@ -46,6 +48,52 @@ Images read_images(std::string_view path) {
     fail("this build reads no " + std::string(reader.name) + " files (" + reader.missing + ")");
   }
   reject_file(path, image_file);
+}
+
+// What the start of a file says of its one image; nothing when that takes all of the file, or when something is wrong,
+// which reading the file will report.
+struct Header {
+  ImageShape shape;
+  InputFile::Version version;
+};
+
+std::optional<Header> read_header(std::string_view path) try {
+  constexpr std::size_t starts[] = {4096, 131072};  // the second with a preview or a color profile
+  InputFile file(path);
+  Buffer<std::byte> start;
+  for (const std::size_t bytes : starts) {
+    start = Buffer<std::byte>(static_cast<std::size_t>(std::min<std::uint64_t>(bytes, file.size())));
+    file.seek(0);
+    file.read(start.data(), start.size());
+    for (const ImageReader& reader : image_readers()) {
+      if (!reader.recognizes(start)) continue;
+      if (!reader.shape) return std::nullopt;
+      try {
+        return Header{reader.shape(start, file.size()), file.version()};
+      } catch (const Failure&) {
+        break;
+      }
+    }
+  }
+  return std::nullopt;
+} catch (const Failure&) {
+  return std::nullopt;
+}
+
+// The same from anywhere: the working folder may be another one by then.
+std::string absolute_path(const std::string& name) {
+  const std::u8string path = std::filesystem::absolute(native_path(name)).u8string();
+  return {path.begin(), path.end()};
+}
+
+ImageRef deferred_file(const std::string& name, const Header& header) {
+  return deferred_image(header.shape, [name, path = absolute_path(name), version = header.version] {
+    return in_file(name, [&] {
+      InputFile file(path);
+      if (file.version() != version) fail("the file was changed after it was opened");
+      return read_images(path, file).front();
+    });
+  });
 }
 
 // The files of one call, read in several threads, all of which have ended when `read` returns. Each thread takes the
@@ -71,6 +119,7 @@ class ImageFiles {
   }
 
   std::vector<ObjectRef> read() {
+    read_headers();
     std::vector<std::thread> helpers;
     start(helpers);
     work();
@@ -83,6 +132,24 @@ class ImageFiles {
   }
 
  private:
+  // Where the images take much memory together, only their headers are looked at: `headers_` is empty otherwise.
+  void read_headers() {
+    if (names_.size() < 2) return;
+    std::uint64_t bytes = 0;
+    headers_.reserve(names_.size());
+    for (const std::string& name : names_) {
+      headers_.push_back(read_header(name));
+      if (headers_.back()) bytes += headers_.back()->shape.bytes();  // each at most limits::image_bytes: fits
+    }
+    if (bytes <= limits::decoded_at_once) headers_.clear();
+  }
+
+  Images read_one(std::size_t at) const {
+    if (!headers_.empty() && headers_[at]) return {deferred_file(names_[at], *headers_[at])};
+    InputFile file(names_[at]);
+    return read_images(names_[at], file);
+  }
+
   // A few files are read as fast by one thread. When no thread can be started, this one reads them all.
   void start(std::vector<std::thread>& helpers) {
     constexpr std::size_t files_per_thread = 4, max_threads = 16;
@@ -106,7 +173,7 @@ class ImageFiles {
       const std::size_t at = next_++;
       if (at >= names_.size()) return;
       try {
-        in_file(names_[at], [&] { keep(at, read_images(names_[at])); });
+        in_file(names_[at], [&] { keep(at, read_one(at)); });
       } catch (...) {
         keep_first(at, std::current_exception());
       }
@@ -141,10 +208,11 @@ class ImageFiles {
     failed_ = true;
   }
 
-  MemoryAccount account_;           // of the call
-  std::vector<std::string> names_;  // of the different files
-  std::vector<std::size_t> order_;  // for each element of the call its place in names_
-  std::vector<Images> images_;      // of names_
+  MemoryAccount account_;                       // of the call
+  std::vector<std::string> names_;              // of the different files
+  std::vector<std::size_t> order_;              // for each element of the call its place in names_
+  std::vector<Images> images_;                  // of names_
+  std::vector<std::optional<Header>> headers_;  // of names_
   std::atomic<std::uint64_t> bytes_{0};
   std::atomic<std::size_t> next_{0};
   std::atomic<bool> failed_{false};

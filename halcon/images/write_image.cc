@@ -16,6 +16,7 @@
 #include "core/buffer.h"
 #include "core/failure.h"
 #include "core/file.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "iconic/object_data.h"
 #include "iconic/plane.h"
@@ -119,8 +120,11 @@ void write_images(const HObject& image, std::string_view format, const HTuple& f
     colors = number_arguments(fill_color, "the fill color");
   });
   for (std::size_t i = 0; i < names.size(); ++i) {
-    const auto& each = static_cast<const Image&>(*(*images)[i]);
-    in_file(names[i], [&] { write_file(names[i], writer->write(each.domain ? filled(each, colors) : each)); });
+    in_file(names[i], [&] {
+      const LoadedImage loaded(static_cast<const Image&>(*(*images)[i]));
+      const Image& each = *loaded;
+      write_file(names[i], each.domain ? writer->write(filled(each, colors)) : writer->write(each));
+    });
   }
 }
 
