@@ -202,15 +202,4 @@ TEST_F(Contract, EachParseReplacesTheTree) {
   EXPECT_EQ(reader.error(), "");
 }
 
-TEST_F(Contract, BuffersOutliveTheReader) {
-  uint8_t* own = nullptr;
-  {
-    Reader short_lived;
-    const qv_node* node = qv_node_child_at(short_lived.objects(folder / "two.hobj"), 0);
-    ASSERT_EQ(qv_extract_image(short_lived, node, 0, &width, &height, &stride, &format, &own), 1);
-  }
-  EXPECT_EQ(own[5], 5);
-  qv_free_int_buffer(reinterpret_cast<int32_t*>(own));  // any of the three takes any buffer
-}
-
 }  // namespace

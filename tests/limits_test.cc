@@ -70,32 +70,14 @@ Cost cost_of(const std::function<bool()>& body) {
           WEXITSTATUS(status) == opened};
 }
 
-std::string repeated(const std::string& text, std::size_t bytes) {
-  std::string all;
-  while (all.size() < bytes) all += text;
-  return all;
-}
-
 HTuple many_of(const HTuple& element, std::size_t count) {
   HTuple all;
   for (std::size_t i = 0; i < count; ++i) all.Append(element);
   return all;
 }
 
-// A JPEG 2000 codestream of one component in which nothing is coded: tiles of one packet each.
-std::string blank_jp2(unsigned width, unsigned height, unsigned tile, unsigned tiles) {
-  std::string file = "\xff\x4f\xff\x51"s + be({41, 0}, 2) + be({width, height, 0, 0, tile, tile, 0, 0}, 4) +
-                     "\0\1\7\1\1\xff\x52\0\x0c\0\0\0\1\0\0\4\4\0\1\xff\x5c\0\4\x40\x40"s;
-  for (unsigned i = 0; i < tiles; ++i) file += "\xff\x90\0\x0a"s + be({i}, 2) + "\0\0\0\x0f\0\1\xff\x93\0"s;
-  return file + "\xff\xd9";
-}
-
 std::string onnx(const std::string& entry, std::size_t bytes) {
-  const std::string entries = repeated(entry, bytes);
-  std::string size;
-  for (std::size_t left = entries.size(); left > 0; left >>= 7)
-    size += static_cast<char>((left & 127) | (left > 127 ? 128 : 0));
-  return "\x08\x08\x3a" + size + entries + "\x42\2\x10\x0d";
+  return "\x08\x08" + message(7, repeated(entry, bytes)) + "\x42\2\x10\x0d";
 }
 
 // An object file of that many empty regions.
@@ -176,9 +158,9 @@ TEST_F(Limits, OfDictionariesAndModels) {
 
 TEST_F(Limits, OfImages) {
   if (sanitized) GTEST_SKIP() << "the fuzz targets open small pictures, and filling large ones takes long";
-  expect_within(FileKind::Object, "blank.jp2", blank_jp2(4000, 4000, 4000, 1), cost::image);
-  expect_within(FileKind::Object, "rejected.jp2", blank_jp2(40000, 40000, 40000, 1), cost::Limit{"", 0, mib});
-  expect_within(FileKind::Object, "rejected-tiles.jp2", blank_jp2(250, 250, 1, 62500), cost::image);
+  expect_within(FileKind::Object, "blank.jp2", blank_codestream(4000, 4000, 4000, 1), cost::image);
+  expect_within(FileKind::Object, "rejected.jp2", blank_codestream(40000, 40000, 40000, 1), cost::Limit{"", 0, mib});
+  expect_within(FileKind::Object, "rejected-tiles.jp2", blank_codestream(250, 250, 1, 62500), cost::image);
   expect_within(
       FileKind::Object, "runs.bmp",
       "BM" + le({0, 0, 62, 40, 8000, 8000}, 4) + le({1, 8}, 2) + le({1, 0, 0, 0, 1, 0}, 4) + "aaa\0\0\0\0\0\0\1"s,

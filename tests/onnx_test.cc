@@ -9,6 +9,7 @@
 
 #include "HalconCpp.h"
 #include "HalconCreate.h"
+#include "support/bytes.h"
 #include "support/files.h"
 #include "support/values.h"
 
@@ -19,17 +20,8 @@ using namespace test;
 using namespace std::string_literals;
 using ::testing::HasSubstr;
 
-// Protocol buffers, written by hand: numbers and messages (or texts) by field.
-std::string varint(std::uint64_t value) {
-  std::string bytes;
-  for (; value >= 128; value >>= 7) bytes += static_cast<char>(value | 128);
-  return bytes + static_cast<char>(value);
-}
+// Protocol buffers, written by hand.
 std::string number(int field, std::uint64_t value) { return varint(static_cast<unsigned>(field) << 3) + varint(value); }
-std::string message(int field, const std::string& bytes) {
-  return varint(static_cast<unsigned>(field) << 3 | 2) + varint(bytes.size()) + bytes;
-}
-
 enum Element { Float = 1, Int64 = 7, String = 8 };
 
 std::string tensor_type(std::uint64_t element, const std::string& shape) {

@@ -54,7 +54,7 @@ TEST(PlainFiles, GivePixelsThatOutliveTheReader) {
   EXPECT_EQ(std::vector({width, height, format}), std::vector({3u, 2u, uint32_t{QV_PIXELS_GRAY8}}));
   ASSERT_GE(stride, width);
   EXPECT_EQ(pixels[stride + 2], 5);
-  qv_free_buffer(pixels);
+  qv_free_int_buffer(reinterpret_cast<int32_t*>(pixels));  // any of the three takes any buffer
 }
 
 TEST(PlainFiles, ReportMissingAndDamagedOnes) {

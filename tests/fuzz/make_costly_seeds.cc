@@ -20,11 +20,7 @@ using namespace std::string_literals;
 
 constexpr std::size_t some = 150000;  // bytes; the slope of a cost shows above the constant part of its limit
 
-std::string repeated(const std::string& part, std::size_t bytes = some) {
-  std::string all;
-  while (all.size() < bytes) all += part;
-  return all;
-}
+std::string repeated(const std::string& part, std::size_t bytes = some) { return test::repeated(part, bytes); }
 
 // The texts of 0, 1, ... in turn, each as `part` lays it out.
 std::string numbered(const std::function<std::string(const std::string&)>& part) {
@@ -107,14 +103,6 @@ std::string box(const char* type, const std::string& content) {
   return be({static_cast<std::int64_t>(content.size()) + 8}) + type + content;
 }
 
-// A JPEG 2000 codestream of one component in which nothing is coded: tiles of one packet each.
-std::string blank_codestream(unsigned width, unsigned height, unsigned tile, unsigned tiles) {
-  std::string stream = "\xff\x4f\xff\x51"s + be({41, 0}, 2) + be({width, height, 0, 0, tile, tile, 0, 0}) +
-                       "\0\1\7\1\1\xff\x52\0\x0c\0\0\0\1\0\0\4\4\0\1\xff\x5c\0\4\x40\x40"s;
-  for (unsigned i = 0; i < tiles; ++i) stream += "\xff\x90\0\x0a"s + be({i}, 2) + "\0\0\0\x0f\0\1\xff\x93\0"s;
-  return stream + "\xff\xd9";
-}
-
 std::string jp2(const std::string& in_header, const std::string& after_header, const std::string& at_end) {
   const std::string head =
       box("jP  ", "\r\n\x87\n") + box("ftyp", "jp2 \0\0\0\0jp2 "s) +
@@ -173,29 +161,20 @@ void make_models(const std::string& folder) {
   write(folder + "/binary.stl", std::string(80, '\0') + le({3000}) + std::string(150000, '\0'));
 }
 
-// A protobuf field of that number that holds bytes.
-std::string field(int number, const std::string& bytes) {
-  std::string head{static_cast<char>(number << 3 | 2)};
-  for (std::size_t left = bytes.size();; left >>= 7) {
-    head += static_cast<char>((left & 127) | (left > 127 ? 128 : 0));
-    if (left <= 127) return head + bytes;
-  }
-}
-
 void make_onnx(const std::string& folder) {
   const auto put = [&](const char* name, const std::string& graph) {
-    write(folder + "/" + name, "\x08\x08" + field(7, graph) + "\x42\2\x10\x0d");
+    write(folder + "/" + name, "\x08\x08" + message(7, graph) + "\x42\2\x10\x0d");
   };
   for (const auto& [name, number] : {std::pair("nodes", 1), {"initializers", 5}, {"inputs", 11}, {"outputs", 12}})
-    put(name, repeated(field(number, ""), 50000));
-  put("attributes", field(1, repeated(field(5, ""), 50000)));
-  put("names", field(1, repeated(field(1, ""), 50000)));
+    put(name, repeated(message(number, ""), 50000));
+  put("attributes", message(1, repeated(message(5, ""), 50000)));
+  put("names", message(1, repeated(message(1, ""), 50000)));
   std::string nested;
-  for (int i = 0; i < 90 && nested.size() < 10000; ++i) nested = field(1, field(5, field(6, nested)));
-  put("nested", repeated(field(1, nested), 50000));
+  for (int i = 0; i < 90 && nested.size() < 10000; ++i) nested = message(1, message(5, message(6, nested)));
+  put("nested", repeated(message(1, nested), 50000));
   // A field that nobody knows, cut off; it declares 100 MB.
   write(folder + "/declared", "\x08\x08\x62\x80\xe1\xeb\x2f" + std::string(100, '\0'));
-  put("dimensions", field(5, repeated("\x08\1", 50000)));
+  put("dimensions", message(5, repeated("\x08\1", 50000)));
 }
 
 void make_lists(const std::string& folder) {

@@ -82,15 +82,13 @@ void make_texts(const std::string& folder) {
       "a\n\2");
   put("models", std::string(80, 'h') + le({1}) + std::string(50, '\0') + "\2");
   put("models", "COFF\n3 1 0\n0 0 0 1 0 0 1\n1 0 0 9 9 9\n0 1 0\n3 0 1 2 5\n\3");
-  const auto field = [](int number, const std::string& bytes) {
-    return std::string{static_cast<char>(number << 3 | 2), static_cast<char>(bytes.size())} + bytes;
-  };
-  const std::string type = field(2, field(1, "\x08\1"s + field(2, field(1, "\x08\3"s) + field(1, field(2, "N")))));
-  const std::string graph = field(1, field(2, "y") + field(3, "n") + field(4, "Conv")) + field(2, "g") +
-                            field(5, "\x08\2\x10\1"s + field(8, "w") + field(4, "abcd")) +
-                            field(11, field(1, "x") + type) + field(12, field(1, "y") + type);
-  put("onnx", "\x08\x08"s + field(2, "maker") + field(7, graph) + field(8, "\x10\x0d"s) +
-                  field(14, field(1, "k") + field(2, "v")));
+  const std::string type =
+      message(2, message(1, "\x08\1"s + message(2, message(1, "\x08\3"s) + message(1, message(2, "N")))));
+  const std::string graph = message(1, message(2, "y") + message(3, "n") + message(4, "Conv")) + message(2, "g") +
+                            message(5, "\x08\2\x10\1"s + message(8, "w") + message(4, "abcd")) +
+                            message(11, message(1, "x") + type) + message(12, message(1, "y") + type);
+  put("onnx", "\x08\x08"s + message(2, "maker") + message(7, graph) + message(8, "\x10\x0d"s) +
+                  message(14, message(1, "k") + message(2, "v")));
   // Make a Reader, open, look, draw, save.
   put("calls", std::string("\0\0\0\0\0\3\0\0\0\0\x0f\0\1\0\0\6\0\1\0\0\x0c\0\1\0\0\x0b\0\1\0\0", 30));
   put("calls", std::string("\0\1\0\0\0\1\1\0\0\1\x0f\5\1\0\0\2\1\0\1\2\x0e\1\0\1\1\0\1\0\0\0", 30));
