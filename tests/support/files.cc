@@ -1,13 +1,27 @@
 #include "support/files.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <system_error>
 
 namespace test {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// Small files of the tests are kept in this folder, if it is named, for tools/fuzz-inputs.
+void keep(const std::string& content, const fs::path& name) {
+  static const char* const folder = std::getenv("QUOVEL_KEEP_FILES");
+  if (!folder || content.size() > 4096) return;
+  const std::string number = std::to_string(std::hash<std::string>()(content));
+  std::ofstream(fs::path(folder) / (number + name.extension().string()), std::ios::binary) << content;
+}
+
+}  // namespace
 
 fs::path native(std::string_view utf8) { return fs::path(std::u8string(utf8.begin(), utf8.end())); }
 
@@ -25,6 +39,8 @@ TempDir::TempDir() {
 
 TempDir::~TempDir() {
   std::error_code ignored;
+  for (const fs::directory_entry& file : fs::recursive_directory_iterator(path_, ignored))
+    if (file.is_regular_file(ignored)) keep(read(utf8(file.path())), file.path());
   fs::remove_all(path_, ignored);
 }
 
@@ -34,6 +50,7 @@ std::string TempDir::path() const { return utf8(path_); }
 void write(std::string_view path, std::string_view content) {
   fs::create_directories(native(path).parent_path());
   std::ofstream(native(path), std::ios::binary) << content;
+  keep(std::string(content), native(path));
 }
 
 std::string read(std::string_view path) {
