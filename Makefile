@@ -67,6 +67,9 @@ fuzz: packages-fuzz ready-fuzz ## look for inputs that break a promise (SECONDS=
 fuzz-cost: packages-fuzz ready-cost ## look for files that cost too much (SECONDS=, TARGET=)
 	@tools/fuzz-cost $(or $(SECONDS),600) $(TARGET)
 
+fuzz-coverage: packages-fuzz ready-coverage ## measure which lines the inputs of the fuzz targets reach (TARGET=)
+	@tools/fuzz-coverage $(TARGET)
+
 mutants: packages-build packages-test ## make small faults that a test must notice
 	@tools/mutants
 
@@ -134,7 +137,7 @@ configured-%: packages-build
 	fi
 
 configured-windows: packages-windows windows-deps
-configured-fuzz configured-cost: packages-fuzz
+configured-fuzz configured-cost configured-coverage: packages-fuzz
 configured-bench configured-lint: packages-bench
 
 # The codec libraries of the Windows build, from the sources of Debian's packages.
@@ -145,5 +148,5 @@ windows-deps: packages-windows
 ready-%: configured-%
 	@cmake --build build/$*
 
-.PHONY: run build test install asan tsan valgrind fuzz fuzz-cost mutants bench corpus windows test-windows windows-deps package wheel docs pictures lint check format clean help
+.PHONY: run build test install asan tsan valgrind fuzz fuzz-cost fuzz-coverage mutants bench corpus windows test-windows windows-deps package wheel docs pictures lint check format clean help
 endif

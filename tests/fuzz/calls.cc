@@ -118,6 +118,7 @@ void Player::read(const Arguments& with) {
                               qv_node_value_type_at(node, index) == 0),
                 "no value outside the values");
   fuzz::require(node || (qv_node_object_count(node) == 1 && qv_node_kind(node) == 0), "a null node has defaults");
+  fuzz::require(!test::narrow(qv_adapter_halcon_version()).empty(), "there is a version");
   const std::string before = test::narrow(qv_reader_last_error(slot.reader));
   fuzz::require(with.complete() || test::narrow(qv_node_full_value_text(slot.reader, node)).empty(), "no text of null");
   if (with.complete()) test::narrow(qv_node_full_value_text(slot.reader, node));

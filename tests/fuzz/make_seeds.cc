@@ -70,6 +70,8 @@ void make_texts(const std::string& folder) {
     put("pnm", content);
   put("sequence", "a\n b.ppm\r\n\n../c\0P5 1 1 255\nx"s);
   put("sequence", "list/b\nfolder\na.pgm\n"s);
+  put("sequence", "0\n1\n2\n3\n4\n5\n6\n7\n8\n9\n0\n../list/../9.pgm\n"s);
+  put("sequence", "0\n1\n2\n3\n4\n5\n6\n7\nc\n8\n9\n\0P5 9 9 255\nx"s);
   const std::string head =
       "element vertex 2\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\nproperty uchar "
       "green\nproperty uchar blue\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n";
@@ -92,6 +94,14 @@ void make_texts(const std::string& folder) {
   // Make a Reader, open, look, draw, save.
   put("calls", std::string("\0\0\0\0\0\3\0\0\0\0\x0f\0\1\0\0\6\0\1\0\0\x0c\0\1\0\0\x0b\0\1\0\0", 30));
   put("calls", std::string("\0\1\0\0\0\1\1\0\0\1\x0f\5\1\0\0\2\1\0\1\2\x0e\1\0\1\1\0\1\0\0\0", 30));
+  // Open one of the prepared files, then make every call on each of its first nodes.
+  constexpr int parse[][2] = {{3, 0}, {1, 1}, {2, 2}, {4, 3}, {5, 4}, {3, 5}, {3, 6}};
+  for (const auto& [call, path] : parse) {
+    std::string steps = std::string(5, '\0') + bytes({call, 0, 0, 2, path});
+    for (int node = 1; node < 9; ++node)
+      for (int other = 6; other < 18; ++other) steps += bytes({other, 0, node, node % 2, node + other});
+    put("calls", steps);
+  }
 }
 
 }  // namespace

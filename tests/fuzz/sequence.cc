@@ -11,6 +11,7 @@ FUZZ_TARGET(input) {
     std::filesystem::create_directories(fuzz::in_folder("folder.png"));
     fuzz::put("a.pgm", "P5 2 1 255\nab");
     fuzz::put("list/b.ppm", "P3 1 1 255 1 2 3");
+    for (char name = '0'; name <= '9'; ++name) fuzz::put(std::string{name} + ".pgm", "P2 1 1 9 5");  // for threads
     return true;
   }();
   const std::size_t end = input.find('\0');
