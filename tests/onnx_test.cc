@@ -30,8 +30,15 @@ std::string tensor_type(std::uint64_t element, const std::string& shape) {
 std::string value_info(const std::string& name, const std::string& type) { return message(1, name) + message(2, type); }
 std::string size(std::uint64_t value) { return message(1, number(1, value)); }
 std::string size(const std::string& name) { return message(1, message(2, name)); }
-std::string node(const std::string& type, const std::string& name, const std::string& output) {
-  return message(1, message(2, output) + message(3, name) + message(4, type));
+std::string node(const std::string& type, const std::string& name, const std::string& output,
+                 const std::string& more = "") {
+  return message(1, message(2, output) + message(3, name) + message(4, type) + more);
+}
+std::string real(int field, float value) {
+  return varint(static_cast<unsigned>(field) << 3 | 5) + std::string(reinterpret_cast<const char*>(&value), 4);
+}
+std::string attribute(const std::string& name, std::uint64_t type, const std::string& value) {
+  return message(5, message(1, name) + value + number(20, type));
 }
 std::string initializer(const std::string& name, std::uint64_t rows, std::uint64_t columns) {
   return message(5, number(1, rows) + number(1, columns) + number(2, Float) + message(8, name));
@@ -51,26 +58,41 @@ class Onnx : public ::testing::Test {
 
 TEST_F(Onnx, ShowsWhatAModelIs) {
   const std::string image = tensor_type(Float, size(1) + size("N") + message(1, ""));
-  const std::string graph = message(2, "net") + message(11, value_info("x", image)) +
-                            message(11, value_info("w", tensor_type(Float, size(2)))) +
-                            message(11, value_info("s", message(4, message(1, tensor_type(Int64, size(3)))))) +
-                            message(12, value_info("y", tensor_type(99, ""))) + node("Relu", "", "r") +
-                            node("Conv", "c", "o") + node("Conv", "c", "p") + initializer("w", 2, 3) +
-                            initializer("w", 4, 5) + initializer("", 1, 1);
+  const std::string tensor = number(1, 2) + number(1, 3) + number(2, Float);
+  const std::string attributes =
+      attribute("f", 1, real(2, 0.5f)) + attribute("i", 2, number(3, static_cast<std::uint64_t>(-2))) +
+      attribute("s", 3, message(4, "SAME")) + attribute("fs", 6, real(7, 1.5f) + real(7, 2)) +
+      attribute("is", 7, number(8, 3) + number(8, 3)) + attribute("ss", 8, message(9, "a") + message(9, "b")) +
+      attribute("t", 4, message(5, tensor)) + attribute("g", 5, message(6, node("Relu", "", "r"))) +
+      attribute("f", 11, "");
+  const std::string graph =
+      message(2, "net") + message(11, value_info("x", image)) +
+      message(11, value_info("w", tensor_type(Float, size(2)))) +
+      message(11, value_info("s", message(4, message(1, tensor_type(Int64, size(3)))))) +
+      message(12, value_info("y", tensor_type(99, ""))) + node("Relu", "", "r") +
+      node("Conv", "c", "o", message(1, "x") + message(1, "w") + message(7, "org.own") + attributes) +
+      node("Conv", "c", "p") + message(13, value_info("r", tensor_type(Float, size(2)))) + initializer("w", 2, 3) +
+      initializer("w", 4, 5) + initializer("", 1, 1);
   const std::string file = number(1, 8) + message(2, "maker") + message(3, "1.2") + message(4, "org") + number(5, 3) +
                            message(6, "about") + message(7, graph) + opset +
                            message(8, message(1, "ai.onnx.ml") + number(2, 2)) +
                            message(14, message(1, "author") + message(2, "me"));
   EXPECT_EQ(failure_of("m.onnx", file), "");
-  EXPECT_EQ(shown(read_dl_model(folder / "m.onnx")),
-            "dl_model{'type':'onnx','producer_name':'maker','producer_version':'1.2','domain':'org','model_version':3,"
-            "'doc_string':'about','ir_version':8,'opset_import':{'ai.onnx':13,'ai.onnx.ml':2},'graph_name':'net',"
-            "'inputs':({'name':'x','element_type':'float','shape':(1,'N','?')},"
-            "{'name':'s','element_type':'sequence(int64)','shape':3}),"
-            "'outputs':{'name':'y','element_type':'type 99','shape':()},'num_layers':3,"
-            "'operator_types':{'Conv':2,'Relu':1},'layer_names':('r','c','c'),'num_parameters':27,"
-            "'initializers':{'w':{'element_type':'float','shape':(2,3)},1:{'element_type':'float','shape':(4,5)},"
-            "2:{'element_type':'float','shape':(1,1)}},'metadata':{'author':'me'}}");
+  EXPECT_EQ(
+      shown(read_dl_model(folder / "m.onnx")),
+      "dl_model{'type':'onnx','producer_name':'maker','producer_version':'1.2','domain':'org','model_version':3,"
+      "'doc_string':'about','ir_version':8,'opset_import':{'ai.onnx':13,'ai.onnx.ml':2},'graph_name':'net',"
+      "'inputs':({'name':'x','element_type':'float','shape':(1,'N','?')},"
+      "{'name':'s','element_type':'sequence(int64)','shape':3}),"
+      "'outputs':{'name':'y','element_type':'type 99','shape':()},'num_layers':3,"
+      "'operator_types':{'Conv':2,'Relu':1},'layer_names':('r','c','c'),"
+      "'layers':({'name':'','operator':'Relu','inputs':(),'outputs':'r'},"
+      "{'name':'c','operator':'org.own.Conv','inputs':('x','w'),'outputs':'o','attributes':{'f':0.5,'i':-2,'s':'SAME',"
+      "'fs':(1.5,2.),'is':(3,3),'ss':('a','b'),'t':'float[2, 3]','g':'graph',8:'attribute of type 11'}},"
+      "{'name':'c','operator':'Conv','inputs':(),'outputs':'p'}),"
+      "'values':{'name':'r','element_type':'float','shape':2},'num_parameters':27,"
+      "'initializers':{'w':{'element_type':'float','shape':(2,3)},1:{'element_type':'float','shape':(4,5)},"
+      "2:{'element_type':'float','shape':(1,1)}},'metadata':{'author':'me'}}");
 }
 
 // What protobuf's parser accepts though no writer makes it, and weights, which are skipped.
@@ -106,6 +128,7 @@ TEST_F(Onnx, RejectsWhatIsNoModel) {
       {"groups.onnx", opset + std::string(101, '\x2b') + std::string(101, '\x2c'), "cut off"},
       {"group.onnx", whole + "\x2b\x34", "cut off"},
       {"field.onnx", model(message(1, varint(0) + varint(0))), "is damaged"},
+      {"float.onnx", model(message(1, message(5, varint(2 << 3 | 5) + "123")) + message(2, "more")), "is damaged"},
       {"floats.onnx", model(message(5, message(4, "12345"))), "is damaged"},
       {"ints.onnx", model(message(5, message(7, "\x80"))), "is damaged"},
       {"within.onnx", model(message(5, varint(8 << 3 | 2) + varint(9) + "w")), "is damaged"},

@@ -46,10 +46,17 @@ std::string tensor(const std::string& name, std::initializer_list<std::uint64_t>
   return message(1, name) + message(2, message(1, number(1, element_float) + message(2, sizes)));
 }
 
-std::string layer(const std::string& type, const std::string& input, const std::string& weights,
-                  const std::string& output) {
-  const std::string inputs = message(1, input) + (weights.empty() ? "" : message(1, weights));
-  return message(1, inputs + message(2, output) + message(3, output) + message(4, type));
+std::string layer(const std::string& type, std::initializer_list<const char*> inputs, const std::string& output,
+                  const std::string& attributes = "") {
+  std::string names;
+  for (const char* input : inputs) names += message(1, input);
+  return message(1, names + message(2, output) + message(3, output) + message(4, type) + attributes);
+}
+
+std::string integers(const std::string& name, std::initializer_list<std::uint64_t> values) {
+  std::string list;
+  for (const std::uint64_t value : values) list += number(8, value);
+  return message(5, message(1, name) + list + number(20, 7));
 }
 
 std::string weights(const std::string& name, std::initializer_list<std::uint64_t> shape) {
@@ -98,11 +105,15 @@ std::string cube_stl() {
 }
 
 std::string network_onnx() {
-  const std::string graph = layer("Conv", "image", "filters", "features") + layer("Relu", "features", "", "active") +
-                            layer("GlobalAveragePool", "active", "", "pooled") +
-                            layer("Softmax", "pooled", "", "classes") + message(2, "coins") +
-                            weights("filters", {2, 3, 3, 3}) + message(11, tensor("image", {1, 3, 224, 224})) +
-                            message(12, tensor("classes", {1, 2, 1, 1}));
+  const std::string kernel = integers("kernel_shape", {3, 3}) + integers("pads", {1, 1, 1, 1});
+  const std::string graph =
+      layer("Conv", {"image", "filters"}, "features", kernel) + layer("Relu", {"features"}, "active") +
+      layer("Conv", {"active", "edges"}, "details", kernel) + layer("Conv", {"active", "shades"}, "areas") +
+      layer("Add", {"details", "areas"}, "both") + layer("Concat", {"both", "active"}, "joined") +
+      layer("GlobalAveragePool", {"joined"}, "pooled") + layer("Softmax", {"pooled"}, "classes") + message(2, "coins") +
+      weights("filters", {4, 3, 3, 3}) + weights("edges", {4, 4, 3, 3}) + weights("shades", {4, 4, 1, 1}) +
+      message(11, tensor("image", {1, 3, 224, 224})) + message(12, tensor("classes", {1, 8, 1, 1})) +
+      message(13, tensor("features", {1, 4, 224, 224})) + message(13, tensor("joined", {1, 8, 224, 224}));
   const std::string operator_set = message(8, message(1, "") + number(2, 13));
   return number(1, 8) + message(2, "make_samples") + message(7, graph) + operator_set;
 }

@@ -2,6 +2,7 @@
 // and fields have the names and the numbers that they have there.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -164,6 +165,54 @@ Hlong element_count(const Buffer<Hlong>& dims) {
   return count;
 }
 
+struct Tensor {
+  std::string name;
+  std::int32_t type = 0;
+  Buffer<Hlong> dims;
+};
+
+// Which of the values is meant is what `type` tells, an AttributeType.
+struct Attribute {
+  std::string name, s;
+  std::int32_t type = 0;
+  float f = 0;
+  Hlong i = 0;
+  Tensor tensor;
+  Buffer<double> floats;
+  Buffer<Hlong> ints;
+  std::vector<HTuple> strings;
+
+  HTuple value() {
+    switch (type) {
+      case 1:
+        return double{f};
+      case 2:
+        return i;
+      case 3:
+        return text(s);
+      case 4:
+        return tensor_text();
+      case 5:
+        return text("graph");
+      case 6:
+        return Access::reals(std::move(floats));
+      case 7:
+        return Access::integers(std::move(ints));
+      case 8:
+        return Access::elements(std::move(strings));
+      default:
+        return text("attribute of type " + std::to_string(type));
+    }
+  }
+  // "float[2, 3]": the numbers themselves are left out.
+  HTuple tensor_text() const {
+    std::string shown = element_type(tensor.type) + '[';
+    for (std::size_t at = 0; at < tensor.dims.size(); ++at)
+      shown += (at > 0 ? ", " : "") + std::to_string(tensor.dims[at]);
+    return text(shown + ']');
+  }
+};
+
 // Memory for what is kept of a file, counted until the reading ends.
 class Charges {
  public:
@@ -299,36 +348,85 @@ class ModelReader {
     wire_.fields([&](Field field) {
       return take(field, 1, [&] { read_node(); }) || take(field, 2, graph_name_) ||
              take(field, 5, [&] { read_initializer(); }) || take(field, 11, [&] { read_value(inputs_); }) ||
-             take(field, 12, [&] { read_value(outputs_); }) || look_through(onnx::Message::Graph, field);
+             take(field, 12, [&] { read_value(outputs_); }) || take(field, 13, [&] { read_value(values_); }) ||
+             look_through(onnx::Message::Graph, field);
     });
   }
 
-  // In many files layers have no names: then the name of the first output is used.
+  // NodeProto. In many files layers have no names: then the name of the first output is used in the list of names.
   void read_node() {
-    std::string first_output, output, name, op_type;
-    bool has_output = false;
+    static const auto& plain = *new HTuple(texts({"name", "operator", "inputs", "outputs"}));
+    static const auto& with_attributes = *new HTuple(texts({"name", "operator", "inputs", "outputs", "attributes"}));
+    kept_.add(512);  // of a dictionary
+    std::string name, op_type, domain, first_output, value;
+    std::vector<HTuple> inputs, outputs;
+    Dict attributes;
+    int attribute_count = 0;
     wire_.fields([&](Field field) {
-      if (!take(field, 2, output))
-        return take(field, 3, name) || take(field, 4, op_type) || look_through(onnx::Message::Node, field);
-      if (!std::exchange(has_output, true)) first_output = std::move(output);
-      return true;
+      if (take(field, 1, value)) return inputs.push_back(text(value)), true;
+      if (take(field, 2, value)) {
+        if (outputs.empty()) first_output = value;
+        return outputs.push_back(text(value)), true;
+      }
+      return take(field, 3, name) || take(field, 4, op_type) || take(field, 7, domain) ||
+             take(field, 5, [&] { read_attribute(attributes, attribute_count++); }) ||
+             look_through(onnx::Message::Node, field);
     });
-    ++op_types_[std::move(op_type)];
     layer_names_.push_back(text(name.empty() ? first_output : name));
+    const HTuple shown_type = text(domain.empty() || domain == "ai.onnx" ? op_type : domain + '.' + op_type);
+    const HTuple in = Access::elements(std::move(inputs)), out = Access::elements(std::move(outputs));
+    layers_.push_back(attribute_count == 0
+                          ? record(plain, {text(name), shown_type, in, out})
+                          : record(with_attributes, {text(name), shown_type, in, out, attributes.tuple()}));
+    ++op_types_[std::move(op_type)];
+  }
+
+  // AttributeProto. Numbers and texts are kept as they are; what is larger is named.
+  void read_attribute(Dict& attributes, int number) {
+    Attribute read;
+    const auto add_integer = [&](std::uint64_t value) {
+      kept_.add(sizeof(Hlong));
+      read.ints.push_back(static_cast<Hlong>(value));
+    };
+    std::string value;
+    wire_.fields([&](Field field) {
+      if (field.is(2, WireType::Fixed32)) return read.f = read_float(), true;
+      if (field.is(7, WireType::Fixed32)) return read.floats.push_back(read_float()), true;
+      if (field.is(7, WireType::Bytes)) return read_floats(read.floats), true;
+      if (field.is(8, WireType::Bytes)) return wire_.varints(add_integer), true;
+      if (field.is(8, WireType::Varint)) return add_integer(wire_.varint()), true;
+      if (take(field, 9, value)) return read.strings.push_back(text(value)), true;
+      return take(field, 1, read.name) || take(field, 3, read.i) || take(field, 4, read.s) ||
+             take(field, 20, read.type) || take(field, 5, [&] { read.tensor = read_tensor(); }) ||
+             look_through(onnx::Message::Attribute, field);
+    });
+    attributes.set(read.name, number, read.value());
+  }
+
+  float read_float() { return std::bit_cast<float>(wire_.fixed32()); }
+  void read_floats(Buffer<double>& to) {
+    const std::size_t length = wire_.length();
+    if (length % sizeof(float) != 0) throw MalformedMessage();
+    kept_.add(2 * std::uint64_t{length});
+    for (std::size_t i = 0; i < length / sizeof(float); ++i) to.push_back(read_float());
+  }
+
+  // TensorProto
+  Tensor read_tensor() {
+    Tensor tensor;
+    const auto add = [&](std::uint64_t size) { tensor.dims.push_back(static_cast<Hlong>(size)); };
+    wire_.fields([&](Field field) {
+      if (field.is(1, WireType::Bytes)) return wire_.varints(add), true;
+      if (field.is(1, WireType::Varint)) return add(wire_.varint()), true;
+      return take(field, 2, tensor.type) || take(field, 8, tensor.name) || look_through(onnx::Message::Tensor, field);
+    });
+    return tensor;
   }
 
   // A tensor that is stored in the model.
   void read_initializer() {
     static const auto& keys = *new HTuple(texts({"element_type", "shape"}));
-    std::string name;
-    std::int32_t type = 0;
-    Buffer<Hlong> dims;
-    const auto add = [&](std::uint64_t size) { dims.push_back(static_cast<Hlong>(size)); };
-    wire_.fields([&](Field field) {
-      if (field.is(1, WireType::Bytes)) return wire_.varints(add), true;
-      if (field.is(1, WireType::Varint)) return add(wire_.varint()), true;
-      return take(field, 2, type) || take(field, 8, name) || look_through(onnx::Message::Tensor, field);
-    });
+    auto [name, type, dims] = read_tensor();
     const Hlong count = element_count(dims);
     parameters_ = count > max_count - parameters_ ? max_count : parameters_ + count;
     initializers_.set(name, initializer_count_++,
@@ -415,6 +513,8 @@ class ModelReader {
     model.set("num_layers", static_cast<Hlong>(layer_names_.size()));
     model.set("operator_types", shown_op_types());
     model.set("layer_names", Access::elements(std::move(layer_names_)));
+    model.set("layers", Access::elements(std::move(layers_)));
+    model.set("values", shown(values_, {}));
     model.set("num_parameters", parameters_);
     model.set("initializers", initializers_.tuple());
   }
@@ -436,8 +536,8 @@ class ModelReader {
   Dict opsets_, metadata_, initializers_;
   int opset_count_ = 0, metadata_count_ = 0, initializer_count_ = 0;
   bool has_graph_ = false;
-  std::vector<Value> inputs_, outputs_;
-  std::vector<HTuple> layer_names_;
+  std::vector<Value> inputs_, outputs_, values_;
+  std::vector<HTuple> layer_names_, layers_;
   std::map<std::string, Hlong> op_types_;
   std::vector<std::string> initialized_;  // the names of the initializers
   Hlong parameters_ = 0;

@@ -60,6 +60,11 @@ class WireReader {
   Field next_field();
 
   std::uint64_t varint() { return varint(max_varint); }
+  std::uint32_t fixed32() {
+    std::uint32_t bits = 0;
+    for (int shift = 0; shift < 32; shift += 8) bits |= static_cast<std::uint32_t>(byte()) << shift;
+    return bits;
+  }
   // The value of a field of type Bytes: its length, then as many bytes by `text` or `skip_bytes`.
   std::size_t length();
   std::string text(std::size_t length);

@@ -307,6 +307,19 @@ class PageData {
 
 }  // namespace
 
+namespace {
+
+// Without the library that lays out networks, unless there is one.
+std::string template_for(const qv_node* root) {
+  static constexpr std::string_view begin = "<!--begin of dagre-->", end = "<!--end of dagre-->";
+  std::string page(whole_template());
+  if (to_utf8(qv_node_type_label(root)) == "dl_model") return page;
+  const std::size_t from = page.find(begin), to = page.find(end, from) + end.size();
+  return page.erase(from, to - from);
+}
+
+}  // namespace
+
 std::string_view html_page_prefix() {
   const std::string_view page = whole_template();
   return page.substr(0, page.find("<html"));
@@ -317,13 +330,13 @@ std::string html_page(const Session& session, const qv_node* root, const std::st
   static constexpr std::string_view mark = "{{data}}";
   ExactValues exact(session, kind, options);
   const PageData data(session, root, title, exact);
-  const std::string_view page = whole_template();
+  const std::string page = template_for(root);
   const std::size_t place = page.find(mark);
-  std::string result(page.substr(0, place));
+  std::string result(page, 0, place);
   result.reserve(page.size() + data.json().size() + data.json().size() / 16);
   // Escapes '<', so that no text can end the script element that holds the data.
   for (const char c : data.json()) c == '<' ? result += "\\u003c" : result += c;
-  return result += page.substr(place + mark.size());
+  return result += std::string_view(page).substr(place + mark.size());
 }
 
 }  // namespace host

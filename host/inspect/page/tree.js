@@ -88,6 +88,8 @@ function choose(node, focus = true) {
   show(node);
 }
 
+const link_to = (node, text) => make('a', {href: '#' + encodeURIComponent(node.place), onclick: (event) => { event.preventDefault(); choose(node); }}, make('bdi', {}, visible(text)));
+
 tree.onkeydown = (event) => {
   const rows = shown_nodes(), at = rows.indexOf(current);
   const steps = {ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: rows.length - 1, PageDown: at + 12, PageUp: at - 12};

@@ -39,7 +39,7 @@ function show_children(node) {
   if (!node.child_count) return;
   const most = 500, more = node.children.length - most, left_out = node.child_count - node.children.length;
   one('main').append(make('h3', {}, 'Content'), make('div', {class: 'scroll', tabindex: 0}, make('table', {}, ...node.children.slice(0, most).map((child) =>
-    make('tr', {}, make('td', {}, make('a', {href: '#' + encodeURIComponent(child.place), onclick: (event) => { event.preventDefault(); choose(child); }}, make('bdi', {}, child.name || '""'))), make('td', {class: 'type'}, visible(child.type)), make('td', {class: 'soft'}, visible(child.summary.slice(0, 200)))))))
+    make('tr', {}, make('td', {}, link_to(child, child.name || '""')), make('td', {class: 'type'}, visible(child.type)), make('td', {class: 'soft'}, visible(child.summary.slice(0, 200)))))))
     , more > 0 ? make('p', {class: 'soft'}, `and ${number(more)} more in the tree`) : '',
     left_out > 0 ? make('p', {class: 'reason'}, `${number(left_out)} more are left out of this page`) : '');
 }
@@ -51,6 +51,7 @@ function show(node) {
     make('p', {}, visible(node.summary)));
   show_objects(node);
   show_model(node);
+  show_network(node);
   show_values(node);
   show_lines(node);
   show_children(node);
