@@ -19,6 +19,8 @@
 
 #include "drawing.h"
 #include "exact_values.h"
+#include "files.h"
+#include "image_info.h"
 #include "page_image.h"
 #include "place.h"
 #include "walk.h"
@@ -34,14 +36,15 @@ namespace {
 // Limits of one page, so that a browser on a phone can open it.
 constexpr std::int64_t max_nodes = 100'000;
 constexpr std::int64_t max_drawings = 5'000;
-constexpr std::int64_t max_numbers = 4'000'000;          // of points and runs
-constexpr std::uint64_t max_pixels = 32'000'000;         // of all images
-constexpr std::uint64_t max_picture_pixels = 4'000'000;  // of one image
-constexpr std::uint64_t max_image_bytes = 96u << 20;     // of the values of all images
-constexpr std::size_t max_text = 48u << 20;              // bytes of all texts
-constexpr std::size_t max_value_text = 8u << 20;         // of the values of one node
-constexpr std::size_t max_line_text = 4096;              // of one label, summary or detail line
-constexpr std::int32_t max_detail_lines = 2'000;         // of one node
+constexpr std::int64_t max_numbers = 4'000'000;               // of points and runs
+constexpr std::uint64_t max_pixels = 32'000'000;              // of all images
+constexpr std::uint64_t max_picture_pixels = 4'000'000;       // of one image
+constexpr std::uint64_t max_folder_picture_pixels = 250'000;  // of one image among several files
+constexpr std::uint64_t max_image_bytes = 96u << 20;          // of the values of all images
+constexpr std::size_t max_text = 48u << 20;                   // bytes of all texts
+constexpr std::size_t max_value_text = 8u << 20;              // of the values of one node
+constexpr std::size_t max_line_text = 4096;                   // of one label, summary or detail line
+constexpr std::int32_t max_detail_lines = 2'000;              // of one node
 
 std::string base64(std::string_view bytes) {
   static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -81,14 +84,36 @@ std::string_view whole_template() { return {reinterpret_cast<const char*>(page_t
 
 class PageData {
  public:
-  PageData(const Session& session, const qv_node* root, const std::string& title, ExactValues& exact)
-      : session_(session), exact_(exact), writer_(json_), picture_pixels_(pixels_per_image(root)) {
+  PageData(const std::string& title, bool several) : several_(several), writer_(json_) {
     writer_.StartObject();
     member("title", title);
     member("halcon", to_utf8(qv_adapter_halcon_version()));
     key("nodes");
     writer_.StartArray();
-    write_nodes(root);
+    if (several_) write_folder(title);
+  }
+
+  void add(const Session& session, const qv_node* root, ExactValues& exact) {
+    session_ = &session;
+    exact_ = &exact;
+    place_ = Place();
+    picture_pixels_ = several_ ? max_folder_picture_pixels : pixels_per_image(root);
+    has_network_ = has_network_ || to_utf8(qv_node_type_label(root)) == "dl_model";
+    write_nodes(root, file_name(session.path()));
+  }
+
+  void add_error(const std::string& path, const std::string& error) {
+    if (written_ == max_nodes) return leave_out("nodes: the page shows 100000");
+    ++written_;
+    writer_.StartObject();
+    write_texts(0, file_name(path), "value", "<error>", error);
+    member("segment", file_name(path));
+    key("child_count");
+    writer_.Int(0);
+    writer_.EndObject();
+  }
+
+  void finish() {
     writer_.EndArray();
     key("left_out");
     writer_.StartArray();
@@ -97,6 +122,7 @@ class PageData {
     writer_.EndObject();
   }
 
+  bool has_network() const { return has_network_; }
   std::string_view json() const { return {json_.GetString(), json_.GetSize()}; }
 
  private:
@@ -123,35 +149,66 @@ class PageData {
     }
     return all;
   }
-  void line_member(const char* name, const qv_char* text) {
-    member(name, fitting(to_utf8(text), max_line_text, "labels or lines end early"));
+  std::string line(const qv_char* text) { return fitting(to_utf8(text), max_line_text, "labels or lines end early"); }
+
+  void write_info() {
+    const ImageInfo info = image_info(session_->path());
+    if (info.empty()) return;
+    key("info");
+    writer_.StartArray();
+    for (const auto& [name, value] : info) {
+      writer_.StartArray();
+      string(name);
+      string(whole_characters(value, max_line_text));
+      writer_.EndArray();
+    }
+    writer_.EndArray();
   }
 
-  void write_nodes(const qv_node* root) {
+  void write_texts(std::int64_t parent, std::string_view label, std::string_view kind, std::string_view type,
+                   std::string_view summary) {
+    key("parent");
+    writer_.Int64(parent);
+    member("label", label);
+    member("kind", kind);
+    member("type", type);
+    member("summary", summary);
+  }
+
+  void write_folder(const std::string& title) {
+    ++written_;
+    writer_.StartObject();
+    write_texts(-1, title, "dict", "files", "");
+    boolean("folder", true);
+    key("child_count");
+    writer_.Int(0);
+    writer_.EndObject();
+  }
+
+  // The root of a file is the first node of the page, or a child of it named as the file.
+  void write_nodes(const qv_node* root, const std::string& name) {
     std::vector<std::int64_t> numbers;  // of the nodes from the root to the current one
-    std::int64_t written = 0;
     walk(root, [&](const std::vector<Step>& steps) {
-      if (written == max_nodes) {
+      if (written_ == max_nodes) {
         leave_out("nodes: the page shows 100000");
         return true;
       }
       numbers.resize(steps.size() - 1);
       const std::string place(place_.of(steps));
-      write_node(steps.back().node, numbers.empty() ? -1 : numbers.back(), place);
-      numbers.push_back(written++);
+      const bool is_root = numbers.empty();
+      write_node(steps.back().node, is_root ? (several_ ? 0 : -1) : numbers.back(), place, is_root ? name : "");
+      numbers.push_back(written_++);
       return true;
     });
   }
 
-  void write_node(const qv_node* node, std::int64_t parent, const std::string& place) {
+  // `name` is that of the file for its root, and otherwise empty.
+  void write_node(const qv_node* node, std::int64_t parent, const std::string& place, const std::string& name) {
     writer_.StartObject();
-    key("parent");
-    writer_.Int64(parent);
-    line_member("label", qv_node_label(node));
-    member("kind", kind_name(node));
-    line_member("type", qv_node_type_label(node));
-    line_member("summary", qv_node_value_summary(node));
-    if (parent >= 0) member("segment", whole_characters(place_segment(node), max_line_text));
+    write_texts(parent, name.empty() ? line(qv_node_label(node)) : name, kind_name(node),
+                line(qv_node_type_label(node)), line(qv_node_value_summary(node)));
+    if (parent >= 0) member("segment", name.empty() ? whole_characters(place_segment(node), max_line_text) : name);
+    if (!name.empty()) write_info();
     key("child_count");
     writer_.Int64(qv_node_child_count(node));
     if (qv_node_kind(node) == QV_NODE_VALUE) write_values(node, place);
@@ -163,7 +220,7 @@ class PageData {
     key("total");
     writer_.Uint(qv_node_total_count(node));
     if (qv_node_value_count(node) == 0) return;
-    const auto [text, is_exact] = exact_.text(node, place);
+    const auto [text, is_exact] = exact_->text(node, place);
     if (!is_exact) boolean("rounded", true);
     member("values",
            fitting(text, max_value_text, "value texts end early: the page holds 8 MiB of one, 48 MiB of all"));
@@ -175,8 +232,7 @@ class PageData {
     if (lines < qv_node_detail_line_count(node)) leave_out("lists of detail lines end early: the page shows 2000");
     key("details");
     writer_.StartArray();
-    for (std::int32_t i = 0; i < lines; ++i)
-      string(fitting(to_utf8(qv_node_detail_line_at(node, i)), max_line_text, "labels or lines end early"));
+    for (std::int32_t i = 0; i < lines; ++i) string(line(qv_node_detail_line_at(node, i)));
     writer_.EndArray();
     if (qv_node_object_count(node) == 0 || !has_iconic_class(node)) return;
     key("drawings");
@@ -203,9 +259,9 @@ class PageData {
     member("class", object_class(node, index));
     try {
       if (object_class(node, index) == "image")
-        write_image(page_image(session_, node, index, picture_pixels_));
+        write_image(page_image(*session_, node, index, picture_pixels_));
       else
-        write_geometry(draw(session_, node, index));
+        write_geometry(draw(*session_, node, index));
     } catch (const Failure& failure) {
       member("reason", failure.what());
     }
@@ -294,13 +350,17 @@ class PageData {
     writer_.RawValue(digits, size, rapidjson::kNumberType);
   }
 
-  const Session& session_;
-  ExactValues& exact_;
+  const bool several_;
+  // Of the file that is being written.
+  const Session* session_ = nullptr;
+  ExactValues* exact_ = nullptr;
   Place place_;
   rapidjson::StringBuffer json_;
   rapidjson::Writer<rapidjson::StringBuffer> writer_;
   std::int64_t drawings_left_ = max_drawings, numbers_left_ = max_numbers;
-  std::uint64_t picture_pixels_, image_bytes_left_ = max_image_bytes;
+  std::int64_t written_ = 0;
+  bool has_network_ = false;
+  std::uint64_t picture_pixels_ = max_picture_pixels, image_bytes_left_ = max_image_bytes;
   std::size_t text_left_ = max_text;
   std::map<std::string, std::int64_t> left_out_;
 };
@@ -310,12 +370,20 @@ class PageData {
 namespace {
 
 // Without the library that lays out networks, unless there is one.
-std::string template_for(const qv_node* root) {
+std::string template_for(const PageData& data) {
   static constexpr std::string_view begin = "<!--begin of dagre-->", end = "<!--end of dagre-->";
   std::string page(whole_template());
-  if (to_utf8(qv_node_type_label(root)) == "dl_model") return page;
+  if (data.has_network()) return page;
   const std::size_t from = page.find(begin), to = page.find(end, from) + end.size();
   return page.erase(from, to - from);
+}
+
+void add_file(PageData& data, const PageFile& file, const std::vector<ReadingOption>& options) {
+  if (!file.error.empty()) throw Failure(file.error);
+  Session session;
+  const qv_node* root = session.open(file.path, file.kind, options);
+  ExactValues exact(session, file.kind, options);
+  data.add(session, root, exact);
 }
 
 }  // namespace
@@ -325,12 +393,18 @@ std::string_view html_page_prefix() {
   return page.substr(0, page.find("<html"));
 }
 
-std::string html_page(const Session& session, const qv_node* root, const std::string& title, FileKind kind,
-                      const std::vector<ReadingOption>& options) {
+std::string html_page(const std::vector<PageFile>& files, const std::vector<ReadingOption>& options,
+                      const std::string& title) {
   static constexpr std::string_view mark = "{{data}}";
-  ExactValues exact(session, kind, options);
-  const PageData data(session, root, title, exact);
-  const std::string page = template_for(root);
+  PageData data(title, files.size() != 1);
+  for (const PageFile& file : files) try {
+      add_file(data, file, options);
+    } catch (const Failure& failure) {
+      if (files.size() == 1) throw;
+      data.add_error(file.path, failure.what());
+    }
+  data.finish();
+  const std::string page = template_for(data);
   const std::size_t place = page.find(mark);
   std::string result(page, 0, place);
   result.reserve(page.size() + data.json().size() + data.json().size() / 16);

@@ -11,10 +11,18 @@
 
 namespace host {
 
-// The page in UTF-8. Data beyond its limits is left out or shown smaller, and the page says so. `kind` and `options`
-// are those that the file was opened with.
-std::string html_page(const Session& session, const qv_node* root, const std::string& title, FileKind kind,
-                      const std::vector<ReadingOption>& options);
+// Of a page of several files: each is opened, written and closed before the next.
+struct PageFile {
+  std::string path;
+  FileKind kind = FileKind::Object;
+  std::string error;  // why it cannot be opened, if that is known already
+};
+
+// The page in UTF-8: of one file, or of several with a row for each. Data beyond its limits is left out or shown
+// smaller, and the page says so. `options` are those that dictionaries are opened with. A file that cannot be opened
+// throws Failure when it is the only one, and is a row with its error among others.
+std::string html_page(const std::vector<PageFile>& files, const std::vector<ReadingOption>& options,
+                      const std::string& title);
 
 // What every page begins with, and no other file.
 std::string_view html_page_prefix();

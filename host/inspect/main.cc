@@ -75,8 +75,7 @@ std::string value_text(Session& session, const Arguments& arguments, const std::
 }
 
 TargetFile target_file(const Arguments& arguments, const std::string& path, const std::string& input) {
-  const Replacing replacing{arguments.force, arguments.html.empty() ? std::string_view() : html_page_prefix()};
-  return TargetFile(path, files_read_with(input), replacing);
+  return TargetFile(path, files_read_with(input), {arguments.force, {}});
 }
 
 void save_nodes(const Session& session, const qv_node* root, const std::vector<std::string>& arguments,
@@ -104,6 +103,24 @@ void convert_file(const Session& session, const Arguments& arguments, const std:
   });
 }
 
+// One page of all files. Returns what is to be printed.
+std::string write_page(const Arguments& arguments, const std::vector<InputFile>& files) {
+  remove_unfinished_files_when_interrupted();
+  std::vector<PageFile> shown;
+  std::vector<std::string> inputs;
+  for (const InputFile& file : files) {
+    shown.push_back({file.path, chosen_kind(arguments, file.path), file.error});
+    for (const std::string& input : files_read_with(file.path)) inputs.push_back(input);
+  }
+  std::string title = file_name(files.size() == 1 ? files[0].path : arguments.files[0]);
+  if (files.size() > 1 && (arguments.files.size() > 1 || title.empty()))
+    title = std::to_string(files.size()) + " files";
+  const Progress progress("--html " + title);
+  const TargetFile target(arguments.html, inputs, {arguments.force, html_page_prefix()});
+  target.write(html_page(shown, reading_options(arguments), title));
+  return "Wrote " + printable(arguments.html) + ": open it in a browser\n";
+}
+
 // Returns what is to be printed.
 std::string act_on_file(const Arguments& arguments, const std::string& file) {
   remove_unfinished_files_when_interrupted();
@@ -117,10 +134,6 @@ std::string act_on_file(const Arguments& arguments, const std::string& file) {
   // Before reading, which may take long.
   const TargetFile target = target_file(arguments, arguments.output(), file);
   const qv_node* root = open_file(session, arguments, file);
-  if (!arguments.html.empty()) {
-    target.write(html_page(session, root, file_name(file), chosen_kind(arguments, file), reading_options(arguments)));
-    return "Wrote " + printable(arguments.html) + ": open it in a browser\n";
-  }
   if (!arguments.save.empty())
     save_nodes(session, root, arguments.save, target);
   else
@@ -192,7 +205,7 @@ void show_pages(Arguments arguments, const std::vector<InputFile>& files) {
   for (const InputFile& file : files) {
     if (!file.error.empty()) throw Failure(file.error);
     arguments.html = quovel::temporary_folder() + "qv_inspect " + file_name(file.path) + ".html";
-    const std::string told = act_on_file(arguments, file.path);
+    const std::string told = write_page(arguments, {file});
     if (!quovel::show_on_desktop(arguments.html)) throw Failure(told + " (no browser could be started)");
   }
 }
@@ -223,6 +236,10 @@ int run(const Arguments& arguments) {
     return 0;
   }
   if (!option) return show_files(arguments, files);
+  if (!arguments.html.empty()) {
+    std::fputs(write_page(arguments, files).c_str(), stdout);
+    return 0;
+  }
   if (files.size() != 1)
     return report(std::string(option) + " takes one file, not " + std::to_string(files.size()), exit_misuse);
   if (!files[0].error.empty()) throw Failure(files[0].error);

@@ -49,11 +49,13 @@ function show(node) {
   one('main').replaceChildren(make('h2', {}, make('bdi', {}, node.name)),
     make('p', {}, make('span', {class: node.type.startsWith('<') ? 'type bad' : 'type'}, visible(node.type)), ' ', make('span', {class: 'soft'}, visible(node.place))),
     make('p', {}, visible(node.summary)));
+  if (node.folder) return show_folder(node);
   show_objects(node);
   show_model(node);
   show_network(node);
   show_values(node);
   show_lines(node);
+  show_info(node);
   show_children(node);
   count();
 }
