@@ -181,6 +181,7 @@ void add_png(ImageInfo& info, const Bytes& file) {
 void add_jpeg(ImageInfo& info, const Bytes& file) {
   info = {{"Format", "JPEG"}};
   for (std::size_t at = 2; file.number(at, 1) == 0xFF;) {
+    while (file.number(at + 1, 1) == 0xFF) ++at;  // fill bytes
     const std::uint32_t marker = file.number(at + 1, 1), size = file.number(at + 2, 2);
     if (marker == 0xDA || size < 2) return;
     const bool is_frame = marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;

@@ -37,7 +37,7 @@ nodes.forEach((node, id) => {
   node.level = node.up ? node.up.level + 1 : 0;
   node.place = node.up ? (node.up.up ? node.up.place : '') + '/' + node.segment : '/';
   node.name = visible(node.up ? node.label : data.title);
-  node.open = nodes.length <= max_open_nodes || node.level < 1;
+  node.open = (nodes.length <= max_open_nodes && !nodes[0].folder) || node.level < 1;
   if (node.up) node.up.children.push(node);
 });
 
