@@ -106,7 +106,9 @@ std::vector<CLI::Option*> describe_showing(CLI::App& app, Arguments& arguments) 
 // The options that take exactly one file.
 std::vector<CLI::Option*> describe_actions(CLI::App& app, Arguments& arguments) {
   return {
-      app.add_option("--html", arguments.html, "Write OUT, one page for a browser: the tree and every object drawn,\nof a folder a row for each file")
+      app.add_option(
+             "--html", arguments.html,
+             "Write OUT, one page for a browser: the tree and every object drawn,\nof a folder a row for each file")
           ->check(Check(is_page_file))
           ->type_name("OUT"),
       app.add_option("--value", arguments.value_place, "Print all values of the node at PLACE, for example /parts/2")
