@@ -39,6 +39,7 @@ target_compile_definitions(PkgConfig::openjp2 INTERFACE OPJ_STATIC)
 # build/windows/bin can be distributed as it is: what its programs and libraries need is copied beside them.
 set(handed_out ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 configure_file(include/quovel_adapter_2411/quovel_adapter.h ${handed_out}/quovel_adapter_2411/quovel_adapter.h COPYONLY)
+file(REMOVE_RECURSE ${handed_out}/notices) # of libraries that are linked no more
 configure_file(LICENSE ${handed_out}/notices/LICENSE COPYONLY)
 configure_file(NOTICES.md ${handed_out}/notices/NOTICES.md COPYONLY)
 foreach(package gcc-mingw-w64-x86-64-posix-runtime libcli11-dev libz-mingw-w64-dev mingw-w64-x86-64-dev
