@@ -72,6 +72,10 @@ void make_texts(const std::string& folder) {
   put("sequence", "list/b\nfolder\na.pgm\n"s);
   put("sequence", "0\n1\n2\n3\n4\n5\n6\n7\n8\n9\n0\n../list/../9.pgm\n"s);
   put("sequence", "0\n1\n2\n3\n4\n5\n6\n7\nc\n8\n9\n\0P5 9 9 255\nx"s);
+  const std::string png = read(folder + "/codecs/gray.png");
+  put("sequence", "c\n0\n\0"s + png);
+  put("sequence", "c\n0\n\0"s + png.substr(0, 20));
+  put("sequence", "c\n0\n\0no image"s);
   const std::string head =
       "element vertex 2\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\nproperty uchar "
       "green\nproperty uchar blue\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n";
