@@ -32,7 +32,7 @@ void add_codec_row(const char* work, const char* library, double (*decode)(const
 }
 
 std::string photo_file(const char* name, const char* format, const char* type, int channels) {
-  const std::string path = path_of(name);
+  std::string path = path_of(name);
   WriteImage(photo(type, channels), format, 0, path.c_str());
   return path;
 }
@@ -40,7 +40,7 @@ std::string photo_file(const char* name, const char* format, const char* type, i
 using WriteFile = void (*)(const std::string&, int, int, int);
 
 std::string made_file(const char* name, WriteFile write, int channels) {
-  const std::string path = path_of(name);
+  std::string path = path_of(name);
   write(path, photo_width, photo_height, channels);
   return path;
 }

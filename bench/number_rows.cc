@@ -46,7 +46,7 @@ std::string dict_file(const std::vector<T>& values) {
   for (std::size_t i = 0; i < values.size(); ++i) tuple.Append(values[i]);
   CreateDict(&dict);
   SetDictTuple(dict, "numbers", tuple);
-  const std::string path = path_of("numbers.hdict");
+  std::string path = path_of("numbers.hdict");
   HDict(dict[0].H()).WriteDict(path.c_str(), HTuple(), HTuple());
   return path;
 }

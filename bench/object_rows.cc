@@ -32,7 +32,7 @@ std::string region_file(std::size_t count) {
   }
   HObject regions;
   GenRectangle1(&regions, top, left, bottom, right);
-  const std::string path = path_of("regions" + std::to_string(count) + ".hobj");
+  std::string path = path_of("regions" + std::to_string(count) + ".hobj");
   WriteObject(regions, path.c_str());
   return path;
 }
@@ -57,7 +57,7 @@ double time_of_saving(const std::string& path) {
 }
 
 std::string catalogue_file(std::size_t entries) {
-  const std::string path = path_of("catalogue" + std::to_string(entries) + ".json");
+  std::string path = path_of("catalogue" + std::to_string(entries) + ".json");
   write_file(path, catalogue_document(entries));
   return path;
 }

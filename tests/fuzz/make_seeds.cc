@@ -1,10 +1,14 @@
 // Writes the inputs from which each fuzz target starts: make_seeds FOLDER makes FOLDER/<target>/<file>.
 #include <cstdio>
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 
+#include "HalconCpp.h"
+#include "HalconCreate.h"
 #include "support/bytes.h"
 #include "support/files.h"
+#include "support/objects.h"
 #include "support/values.h"
 
 namespace {
