@@ -13,7 +13,7 @@ namespace bench {
 enum class Unit { Seconds, Bytes, Times };
 
 // One work. Each function measures it once, in the row's unit. Without a peer the figure itself is what the target is
-// about. What a side leaves behind (its input, a tree) belongs outside of what it measures.
+// about. What a side makes (its input, a tree) is destroyed outside of what it measures.
 struct Pair {
   std::function<double()> ours;
   std::function<double()> peer;

@@ -98,7 +98,7 @@ TEST_F(Save, ErrorsTellWhyAndLeaveTheTargetAlone) {
   }
   // in.hobj, old.png, dir.png
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(native(folder.path())), {}), 3);
-  EXPECT_FALSE(reader.save(reader.objects(folder / "in.hobj"), folder / "root.hobj"));  // a root is no object node
+  EXPECT_FALSE(reader.save(reader.objects(folder / "in.hobj"), folder / "root.hobj"));  // a root is not an object node
   EXPECT_EQ(reader.error(), "");
 }
 

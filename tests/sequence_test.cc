@@ -62,7 +62,7 @@ TEST(Sequence, EntriesAreFoundInOrder) {
       {"both", "u"},                               // the folder above comes first
       {"two", "1"},                                // png before pgm
       {"x.png", "X"},                              // extensions are appended
-      {"dir", "G"},                                // a folder is no file
+      {"dir", "G"},                                // a folder is not a file
       {"sub\\deep\r\nsub/deep.pgm", "DD"},         // both separators
       {"\n \t\r\n  beside \t\r\n\t above", "BA"},  // blanks and line ends
       {"beside\nbeside\nbeside", "BBB"},

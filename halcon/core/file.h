@@ -37,7 +37,7 @@ class InputFile {
   };
   Version version() const noexcept { return {size_, changed_at_}; }
   std::uint64_t position() const noexcept { return position_; }
-  // The bytes behind the position, by the size that the file had when it was opened.
+  // The bytes after the position, by the size that the file had when it was opened.
   std::uint64_t left() const noexcept { return size_ - position_; }
   // Sets the position, at most the size.
   void seek(std::uint64_t position);

@@ -30,7 +30,7 @@ inline std::string_view text_of(const StringData* data) noexcept {
   return data ? std::string_view(data->text(), data->length) : std::string_view();
 }
 
-// A text of one reference; null for the empty one. Text that is no UTF-8 is taken as Latin-1 by `new_string`; the
+// A text of one reference; null for the empty one. Text that is not UTF-8 is taken as Latin-1 by `new_string`; the
 // caller of `new_valid_string` has checked it. A text ends at its first NUL. 4 GiB and more is std::bad_alloc.
 const StringData* new_string(std::string_view narrow);
 const StringData* new_valid_string(std::string_view utf8);

@@ -445,7 +445,7 @@ class ModelReader {
     values.push_back({std::move(name), std::move(described)});
   }
 
-  // Types in types by a list of those around the one at hand.
+  // Types within types, without recursion: a list holds the types around the current one.
   void read_type(Type& outermost) {
     struct Level {
       onnx::Message message;

@@ -17,7 +17,7 @@
 
 namespace HalconCpp::detail {
 
-// Thrown where the bytes are no message, or a message is cut off.
+// Thrown when the bytes are not a message, or when a message is cut off.
 struct MalformedMessage {};
 
 enum class WireType : std::uint8_t { Varint, Fixed64, Bytes, GroupStart, GroupEnd, Fixed32 };
@@ -34,7 +34,7 @@ class WireReader {
   WireReader(InputFile& file, int nesting)
       : file_(file), end_(file.size()), nesting_(nesting), levels_(nesting), window_(max_window) {}
 
-  // Calls `take` with each field that is left of the message at hand. It reads the value and returns true, or returns
+  // Calls `take` with each field that is left of the current message. It reads the value and returns true, or returns
   // false and leaves the value to be skipped.
   template <class Take>
   void fields(Take take) {
@@ -53,7 +53,7 @@ class WireReader {
   }
 
   // The same in steps, for messages within messages: between `enter` and `leave`, which takes the result of `enter`,
-  // the message at hand is the inner one.
+  // the current message is the inner one.
   std::uint64_t enter();
   void leave(std::uint64_t outer) noexcept;
   bool at_end() const noexcept { return position() >= end_; }
@@ -100,7 +100,7 @@ class WireReader {
   void descend();
 
   InputFile& file_;
-  std::uint64_t end_;  // of the message at hand, in the file
+  std::uint64_t end_;  // of the current message, in the file
   int max_short_ = 5;  // bytes of a tag or a length
   const int nesting_;
   int levels_;  // that may still be entered

@@ -77,7 +77,7 @@ bool lenient_writing(const HTuple& names, const HTuple& values) {
   return lenient;
 }
 
-// Whether the first character that is no white space begins an object or an array.
+// Whether the first character that is not white space begins an object or an array.
 bool begins_like_json(std::string_view path) {
   InputFile file(path);
   char bytes[4096];

@@ -63,8 +63,8 @@ std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
     for (const std::string& name : quovel::expand_wildcards(given)) {
       std::error_code unknown;
       const bool is_folder = fs::is_directory(native_path(name), unknown);
-      const std::vector<InputFile> behind = is_folder ? files_below(name) : std::vector<InputFile>{{name, {}}};
-      files.insert(files.end(), behind.begin(), behind.end());
+      const std::vector<InputFile> found = is_folder ? files_below(name) : std::vector<InputFile>{{name, {}}};
+      files.insert(files.end(), found.begin(), found.end());
     }
   }
   return files;

@@ -22,7 +22,7 @@ class Failure : public std::runtime_error {
 // Half a surrogate pair becomes U+FFFD.
 std::string to_utf8(const qv_char* text);
 void append_utf8(std::string& result, const qv_char* text);
-// The character at `text`, which is not at its end; moves `text` behind it.
+// The character at `text`, which is not at its end; moves `text` past it.
 char32_t next_character(const qv_char*& text);
 std::u16string to_utf16(std::string_view utf8);
 inline const qv_char* units(const std::u16string& text) { return reinterpret_cast<const qv_char*>(text.c_str()); }

@@ -36,7 +36,7 @@ class TargetFile {
   void publish(const std::filesystem::path& complete) const;
 
   std::string name_;              // as the user gave it, for messages
-  std::filesystem::path target_;  // behind links
+  std::filesystem::path target_;  // with links followed
   bool exists_ = false;
   bool is_device_ = false;
 };

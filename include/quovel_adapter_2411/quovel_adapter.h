@@ -237,7 +237,7 @@ QV_API const qv_char* qv_node_full_value_text(qv_reader* reader, const qv_node* 
  * an index out of range fail with an empty last-error text. The results are 1 or 0.
  * @{ */
 
-/** The number of channels of an image as stored, or -1. A node that is no image fails with an empty text. */
+/** The number of channels of an image as stored, or -1. A node that is not an image fails with an empty text. */
 QV_API int32_t qv_node_image_channel_count(qv_reader* reader, const qv_node* node, int32_t index);
 
 /** The pixels of an image as 8 bits each: `height` rows of `width` pixels, `stride` bytes apart, in `stride` * `height`

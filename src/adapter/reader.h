@@ -1,4 +1,4 @@
-// The Reader behind the host's handle, and the rules of the boundary that every export keeps.
+// The Reader that the host's handle refers to, and the rules of the boundary that every export keeps.
 #ifndef QUOVEL_ADAPTER_READER_H
 #define QUOVEL_ADAPTER_READER_H
 

@@ -24,7 +24,7 @@ struct ImageRenderData {
 
 // The pixels of one image of the node, `index` counting from 0. Nothing when the node has no object of that number, for
 // an image of 2 or more than 4 channels, and when the pixels cannot be laid out or there is no memory for them. Throws
-// what HALCON throws before that, as for an object that is no image.
+// what HALCON throws before that, as for an object that is not an image.
 std::optional<ImageRenderData> extract_image(const Node& node, std::int32_t index);
 
 // The number of channels as stored; -1 when the node holds no image of that number. Throws what HALCON throws.

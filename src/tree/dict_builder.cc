@@ -53,7 +53,7 @@ class DictEntries final : public PendingChildren {
     return HTuple();
   }
 
-  // Null for a key that is no string, and for one that cannot be read, which key_text then labels.
+  // Null for a key that is not a string, and for one that cannot be read, which key_text then labels.
   const Tree::CachedKey* cached_key(Hlong index) try {
     const bool is_string = index < string_flags_.Length() && string_flags_[index].L() != 0;
     return is_string ? &tree_.cached_key(keys_[index].S()) : nullptr;

@@ -20,7 +20,7 @@ class ElementTypes {
   bool has_handle() const noexcept { return has_handle_; }
   bool is_single_handle() const noexcept { return has_handle_ && handle_flags_.Length() == 1; }
   bool is_handle(HalconCpp::Hlong index) const { return has_handle_ && handle_flags_[index].L() != 0; }
-  // Of an element that is no handle.
+  // Of an element that is not a handle.
   ValueType value_type(HalconCpp::Hlong index) const;
 
  private:

@@ -218,10 +218,10 @@ class Tree {
   Tree& operator=(const Tree&) = delete;
 
   Node& make_node();
-  // Room for the parent's children, once and before the first: they stand in one block, and more than that many would
+  // Room for the parent's children, once and before the first: they lie in one block, and more than that many would
   // have to move.
   void reserve_children(Node& parent, std::size_t count);
-  // Makes a node behind the parent's other children. Without room for it the others move.
+  // Makes a node after the parent's other children. When there is no room for it, the others move.
   Node& add_child(Node& parent, NodeKind kind, Text label, PathSegment segment);
   // The parent has a child.
   void remove_last_child(Node& parent) noexcept { --parent.count_; }

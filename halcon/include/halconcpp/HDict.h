@@ -9,7 +9,7 @@ namespace HalconCpp {
 class HALCONCPP_API HDict : public HHandle {
  public:
   HDict() noexcept = default;
-  // A handle that is no dictionary is accepted here and rejected by every query.
+  // A handle that is not a dictionary is accepted here and rejected by every query.
   HDict(const HHandle& handle);
 
   // Replaces this dictionary by the one in the file: JSON by content, or the built-in container.

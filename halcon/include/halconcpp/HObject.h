@@ -33,7 +33,7 @@ class HALCONCPP_API HObject {
 class HALCONCPP_API HImage : public HObject {
  public:
   HImage() noexcept = default;
-  // Throws when an object is no image.
+  // Throws when an object is not an image.
   HImage(const HObject& object);
 
   // The pixels of the first channel, row by row without padding; they live as long as an object that holds the image.
@@ -52,7 +52,7 @@ class HALCONCPP_API HImage : public HObject {
 class HALCONCPP_API HRegion : public HObject {
  public:
   HRegion() noexcept = default;
-  // Throws when an object is no region.
+  // Throws when an object is not a region.
   HRegion(const HObject& object);
 };
 

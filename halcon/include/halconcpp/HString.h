@@ -16,9 +16,10 @@ HALCONCPP_API void release(const StringData* data) noexcept;
 class HALCONCPP_API HString {
  public:
   HString() noexcept = default;
-  // Narrow text is UTF-8; text that is no UTF-8 is taken as Latin-1. A null pointer is the empty text.
+  // Narrow text is UTF-8; text that is not UTF-8 is taken as Latin-1. A null pointer is the empty text.
   HString(const char* narrow);
-  // UTF-16 on Windows, UTF-32 elsewhere; a unit that is no character becomes U+FFFD. A null pointer is the empty text.
+  // UTF-16 on Windows, UTF-32 elsewhere; a unit that is not a character becomes U+FFFD. A null pointer is the empty
+  // text.
   HString(const wchar_t* wide);
   HString(const HString& other) noexcept;
   HString(HString&& other) noexcept : data_(other.data_) { other.data_ = nullptr; }
