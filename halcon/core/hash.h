@@ -5,7 +5,6 @@
 #define HALCONCPP_CORE_HASH_H
 
 #include <bit>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>

@@ -23,6 +23,7 @@
 #include "image_info.h"
 #include "page_image.h"
 #include "place.h"
+#include "stored_image.h"
 #include "walk.h"
 
 namespace host {

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 #include "drawing.h"

@@ -3,11 +3,13 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <utility>
+#include <string>
 
 #include "files.h"
 #include "target_file.h"

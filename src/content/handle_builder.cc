@@ -1,5 +1,6 @@
 #include "content/handle_builder.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <new>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "platform/text.h"

@@ -1,5 +1,6 @@
 #include "iconic/object_loader.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #include "HalconCpp.h"
