@@ -86,6 +86,7 @@ Pair walk() {
   std::memset(peers->get(), 0, stride * nodes.size());
   const auto count = static_cast<double>(nodes.size());
   return {[=] {
+            require(reader != nullptr, "the tree is there");  // the nodes live as long as it does
             return seconds([&] {
                      for (const qv_node* node : nodes) keep(qv_node_kind(node));
                    }) /
