@@ -33,6 +33,11 @@ struct Mesh {
     ++faces_;
     corners_ = 0;
   }
+  // A face of three corners that exist.
+  void add_triangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+    for (const std::uint32_t corner : {a, b, c}) triangles_.push_back(static_cast<std::int32_t>(corner));
+    ++faces_;
+  }
   // Rejects faces with points that do not exist, and drops normals and colors that not every point has.
   Model3dParts finish();
 
