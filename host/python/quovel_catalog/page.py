@@ -12,7 +12,8 @@ _STYLE = """
 body { margin: 1.5rem auto; max-width: 80rem; padding: 0 1rem; }
 input { font: inherit; width: 100%; padding: .4rem; box-sizing: border-box; }
 table { border-collapse: collapse; width: 100%; margin: 1rem 0; }
-td, th { border-bottom: 1px solid #8884; padding: .25rem .5rem; text-align: left; overflow-wrap: anywhere; }
+td, th { border-bottom: 1px solid #8884; padding: .25rem .5rem; text-align: left; }
+td:nth-child(3), td:nth-child(7) { overflow-wrap: anywhere; }
 td.number { text-align: right; } .error { color: #d22; } img { max-width: 96px; max-height: 96px; }
 """
 _SCRIPT = """
@@ -84,7 +85,7 @@ def write(database: sqlite3.Connection, path: str, thumbnails: int) -> None:
     for file in [file for file in files if file["family"] == "image" and not file["error"]][:thumbnails]:
         file["thumbnail"] = _thumbnail(file["path"])
     families = database.execute(
-        "SELECT family, count(*) || ' files', sum(error IS NOT NULL) || ' failed', sum(nodes) || ' nodes' FROM files"
+        "SELECT family, 'files: ' || count(*), 'failed: ' || sum(error IS NOT NULL), 'nodes: ' || sum(nodes) FROM files"
         " GROUP BY family ORDER BY count(*) DESC"
     ).fetchall()
     data = json.dumps(files).replace("</", "<\\/")

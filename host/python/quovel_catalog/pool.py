@@ -4,8 +4,10 @@ from __future__ import annotations
 
 import multiprocessing
 import multiprocessing.connection
+import os
 import signal
 import sys
+import tempfile
 import time
 from collections.abc import Iterable, Iterator
 from typing import Any, NamedTuple
@@ -28,7 +30,7 @@ def _limit_memory(memory: int) -> None:
         resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
 
 
-def _work(connection: Any, progress: Any, memory: int) -> None:
+def _work(connection: Any, progress: Any, memory: int, scratch: str) -> None:
     """The main function of a worker: batches of files come in, lists of parts go out, None after each batch.
 
     progress[0] is 1 + the position of the file in work, 0 between batches; progress[1] is when it was begun.
@@ -38,11 +40,13 @@ def _work(connection: Any, progress: Any, memory: int) -> None:
     _limit_memory(memory)
     from .rows import Opener
 
-    opener = Opener()
+    opener = Opener(scratch)
     while True:
         try:
             batch = connection.recv()
         except EOFError:
+            return
+        if batch is None:
             return
         parts: list[Part] = []
         waiting = 0
@@ -65,12 +69,13 @@ def _work(connection: Any, progress: Any, memory: int) -> None:
 
 
 class _Worker:
-    def __init__(self, limits: Limits) -> None:
+    def __init__(self, limits: Limits, scratch: str) -> None:
         context: Any = multiprocessing.get_context("spawn" if sys.platform == "win32" else "fork")
         self._limits = limits
         self.progress: Any = context.RawArray("d", 2)
         self.connection, theirs = context.Pipe()
-        self._process = context.Process(target=_work, args=(theirs, self.progress, limits.memory), daemon=True)
+        arguments = (theirs, self.progress, limits.memory, scratch)
+        self._process = context.Process(target=_work, args=arguments, daemon=True)
         self._process.start()
         theirs.close()
         self.batch: list[File] = []
@@ -107,6 +112,12 @@ class _Worker:
 def run(batches: Iterable[list[File]], jobs: int, limits: Limits) -> Iterator[Part]:
     """The parts of all files, each file once. A part of a file that failed later is followed by its row with an error: nodes
     that came before are void."""
+    in_memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+    with tempfile.TemporaryDirectory(prefix="qv_catalog-", dir=in_memory) as scratch:
+        yield from _run(batches, jobs, limits, scratch)
+
+
+def _run(batches: Iterable[list[File]], jobs: int, limits: Limits, scratch: str) -> Iterator[Part]:
     source = iter(batches)
     again: list[list[File]] = []
     idle: list[_Worker] = []
@@ -117,7 +128,7 @@ def run(batches: Iterable[list[File]], jobs: int, limits: Limits) -> Iterator[Pa
                 batch = again.pop() if again else next(source, [])
                 if not batch:
                     break
-                worker = idle.pop() if idle else _Worker(limits)
+                worker = idle.pop() if idle else _Worker(limits, scratch)
                 worker.give(batch)
                 busy[worker.connection] = worker
             if not busy:
@@ -129,8 +140,12 @@ def run(batches: Iterable[list[File]], jobs: int, limits: Limits) -> Iterator[Pa
                 text = f"timed out after {limits.timeout:g} s"
                 yield from _lost(busy, worker, again, text)
     finally:
-        for worker in [*idle, *busy.values()]:
+        for worker in busy.values():
             worker.kill()
+        for worker in idle:
+            worker.connection.send(None)
+        for worker in [*idle, *busy.values()]:
+            worker.end()
 
 
 def _receive(busy: dict[Any, _Worker], worker: _Worker, idle: list[_Worker], again: list[list[File]]) -> Iterator[Part]:

@@ -7,7 +7,6 @@ import hashlib
 import os
 import pathlib
 import re
-import tempfile
 import time
 from collections.abc import Iterator
 from typing import Any
@@ -166,20 +165,18 @@ def _add_pixels(digest: Any, reader: int, node: int, index: int) -> None:
             library.qv_free_buffer(buffer)
 
 
-def _add_stored(digest: Any, reader: int, node: int) -> None:
+def _add_stored(digest: Any, reader: int, node: int, scratch: str) -> None:
     """The stored values, as a TIFF file: drawing would stretch other types than byte, and takes 1, 3 or 4 channels."""
-    with tempfile.TemporaryDirectory(prefix="quovel-") as folder:
-        path = os.path.join(folder, "image.tif")
-        if library.qv_save_object_as(reader, node, to_units(path)) == 1:
-            digest.update(content_digest(path).encode())
+    if library.qv_save_object_as(reader, node, to_units(scratch)) == 1:
+        digest.update(content_digest(scratch).encode())
 
 
-def _pixel_digest(digest: Any, reader: int, images: list[tuple[int, int]]) -> None:
+def _pixel_digest(digest: Any, reader: int, images: list[tuple[int, int]], scratch: str) -> None:
     for node, count in images:
         summary = from_units(library.qv_node_value_summary(node))
         drawn = ", byte" in summary and re.search(r", [134]ch", summary)
         if count == 1 and not drawn:
-            _add_stored(digest, reader, node)
+            _add_stored(digest, reader, node, scratch)
             continue
         for index in range(count):
             _add_pixels(digest, reader, node, index)
@@ -195,9 +192,11 @@ _PARSE: dict[str, Any] = {
 
 
 class Opener:
-    """One Reader for one file after another."""
+    """One Reader for one file after another. `scratch` is a folder for a temporary file, which stays there: making and
+    removing a folder for each image took most of the time of a run."""
 
-    def __init__(self) -> None:
+    def __init__(self, scratch: str) -> None:
+        self._scratch = os.path.join(scratch, f"{os.getpid()}.tif")
         self._reader = library.qv_reader_create()
         if not self._reader:
             raise MemoryError("no Reader could be created")
@@ -217,7 +216,7 @@ class Opener:
                     yield Part(file.id, nodes, None)
                 nodes = block
                 count += len(block)
-                _pixel_digest(digest, self._reader, images)
+                _pixel_digest(digest, self._reader, images, self._scratch)
             pixels = digest.hexdigest() if digest.digest() != empty else None
         except MemoryError:
             error = "memory is exhausted"
