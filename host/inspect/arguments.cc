@@ -19,7 +19,7 @@ namespace {
 constexpr const char* showing = "What to show";
 constexpr const char* reading = "Reading";
 constexpr const char* of_json = "Reading JSON files; without effect on other files";
-constexpr const char* acting = "Other actions than printing the tree; all but --json and --list take one file";
+constexpr const char* acting = "Other actions than printing the tree; all but --json, --list and --diff take one file";
 
 // Returns what is wrong with a value, or an empty text.
 using Check = std::function<std::string(const std::string&)>;
@@ -115,7 +115,8 @@ std::vector<CLI::Option*> describe_actions(CLI::App& app, Arguments& arguments) 
           ->check(Check(not_empty))
           ->type_name("PLACE"),
       app.add_option("--extract", arguments.extract,
-                     "Draw the object at PLACE into OUT: an image as .png,\ngeometry as .csv or .svg")
+                     "Draw the object at PLACE into OUT: an image as .png,\n.tif or .npy (stored values), geometry as "
+                     ".csv or .svg")
           ->check(Check(not_empty))
           ->type_name("PLACE OUT")
           ->expected(2),
@@ -159,6 +160,9 @@ void describe(CLI::App& app, Arguments& arguments) {
   const std::vector<CLI::Option*> selecting = describe_showing(app, arguments);
   std::vector<CLI::Option*> actions = {
       app.add_flag("--json", arguments.json, "Print each tree as one line of JSON"),
+      app.add_flag(
+          "--diff", arguments.diff,
+          "Compare two files: nodes that only one has, values and pixels\nthat differ; exit code 1 when any do"),
       app.add_flag("--list", arguments.list, "Print one line per node: place, type and summary, separated by tabs"),
   };
   const std::vector<CLI::Option*> of_one_file = describe_actions(app, arguments);
@@ -179,7 +183,8 @@ void describe(CLI::App& app, Arguments& arguments) {
   app.allow_windows_style_options(false);  // "/0" is a place; on other systems it may be a path
   app.footer(
       "All text is UTF-8, including file names and PLACE.\n"
-      "Exit codes: 0 success; 1 a file could not be opened or written, or nothing was found;\n2 wrong arguments.");
+      "Exit codes: 0 success; 1 a file could not be opened or written, nothing was found,\nor --diff found a "
+      "difference; 2 wrong arguments.");
 }
 
 }  // namespace host

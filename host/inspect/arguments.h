@@ -23,6 +23,7 @@ struct Arguments {
   // The action: at most one of these; without any, the tree is printed.
   bool json = false;
   bool list = false;
+  bool diff = false;  // takes two files
   std::string html;
   std::string value_place;
   std::vector<std::string> extract;  // place, output

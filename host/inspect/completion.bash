@@ -34,7 +34,7 @@ _qv_inspect_places() {
 
 _qv_inspect() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-  local options="--help --version --depth --details --filter --grep --json --list --html --value --extract --save --convert
+  local options="--help --version --depth --details --filter --grep --json --diff --list --html --value --extract --save --convert
     --object --lenient --force --kind --json-true --json-false --json-null --json-arrays"
   local IFS=$' \t\n'
   COMPREPLY=()

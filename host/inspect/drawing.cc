@@ -76,12 +76,16 @@ std::string object_class(const qv_node* node, std::int32_t index) {
   return line.substr(0, line.find(':'));
 }
 
-Drawing draw(const Session& session, const qv_node* node, std::int32_t index) {
+void check_object(const qv_node* node, std::int32_t index) {
   if (qv_node_kind(node) != QV_NODE_OBJECT) throw Failure("the node holds no objects");
   const std::uint32_t count = qv_node_object_count(node);
   if (index < 0 || static_cast<std::uint32_t>(index) >= count)
     throw Failure("the node holds " + std::to_string(count) + (count == 1 ? " object" : " objects") +
                   ", none at index " + std::to_string(index));
+}
+
+Drawing draw(const Session& session, const qv_node* node, std::int32_t index) {
+  check_object(node, index);
   const std::string what = object_class(node, index);
   qv_reader* reader = session.reader();
   Drawing drawing;

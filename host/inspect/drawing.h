@@ -48,6 +48,9 @@ struct Drawing {
 // The class of object `index` of an object node.
 std::string object_class(const qv_node* node, std::int32_t index);
 
+// Throws Failure when the node has no such object.
+void check_object(const qv_node* node, std::int32_t index);
+
 // Draws that object; throws Failure with the reason if it cannot be drawn.
 Drawing draw(const Session& session, const qv_node* node, std::int32_t index);
 

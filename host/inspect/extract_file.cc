@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "drawing.h"
+#include "npy_file.h"
+#include "saved_image.h"
+#include "stored_image.h"
 
 namespace host {
 
@@ -106,11 +109,21 @@ bool ends_with(const std::string& path, std::string_view extension) {
                     [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b + ('a' - 'A') : b); });
 }
 
-std::string file_content(const Drawing& drawing, const std::string& path) {
-  if (drawing.picture) {
-    if (ends_with(path, ".png")) return picture_png(*drawing.picture);
-    throw Failure("an image is extracted to .png, not to '" + path + "'");
-  }
+// Whether a PNG file holds its values as they are, which drawing would stretch to 8 bits: unsigned integers of 16 bits.
+// The description of several images tells their common type.
+bool has_16_bits(const qv_node* node) {
+  return (", " + to_utf8(qv_node_value_summary(node)) + ",").find(", uint2,") != std::string::npos;
+}
+
+std::string image_content(const Session& session, const qv_node* node, std::int32_t index, const std::string& path) {
+  if (ends_with(path, ".tif") || ends_with(path, ".tiff")) return saved_image(session, node, index, ".tif");
+  if (ends_with(path, ".npy")) return make_npy(stored_image(session, node, index));
+  if (!ends_with(path, ".png")) throw Failure("an image is extracted to .png, .tif or .npy, not to '" + path + "'");
+  if (has_16_bits(node)) return saved_image(session, node, index, ".png");
+  return picture_png(*draw(session, node, index).picture);
+}
+
+std::string geometry_content(const Drawing& drawing, const std::string& path) {
   if (ends_with(path, ".csv")) return drawing.runs ? runs_csv(*drawing.runs) : lines_csv(drawing.lines);
   if (ends_with(path, ".svg")) return drawing.runs ? runs_svg(*drawing.runs) : lines_svg(drawing.lines);
   throw Failure("geometry is extracted to .csv or .svg, not to '" + path + "'");
@@ -120,7 +133,9 @@ std::string file_content(const Drawing& drawing, const std::string& path) {
 
 std::string extracted_content(const Session& session, const qv_node* node, std::int32_t index,
                               const std::string& path) {
-  return file_content(draw(session, node, index), path);
+  check_object(node, index);
+  if (object_class(node, index) == "image") return image_content(session, node, index, path);
+  return geometry_content(draw(session, node, index), path);
 }
 
 }  // namespace host

@@ -10,7 +10,8 @@
 
 namespace host {
 
-// The content for a file of this path, by its extension: ".png" takes an image; ".csv" (a line of names, then one point
+// The content for a file of this path, by its extension: ".png" takes an image as it is drawn, or of 16 bits as it is
+// stored; ".tif" and ".npy" (of NumPy) the stored values; ".csv" (a line of names, then one point
 // or run per line) and ".svg" (in image coordinates) take geometry. Throws Failure.
 std::string extracted_content(const Session& session, const qv_node* node, std::int32_t index, const std::string& path);
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "arguments.h"
+#include "diff_files.h"
 #include "exact_values.h"
 #include "extract_file.h"
 #include "files.h"
@@ -200,6 +201,20 @@ int show_files(const Arguments& arguments, const std::vector<InputFile>& files) 
   return counts.found > 0 ? 0 : report("nothing was found in " + summary(counts, {}), exit_failure);
 }
 
+int compare_files(const Arguments& arguments, const std::vector<InputFile>& files) {
+  if (files.size() != 2) return report("--diff takes two files, not " + std::to_string(files.size()), exit_misuse);
+  Session before, after;
+  for (const InputFile& file : files)
+    if (!file.error.empty()) throw Failure(file.error);
+  const qv_node* const first = open_file(before, arguments, files[0].path);
+  const qv_node* const second = open_file(after, arguments, files[1].path);
+  const Differences found = print_differences(stdout, before, first, after, second);
+  if (found.none()) return 0;
+  return report("the files differ: " + counted(found.added, "node") + " added, " + std::to_string(found.removed) +
+                    " removed, " + std::to_string(found.changed) + " changed",
+                exit_failure);
+}
+
 // What is done with files that were dropped on the program: a page of each, shown in the browser.
 void show_pages(Arguments arguments, const std::vector<InputFile>& files) {
   for (const InputFile& file : files) {
@@ -231,10 +246,11 @@ int run(const Arguments& arguments) {
   const char* const option = arguments.one_file_option();
   if (arguments.force && arguments.output().empty())
     return report("--force needs --html, --extract, --save or --convert", exit_misuse, hint);
-  if (!option && quovel::started_from_desktop()) {
+  if (!option && !arguments.diff && quovel::started_from_desktop()) {
     show_pages(arguments, files);
     return 0;
   }
+  if (arguments.diff) return compare_files(arguments, files);
   if (!option) return show_files(arguments, files);
   if (!arguments.html.empty()) {
     std::fputs(write_page(arguments, files).c_str(), stdout);

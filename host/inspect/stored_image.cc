@@ -5,14 +5,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 
-#include "files.h"
-#include "target_file.h"
+#include "saved_image.h"
 
 namespace host {
 
@@ -120,36 +116,10 @@ StoredImage read_tiff(Content content) {
   return image;
 }
 
-Content load(const std::string& path) {
-  std::ifstream file(native_path(path), std::ios::binary);
-  Content content{{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()}};
-  return content;
-}
-
-void save_one(const Session& session, const qv_node* node, const std::string& path) {
-  const std::u16string to = to_utf16(path);
-  if (qv_save_object_as(session.reader(), node, units(to)) != 1) session.fail("the image could not be saved");
-}
-
-// An image file takes one image: of several, one node each is made by way of an object file.
-void save(const Session& session, const qv_node* node, std::int32_t index, const std::string& path) {
-  if (qv_node_object_count(node) == 1) return save_one(session, node, path);
-  with_temporary_file(".hobj", [&](const std::string& objects) {
-    save_one(session, node, objects);
-    Session again;
-    save_one(again, qv_node_child_at(again.open(objects, FileKind::Object), index), path);
-  });
-}
-
 }  // namespace
 
 StoredImage stored_image(const Session& session, const qv_node* node, std::int32_t index) {
-  StoredImage image;
-  with_temporary_file(".tif", [&](const std::string& path) {
-    save(session, node, index, path);
-    image = read_tiff(load(path));
-  });
-  return image;
+  return read_tiff({saved_image(session, node, index, ".tif")});
 }
 
 }  // namespace host

@@ -58,7 +58,7 @@ install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LI
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/quovel-adapter-2411)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE NOTICES.md DESTINATION ${documents})
 install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN examples EXCLUDE
-  PATTERN "*.md" PATTERN "*.png" PATTERN "*.1")
+  PATTERN "*.md" PATTERN "*.png" PATTERN "*.1" PATTERN "*.json")
 if(WIN32)
   install(DIRECTORY $<TARGET_FILE_DIR:${package}>/notices DESTINATION ${documents} OPTIONAL)
 endif()
