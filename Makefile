@@ -100,9 +100,8 @@ package: packages-package ready-release ## make a Debian package and a zip, and 
 wheel: packages-wheel ready-release ## make a Python wheel with the library in it
 	@tools/make-wheel build/release/lib/libquovel_adapter_2411.so build/wheel
 
-docs: packages-docs ## make pages of the host header; check the manual page
-	@mkdir -p build/docs && doxygen docs/Doxyfile && echo "build/docs/html/index.html"
-	@mandoc -T lint -W warning docs/qv_inspect.1
+docs: packages-docs ## make the pages of the tasks, the host header and the command line
+	@tools/make-docs
 
 pictures: packages-pictures ready-release ## make the pictures of the documents again
 	@tools/make-pictures build/release/bin/qv_inspect build/release/samples docs/pictures
