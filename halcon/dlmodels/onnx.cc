@@ -212,6 +212,9 @@ struct Attribute {
   }
 };
 
+// A dictionary of a few short entries, and its handle.
+constexpr std::uint64_t dictionary_bytes = 512;
+
 // Memory for what is kept of a file, counted until the reading ends.
 class Charges {
  public:
@@ -356,7 +359,7 @@ class ModelReader {
   void read_node() {
     static const auto& plain = *new HTuple(texts({"name", "operator", "inputs", "outputs"}));
     static const auto& with_attributes = *new HTuple(texts({"name", "operator", "inputs", "outputs", "attributes"}));
-    kept_.add(512);  // of a dictionary
+    kept_.add(dictionary_bytes);
     std::string name, op_type, domain, first_output, value;
     std::vector<HTuple> inputs, outputs;
     Dict attributes;
@@ -425,6 +428,7 @@ class ModelReader {
   // A tensor that is stored in the model.
   void read_initializer() {
     static const auto& keys = *new HTuple(texts({"element_type", "shape"}));
+    kept_.add(dictionary_bytes);
     auto [name, type, dims] = read_tensor();
     const Hlong count = element_count(dims);
     parameters_ = count > max_count - parameters_ ? max_count : parameters_ + count;
@@ -434,6 +438,7 @@ class ModelReader {
   }
 
   void read_value(std::vector<Value>& values) {
+    kept_.add(dictionary_bytes);
     std::string name;
     Type type;
     wire_.fields([&](Field field) {
