@@ -160,7 +160,7 @@ class PageData {
     for (const auto& [name, value] : info) {
       writer_.StartArray();
       string(name);
-      string(whole_characters(value, max_line_text));
+      string(fitting(value, max_line_text, "labels or lines end early"));
       writer_.EndArray();
     }
     writer_.EndArray();
