@@ -14,6 +14,9 @@ namespace host {
 
 namespace {
 
+// Browsers leave a canvas blank whose width or height exceeds a limit of theirs: the smallest known one.
+constexpr std::uint32_t max_side = 16384;
+
 // The type text of an image description is the third of its parts: "320x240, 1ch, byte, domain: ...".
 bool holds_bytes(const qv_node* node) {
   const std::string summary = to_utf8(qv_node_value_summary(node));
@@ -69,12 +72,17 @@ void with_sample_type(SampleType type, Use use) {
   }
 }
 
+// The largest 64-bit integer is 2^63 as a double, which is one too many.
 template <class T>
 T mean_of(double sum, std::size_t count) {
+  using Limits = std::numeric_limits<T>;
+  const double mean = sum / static_cast<double>(count);
   if constexpr (std::is_floating_point_v<T>)
-    return count == 0 ? std::numeric_limits<T>::quiet_NaN() : static_cast<T>(sum / static_cast<double>(count));
+    return count == 0 ? Limits::quiet_NaN() : static_cast<T>(mean);
+  else if (mean >= static_cast<double>(Limits::max()))
+    return Limits::max();
   else
-    return static_cast<T>(std::llround(sum / static_cast<double>(count)));
+    return static_cast<T>(std::llround(mean));
 }
 
 // One channel. Sums are kept of one row of results at a time.
@@ -115,8 +123,9 @@ void append_differences(const StoredImage& image, std::string& out) {
 }
 
 std::uint32_t step_for(const StoredImage& image, std::uint64_t max_pixels) {
-  const std::uint64_t pixels = std::uint64_t{image.width} * image.height;
-  return std::max(1u, static_cast<std::uint32_t>(std::ceil(std::sqrt(double(pixels) / double(max_pixels)))));
+  const double pixels = double(image.width) * image.height, longer_side = std::max(image.width, image.height);
+  const double step = std::max(std::sqrt(pixels / static_cast<double>(max_pixels)), longer_side / max_side);
+  return std::max(1u, static_cast<std::uint32_t>(std::ceil(step)));
 }
 
 }  // namespace

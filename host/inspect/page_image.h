@@ -20,8 +20,8 @@ struct PageImage {
   std::string drawn_because;            // why the values are the 8-bit ones that the library draws; empty: as stored
 };
 
-// Image `index` of an object node, in at most `max_pixels` pixels. Throws Failure with the reason if it cannot be
-// drawn.
+// Image `index` of an object node, in at most `max_pixels` pixels and 16384 rows and columns. Throws Failure with the
+// reason if it cannot be drawn.
 PageImage page_image(const Session& session, const qv_node* node, std::int32_t index, std::uint64_t max_pixels);
 
 // The means of step x step values; at the right and the lower edge of what is left. NaN is left out of a mean.
