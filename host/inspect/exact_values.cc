@@ -65,9 +65,9 @@ ExactValues::ExactValues(const Session& session, FileKind kind, std::vector<Read
 }
 
 void ExactValues::open_by_arrays(const std::string& path) try {
-  by_arrays_ = again_.open(path, FileKind::Dict, options_);
-} catch (const Failure&) {
-  by_arrays_ = nullptr;  // the text of the library is what is left
+  const qv_node* const root = again_.open(path, FileKind::Dict, options_);
+  if (session_.file_is_unchanged()) by_arrays_ = root;
+} catch (const Failure&) {  // the text of the library is what is left
 }
 
 const qv_node* ExactValues::tree_by_arrays() {

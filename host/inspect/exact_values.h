@@ -17,7 +17,7 @@ struct ValueText {
 
 // The form of the library's text, with each real in the fewest digits that read back to the same number. The library
 // keeps 1000 typed values of a node. The rest is read from the dictionary file again, with arrays as dictionaries, so
-// that each value has a node of its own; other kinds of files have no such way.
+// that each value has a node of its own; other kinds of files have no such way, nor a file that has changed since.
 class ExactValues {
  public:
   // `options` are those that the file was opened with. The session must outlive this.

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "files.h"
 #include "unicode.h"
 
 namespace host {
@@ -121,6 +122,7 @@ Session::Session() : reader_(qv_reader_create()) {
 
 const qv_node* Session::open(const std::string& path, FileKind kind, const std::vector<ReadingOption>& options) {
   path_ = path;
+  version_ = version_of(path);
   const std::u16string file = to_utf16(path);
   const qv_node* root = nullptr;
   switch (kind) {
@@ -139,6 +141,15 @@ const qv_node* Session::open(const std::string& path, FileKind kind, const std::
   }
   if (!root) fail("'" + path + "' could not be opened: out of memory");
   return root;
+}
+
+bool Session::file_is_unchanged() const { return version_of(path_) == version_; }
+
+// A file that cannot be looked at has the same version each time.
+Session::Version Session::version_of(const std::string& path) {
+  std::error_code unknown;
+  const std::filesystem::path file = native_path(path);
+  return {std::filesystem::file_size(file, unknown), std::filesystem::last_write_time(file, unknown)};
 }
 
 void Session::fail(const std::string& otherwise) const {

@@ -3,6 +3,7 @@
 #define QUOVEL_HOST_SESSION_H
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -54,6 +55,8 @@ class Session {
   // Returns the root of the tree, valid until the next open or the end of the session. Throws Failure.
   const qv_node* open(const std::string& path, FileKind kind, const std::vector<ReadingOption>& options = {});
   const std::string& path() const { return path_; }
+  // Whether the file still has the size and the time that it had before it was opened.
+  bool file_is_unchanged() const;
   qv_reader* reader() const { return reader_.get(); }
   std::string last_error() const { return to_utf8(qv_reader_last_error(reader())); }
   // Throws Failure with the last-error text, or with `otherwise` if that is empty.
@@ -63,8 +66,16 @@ class Session {
   struct Destroy {
     void operator()(qv_reader* reader) const { qv_reader_destroy(reader); }
   };
+  struct Version {
+    std::uintmax_t size;
+    std::filesystem::file_time_type time;
+    bool operator==(const Version&) const = default;
+  };
+  static Version version_of(const std::string& path);
+
   std::unique_ptr<qv_reader, Destroy> reader_;
   std::string path_;
+  Version version_{};
 };
 
 }  // namespace host
