@@ -29,13 +29,13 @@ function layers_of(root) {
   }));
 }
 
-// The graph with a place for each box and points for each line: by dagre, which the page carries if it was there when the
+// The boxes and the lines between them, without places yet: for dagre, which the page carries if it was there when the
 // program was built.
-function layout(root, layers) {
+function graph_of(root, layers) {
   const graph = new dagre.graphlib.Graph({multigraph: true}), makers = new Map(), boxes = [];
   graph.setGraph({nodesep: 24, ranksep: 34, marginx: 8, marginy: 8});
   graph.setDefaultEdgeLabel(() => ({}));
-  const add = (id, box) => { boxes.push(box); graph.setNode(id, Object.assign(box, {width: 24 + 8 * Math.max(box.title.length, box.below.length * .85), height: box.below ? 42 : 28})); };
+  const add = (id, box) => { if (graph.hasNode(id)) return; boxes.push(box); graph.setNode(id, Object.assign(box, {width: 24 + 8 * Math.max(box.title.length, box.below.length * .85), height: box.below ? 42 : 28})); };
   for (const value of dicts_of(child_of(root, 'inputs'))) {
     const name = texts_of(child_of(value, 'name'))[0];
     makers.set(name, 'in ' + name);
@@ -52,7 +52,34 @@ function layout(root, layers) {
     add('out ' + name, {title: name, below: child_of(value, 'shape')?.values || '', node: value, kind: 'end'});
     join(name, 'out ' + name);
   }
-  dagre.layout(graph);
+  return {graph, boxes};
+}
+
+// What dagre lays out: each box, and for each line a place in every rank that it passes. Its ranks are close to these:
+// the longest way from an input. Boxes in a loop, which no such way reaches, count as one rank each.
+function layout_cost(graph) {
+  const ranks = new Map(), missing = new Map(graph.nodes().map((id) => [id, new Set(graph.predecessors(id)).size]));
+  const ready = graph.sources();
+  for (const id of ready) for (const next of graph.successors(id)) {
+    ranks.set(next, Math.max(ranks.get(next) || 0, (ranks.get(id) || 0) + 1));
+    missing.set(next, missing.get(next) - 1);
+    if (!missing.get(next)) ready.push(next);
+  }
+  ready.forEach((id) => missing.delete(id));
+  [...missing.keys()].forEach((id, i) => ranks.set(id, ready.length + i));
+  const rank = (id) => ranks.get(id) || 0;
+  for (const id of graph.sources()) ranks.set(id, Math.min(...graph.successors(id).map(rank)) - 1);
+  return graph.edges().reduce((sum, {v, w}) => sum + Math.abs(rank(w) - rank(v)), graph.nodeCount());
+}
+
+// Nothing when the browser has too small a stack for a deep graph.
+function layout({graph, boxes}) {
+  try {
+    dagre.layout(graph);
+  } catch (error) {
+    if (!(error instanceof RangeError)) throw error;
+    return undefined;
+  }
   return {boxes, lines: graph.edges().map((edge) => ({...graph.edge(edge), value: edge.name})), width: graph.graph().width, height: graph.graph().height};
 }
 
@@ -65,8 +92,8 @@ function layer_box(box, shapes) {
   shape('text', {y: box.below ? -3 : 5}, visible(box.title)), box.below ? shape('text', {y: 13, class: 'below'}, visible(box.below)) : '');
 }
 
-function draw_graph(root, layers, shapes) {
-  const {boxes, lines, width, height} = layout(root, layers), layer = shape('g');
+function draw_graph({boxes, lines, width, height}, layers, shapes) {
+  const layer = shape('g');
   const stage = shape('svg', {class: 'stage graph', tabindex: 0, role: 'group', 'aria-label': 'Graph of the layers; arrow keys move it, + and - zoom, 0 shows all'}, layer);
   for (const {points, value} of lines) {
     const middle = points[Math.floor(points.length / 2)];
@@ -95,9 +122,12 @@ function show_network(node) {
   if (root.type !== 'dl_model') return;
   const layers = layers_of(root);
   if (!layers.length) return;
-  const shapes = value_shapes(root), most = 1500; // laying out takes seconds beyond that
-  if (typeof dagre !== 'undefined' && layers.length <= most) draw_graph(root, layers, shapes);
-  else one('main').append(make('p', {class: 'soft'}, layers.length > most ? `The graph is drawn up to ${number(most)} layers; this network has ${number(layers.length)}.` : 'This program was built without dagre, which lays out the graph.'));
+  const shapes = value_shapes(root), is_there = typeof dagre !== 'undefined', max_cost = 2500; // laying out takes seconds beyond that
+  const graph = is_there && graph_of(root, layers), cost = is_there ? layout_cost(graph.graph) : 0;
+  const drawing = is_there && cost <= max_cost && layout(graph);
+  if (drawing) draw_graph(drawing, layers, shapes);
+  else one('main').append(make('p', {class: 'soft'}, !is_there ? 'This program was built without dagre, which lays out the graph.' :
+    `The graph is too large to be drawn: its ${number(layers.length)} layers and its connections take ${number(cost)} places; at most ${number(max_cost)} are drawn.`));
   const named = (names) => make('td', {}, ...names.flatMap((name, i) => [i ? make('br') : '', visible(name), make('span', {class: 'soft'}, ' ' + visible(shapes.get(name) || ''))]));
   const head = make('tr', {}, ...['', 'Operator', 'Name', 'Inputs', 'Outputs', 'Attributes'].map((title) => make('th', {scope: 'col', class: 'column'}, title)));
   one('main').append(make('h3', {}, 'Layers'), make('div', {class: 'scroll', tabindex: 0}, make('table', {class: 'layers'}, make('thead', {}, head), make('tbody', {}, ...layers.slice(0, 5000).map((layer) =>
