@@ -304,14 +304,14 @@ TEST_F(DictTree, EntriesThatFailLateAreCleanErrors) {
   const struct {
     const char *entry, *reading, *filling;
   } cases[] = {{"values", "GetDictTuple", "HTupleElement::D"}, {"objects", "GetDictObject", "AreaCenter"}};
-  for (const auto& [entry, reading, filling] : cases) {
+  for (const auto& test : cases) {
     const auto failed = [&](const char* operation, int call) {
       const Failing failing(operation, 1, call);
-      const qv_node* node = child(reader.dict(folder / "d.hdict"), entry);
+      const qv_node* node = child(reader.dict(folder / "d.hdict"), test.entry);
       EXPECT_TRUE(failing.met) << operation;
       return dump(node) + reader.full(node);
     };
-    EXPECT_EQ(failed(filling, 2), failed(reading, 1));
+    EXPECT_EQ(failed(test.filling, 2), failed(test.reading, 1));
   }
 }
 

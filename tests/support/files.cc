@@ -38,9 +38,9 @@ TempDir::TempDir() {
 }
 
 TempDir::~TempDir() {
-  std::error_code ignored;
-  for (const fs::directory_entry& file : fs::recursive_directory_iterator(path_, ignored))
-    if (file.is_regular_file(ignored)) keep(read(utf8(file.path())), file.path());
+  std::error_code ignored;  // increment() and not ++, which throws where a path is too long for Windows
+  for (fs::recursive_directory_iterator file(path_, ignored), end; file != end; file.increment(ignored))
+    if (file->is_regular_file(ignored)) keep(read(utf8(file->path())), file->path());
   fs::remove_all(path_, ignored);
 }
 
