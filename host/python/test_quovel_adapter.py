@@ -140,14 +140,19 @@ class Conversion(unittest.TestCase):
     def test_more_values_than_the_library_keeps_are_exact(self):
         reals = [499999.0 + i / 7 for i in range(1500)]
         mixed = [1, 2.5, "x, 'y'"] * 500
-        content = {"a/b": {"r": reals, "i": list(range(1500))}, "m": [[1], mixed], "t": [True] * 1001 + [0.5]}
+        content = {"a/b": {"r": reals, "i": list(range(1500))}, "m": [[1], mixed], "t": [True] * 1001 + [0.5], "q": ["x"] * 1001 + ["a', b"]}
         file = sample(self.folder, "many.json", content)
         with qv.open(file, json_true="yes") as reader:
             self.assertEqual(reader.root["a/b"]["r"].elements, reals)
             self.assertEqual(reader.root["a/b"]["i"].elements, list(range(1500)))
             self.assertEqual(reader.root["m"][1].elements, mixed)
             self.assertEqual(reader.root["t"].elements, ["yes"] * 1001 + [0.5])
+            self.assertEqual(reader.root["q"].elements, content["q"])
             reader.convert(file, self.folder + "/many.hdict")
+        with qv.open(file) as reader:
+            sample(self.folder, "many.json", {**content, "a/b": {"r": reals[:-1] + [0.25]}})
+            with self.assertWarns(qv.PrecisionWarning):
+                self.assertEqual(reader.root["a/b"]["r"].elements[-1], 500213.0)
         with qv.open(self.folder + "/many.hdict") as reader:
             self.assertEqual(reader.root["a/b"]["r"].value, reals)
         with qv.open(SAMPLES / "model.om3") as reader, self.assertWarnsRegex(qv.PrecisionWarning, "/point_coord_z"):

@@ -10,8 +10,8 @@
 
 #define WALK_API __attribute__((visibility("default")))
 
-/* Of longer value texts, only the beginning is of use for a search. */
-enum { max_value_units = 4096 };
+/* Of longer texts, only the beginning is of use for a search. Each node has a place, which holds all keys above it. */
+enum { max_value_units = 4096, max_name_units = 512 };
 enum { has_number = 1, is_image = 2 };
 
 typedef struct {
@@ -27,6 +27,7 @@ typedef struct {
   int64_t kept, room, text_room; /* capacities */
   uint32_t* kinds;
   uint32_t* totals;
+  uint32_t* levels;
   uint8_t* flags;
   double* numbers;
   const qv_node** nodes;
@@ -96,14 +97,17 @@ static size_t write_place(cursor* at, size_t parent_units, const qv_node* node) 
   return (size_t)(to - at->place);
 }
 
+static void append_cut(cursor* at, const qv_char* text, size_t length, size_t max_units) {
+  if (length > max_units) length = max_units;
+  if (length > 0 && text[length - 1] >= 0xD800 && text[length - 1] < 0xDC00) --length; /* half of a pair */
+  append(at, text, length);
+}
+
 static void append_value(cursor* at, const qv_node* node) {
   /* The full text of what the library keeps anyway; a summary of longer tuples. */
   const int whole = qv_node_kind(node) == QV_NODE_VALUE && qv_node_value_count(node) > 1 && !qv_node_truncated(node);
   const qv_char* const text = whole ? qv_node_full_value_text(at->reader, node) : qv_node_value_summary(node);
-  size_t length = length_of(text);
-  if (length > max_value_units) length = max_value_units;
-  if (length > 0 && text[length - 1] >= 0xD800 && text[length - 1] < 0xDC00) --length; /* half of a pair */
-  append(at, text, length);
+  append_cut(at, text, length_of(text), max_value_units);
 }
 
 static void visit(cursor* at, const qv_node* node, size_t place_units) {
@@ -111,6 +115,7 @@ static void visit(cursor* at, const qv_node* node, size_t place_units) {
   block* const out = &at->out;
   const int64_t i = out->count++;
   out->nodes[i] = node;
+  out->levels[i] = (uint32_t)(at->depth - 1);
   out->kinds[i] = qv_node_kind(node);
   out->totals[i] = out->kinds[i] == QV_NODE_OBJECT ? qv_node_object_count(node) : qv_node_total_count(node);
   out->flags[i] = out->kinds[i] == QV_NODE_OBJECT && qv_node_is_image(node) ? is_image : 0;
@@ -119,8 +124,8 @@ static void visit(cursor* at, const qv_node* node, size_t place_units) {
     if (type != QV_VALUE_STRING) out->flags[i] |= has_number;
     out->numbers[i] = type == QV_VALUE_REAL ? qv_node_value_real_at(node, 0) : (double)qv_node_value_int_at(node, 0);
   }
-  append(at, place_units ? at->place : root_place, place_units ? place_units : 1);
-  append(at, qv_node_label(node), length_of(qv_node_label(node)));
+  append_cut(at, place_units ? at->place : root_place, place_units ? place_units : 1, max_name_units);
+  append_cut(at, qv_node_label(node), length_of(qv_node_label(node)), max_name_units);
   append(at, qv_node_type_label(node), length_of(qv_node_type_label(node)));
   append_value(at, node);
 }
@@ -141,6 +146,7 @@ WALK_API void qv_walk_end(cursor* at) {
   free(at->place);
   free(at->out.kinds);
   free(at->out.totals);
+  free(at->out.levels);
   free(at->out.flags);
   free(at->out.numbers);
   free(at->out.nodes);
@@ -157,11 +163,12 @@ WALK_API cursor* qv_walk_begin(qv_reader* reader, const qv_node* root, int64_t m
   at->out.room = max_nodes;
   at->out.kinds = calloc(room, sizeof *at->out.kinds);
   at->out.totals = calloc(room, sizeof *at->out.totals);
+  at->out.levels = calloc(room, sizeof *at->out.levels);
   at->out.flags = calloc(room, sizeof *at->out.flags);
   at->out.numbers = calloc(room, sizeof *at->out.numbers);
   at->out.nodes = calloc(room, sizeof *at->out.nodes);
   const block* const out = &at->out;
-  if (out->kinds && out->totals && out->flags && out->numbers && out->nodes)
+  if (out->kinds && out->totals && out->levels && out->flags && out->numbers && out->nodes)
     enter(at, root, 0);
   else
     at->failed = 1;

@@ -23,6 +23,44 @@ Default = Optional[Callable[["Node"], Any]]
 _WORDS = {True: ("json_true", "true"), False: ("json_false", "false"), None: ("json_null", "null")}
 
 
+class Document:
+    """A dictionary file as JSON, converted when it is first asked for and kept as long as the file is open. It is of no use
+    once the file has changed: the tree has the values of before."""
+
+    def __init__(self, path: str) -> None:
+        self.path = path
+        self._state = self._stat()
+        self._content: Any = None
+        self._tried = False
+
+    def _stat(self) -> tuple[int, int] | None:
+        try:
+            status = os.stat(self.path)
+        except OSError:
+            return None
+        return status.st_size, status.st_mtime_ns
+
+    def content(self, reader: int) -> Any:
+        """None when there is no such content."""
+        if not self._tried:
+            self._tried = True
+            self._content = self._converted(reader)
+        return self._content
+
+    def _converted(self, reader: int) -> Any:
+        with tempfile.TemporaryDirectory(prefix="quovel-") as folder:
+            target = os.path.join(folder, "all.json")
+            if library.qv_reader_convert_dict_file(reader, to_units(self.path), to_units(target), 1) != 1:
+                return None
+            if self._state is None or self._stat() != self._state:
+                return None
+            try:
+                with open(target, encoding="utf-8", errors="replace") as file:
+                    return json.load(file)
+            except RecursionError:  # files nest deeper than Python calls may
+                return None
+
+
 def kept_values(pointer: int) -> list[Value]:
     """The typed values that the library keeps: the first 1000."""
     return [_value(pointer, index) for index in range(library.qv_node_value_count(pointer))]
@@ -41,11 +79,14 @@ def all_values(node: Node) -> list[Value]:
     kept = kept_values(node._pointer)
     if not node.truncated:
         return kept
-    if not re.match("integer|string", node.type) and node._reader._kind == "dict":
-        found = _from_file(node)
+    document = node._reader._document
+    if document is not None and not node.type.startswith("integer"):
+        found = _from_document(node, document)
         if found is not None and len(found) == node.total_count and found[: len(kept)] == kept:
             return found
     found = _from_text(node.value_text, node.total_count)
+    if node.type.startswith("real"):  # with six digits, large ones look like integers
+        found = [float(value) for value in found]
     if any(isinstance(value, float) for value in found):
         warnings.warn(
             f"{node.place}: reals after the first {len(kept)} values have six digits: the library keeps no more",
@@ -55,15 +96,9 @@ def all_values(node: Node) -> list[Value]:
     return kept + found[len(kept) :]
 
 
-def _from_file(node: Node) -> list[Value] | None:
+def _from_document(node: Node, document: Document) -> list[Value] | None:
     reader = node._reader
-    with tempfile.TemporaryDirectory(prefix="quovel-") as folder:
-        target = os.path.join(folder, "all.json")
-        source = reader._path
-        if library.qv_reader_convert_dict_file(reader._alive(), to_units(source), to_units(target), 1) != 1:
-            return None
-        with open(target, encoding="utf-8", errors="replace") as file:
-            found = json.load(file)
+    found = document.content(reader._alive())
     for part in node.place.split("/")[1:]:
         segment = "" if part == "~" else part.replace("~1", "/").replace("~0", "~")
         try:
@@ -86,15 +121,19 @@ _ELEMENT = re.compile(r"'(.*?)'(?=, |$)|([^,\s]+)", re.DOTALL)
 
 
 def _from_text(text: str, count: int) -> list[Value]:
-    """The values of the library's text: "[1, 2.5, 'x']"."""
+    """The values of the library's text: "[1, 2.5, 'x']". Strings with quotes cannot be told apart in it."""
     body = text[1:-1]
     found: list[Value] = []
     for match in _ELEMENT.finditer(body):
         string, number = match.groups()
         if number is None:
             found.append(string)
+        elif "'" in number:
+            break
         else:
             found.append(int(number) if re.fullmatch(r"-?\d+", number) else float(number))
+    if body.count("'") != 2 * sum(isinstance(value, str) for value in found):
+        raise QuovelError("the text of the values has quotes in strings, and the file cannot be read again")
     if len(found) != count:
         raise QuovelError(f"the text of the values has {len(found)} values instead of {count}")
     if any(isinstance(value, float) for value in found):  # "3" may be a real

@@ -63,7 +63,7 @@ class Reader(_Uncopied):
         if not self._pointer:
             raise MemoryError("no Reader could be created")
         self._generation = 0
-        self._path, self._kind = "", ""
+        self._document: _convert.Document | None = None
         self._options: dict[str, Value] = {}
         self._root: Node | None = None
 
@@ -84,12 +84,14 @@ class Reader(_Uncopied):
         more = (records, len(records)) if name == "dict" else ()
         reader = self._alive()
         self._generation += 1
-        self._root = None
+        self._root = self._document = None
+        document = _convert.Document(os.path.abspath(os.fsdecode(path)))
         root = _KINDS[name](reader, file, *more)
         if not root:
             text = self._last_error() or f"{os.fspath(path)!r} could not be opened"
             raise failed_to_read(text, os.fsdecode(path))
-        self._path, self._kind, self._options = os.path.abspath(os.fsdecode(path)), name, dict(options)
+        self._options = dict(options)
+        self._document = document if name == "dict" else None
         self._root = Node(self, root, None)
         return self._root
 
@@ -122,7 +124,8 @@ class Reader(_Uncopied):
 
     def close(self) -> None:
         """Closes the Reader; its nodes become invalid. Closing it again has no effect."""
-        pointer, self._pointer, self._root = self._pointer, None, None
+        pointer, self._pointer = self._pointer, None
+        self._root = self._document = None
         if pointer:
             library.qv_reader_destroy(pointer)
 

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import argparse
 import collections
+import math
 import os
 import sqlite3
 import sys
@@ -12,6 +13,23 @@ from collections.abc import Iterator
 from typing import Any
 
 from . import files, pool, queries, store
+from .queries import printable
+
+
+def _count(text: str) -> int:
+    if not text.isdigit() or int(text) == 0:
+        raise argparse.ArgumentTypeError(f"'{text}' is not a number from 1 on")
+    return int(text)
+
+
+def _seconds(text: str) -> float:
+    try:
+        seconds = float(text)
+    except ValueError:
+        seconds = 0
+    if not 0 < seconds < math.inf:
+        raise argparse.ArgumentTypeError(f"'{text}' is not a number of seconds above 0")
+    return seconds
 
 
 def _size(text: str) -> int:
@@ -62,7 +80,7 @@ def _summary(rows: "collections.Counter[str]", errors: "collections.Counter[str]
     if errors:
         print("Most frequent errors:")
     for error, count in errors.most_common(5):
-        print(f"  {count:8}  {error}")
+        print(f"  {count:8}  {printable(error)}")
 
 
 def _general(error: str, path: str) -> str:
@@ -70,10 +88,19 @@ def _general(error: str, path: str) -> str:
     return error.replace(path, "FILE").replace(os.path.basename(path), "FILE")
 
 
+def _is_below(path: str, folder: str) -> bool:
+    return path == folder or path.startswith(os.path.join(folder, ""))
+
+
 def build(arguments: argparse.Namespace) -> int:
-    target: Any = store.FORMATS[arguments.format](arguments.output)
+    with store.locked(arguments.output):
+        return _build(arguments)
+
+
+def _build(arguments: argparse.Namespace) -> int:
+    target: Any = store.FORMATS[arguments.format](arguments.output, arguments.force)
     target.begin()
-    unreadable: list[str] = []
+    unreadable: dict[str, str] = {}
     waiting = []
     skipped = 0
     number = target.next_id
@@ -81,7 +108,7 @@ def build(arguments: argparse.Namespace) -> int:
         try:
             path.encode()
         except UnicodeEncodeError:
-            unreadable.append(f"{path!r}: the name is not Unicode")
+            unreadable[path] = "the name is not Unicode"
             continue
         if target.known(path, size, mtime_ns, arguments.retry):
             skipped += 1
@@ -111,13 +138,19 @@ def build(arguments: argparse.Namespace) -> int:
         progress.end()
         print(f"Stopped after {progress.done} of {len(waiting)} files; the same command goes on", file=sys.stderr)
         return 130
+    folders = [os.path.abspath(folder) for folder in arguments.folders]
+
+    def gone(path: str) -> bool:  # below a folder that cannot be read, files may still be there
+        return any(_is_below(path, folder) for folder in folders) and not any(_is_below(path, lost) for lost in unreadable)
+
+    removed = target.remove_unseen(gone)
     target.finish()
     seconds = progress.end()
     told = f"{progress.done} files opened, {progress.failed} failed, {progress.nodes} nodes, {seconds:.1f} s"
-    print(told + (f"; {skipped} unchanged" if skipped else ""))
+    print(told + (f"; {skipped} unchanged" if skipped else "") + (f"; {removed} no longer there" if removed else ""))
     _summary(families, errors)
-    for text in unreadable:
-        print(f"qv_catalog: {text}", file=sys.stderr)
+    for path, reason in unreadable.items():
+        print(f"qv_catalog: {printable(path)}: {reason}", file=sys.stderr)
     return 1 if unreadable else 0
 
 
@@ -126,8 +159,8 @@ def _print(answer: queries.Answer) -> int:
     count = 0
     for row in rows:
         if count == 0:
-            print("\t".join(heading))
-        print("\t".join("" if value is None else str(value).replace("\t", " ").replace("\n", " ") for value in row))
+            print("\t".join(map(printable, heading)))
+        print("\t".join("" if value is None else printable(value) for value in row))
         count += 1
     if count == 0:
         print("qv_catalog: nothing was found", file=sys.stderr)
@@ -152,8 +185,8 @@ def ask(arguments: argparse.Namespace) -> int:
     if command == "page":
         from . import page
 
-        page.write(database, arguments.output, arguments.thumbnails)
-        print(f"Wrote {arguments.output}: open it in a browser")
+        page.write(database, arguments.database, arguments.output, arguments.thumbnails, arguments.force)
+        print(f"Wrote {printable(arguments.output)}: open it in a browser")
         return 0
     return _print(queries.duplicates(database) if command == "duplicates" else queries.damaged(database))
 
@@ -165,10 +198,11 @@ def _parser() -> argparse.ArgumentParser:
     making.add_argument("folders", nargs="+", metavar="FOLDER")
     making.add_argument("-o", "--output", required=True, metavar="OUT")
     making.add_argument("--format", choices=sorted(store.FORMATS), default="sqlite", help="sqlite can be asked and resumed")
-    making.add_argument("--jobs", type=int, default=os.cpu_count() or 1, metavar="N", help="worker processes")
-    making.add_argument("--timeout", type=float, default=60, metavar="SECONDS", help="for one file (60)")
+    making.add_argument("--jobs", type=_count, default=os.cpu_count() or 1, metavar="N", help="worker processes")
+    making.add_argument("--timeout", type=_seconds, default=60, metavar="SECONDS", help="for one file (60)")
     making.add_argument("--memory", type=_size, default=2 << 30, metavar="BYTES", help="of a worker (2G); 0: no limit")
     making.add_argument("--retry", action="store_true", help="open unchanged files again that failed")
+    making.add_argument("--force", action="store_true", help="replace any file (jsonl, csv)")
     making.add_argument("--scheduler", metavar="ADDRESS", help="open the files on a Dask cluster, which sees the same paths")
     making.set_defaults(run=build)
     for name, text, value, several in (
@@ -188,6 +222,7 @@ def _parser() -> argparse.ArgumentParser:
             asking.add_argument(value, metavar=value.upper())
         if name == "page":
             asking.add_argument("--thumbnails", type=int, default=200, metavar="N", help="of the first N images (200)")
+            asking.add_argument("--force", action="store_true", help="replace any file")
         asking.set_defaults(run=ask)
     return parser
 
@@ -203,5 +238,5 @@ def main(given: list[str] | None = None) -> int:
     try:
         return int(arguments.run(arguments))
     except (ValueError, OSError, sqlite3.Error) as error:
-        print(f"qv_catalog: {error}", file=sys.stderr)
+        print(f"qv_catalog: {printable(error)}", file=sys.stderr)
         return 1

@@ -41,5 +41,9 @@ def run(batches: Iterable[list[File]], scheduler: str, limits: Limits) -> Iterat
             client.submit(rows_of, [tuple(file) for file in batch], tuple(limits), pure=False, retries=2) for batch in batches
         ]
         for task in distributed.as_completed(tasks):
-            yield from pickle.loads(task.result())
+            try:
+                parts = pickle.loads(task.result())
+            except subprocess.CalledProcessError as failure:
+                raise ValueError(f"a task failed on the cluster: {failure}") from None
+            yield from parts
             task.release()

@@ -31,6 +31,14 @@ def extension_of(path: str) -> str:
     return os.path.splitext(path)[1][1:].lower()
 
 
+_MAX_INT = (1 << 63) - 1  # of a database
+
+
+def size_and_time(status: os.stat_result) -> tuple[int, int]:
+    """The time is limited to what a database holds: years until 2262."""
+    return status.st_size, max(-_MAX_INT, min(status.st_mtime_ns, _MAX_INT))
+
+
 def family_of(path: str) -> str:
     return FAMILY_OF[extension_of(path)]
 
@@ -40,9 +48,16 @@ def format_of(path: str) -> str:
     return _SAME_FORMAT.get(extension, extension)
 
 
-def below(folders: Iterable[str], unreadable: list[str]) -> Iterator[tuple[str, int, int]]:
+def _named(path: str) -> tuple[str, int, int]:
+    """A file that was named itself. Throws OSError."""
+    if extension_of(path) not in FAMILY_OF or not os.path.isfile(path):
+        raise OSError(0, "it is not a file of a known extension")
+    return (path, *size_and_time(os.stat(path)))
+
+
+def below(folders: Iterable[str], unreadable: dict[str, str]) -> Iterator[tuple[str, int, int]]:
     """Path, size and time of every file of a known extension, without those that begin with a dot. Links to folders are not
-    followed. Folders that cannot be read are added to `unreadable`."""
+    followed. What cannot be read is added to `unreadable`: its path, and the reason."""
     waiting = [os.path.abspath(folder) for folder in reversed(list(folders))]
     while waiting:
         folder = waiting.pop()
@@ -50,11 +65,13 @@ def below(folders: Iterable[str], unreadable: list[str]) -> Iterator[tuple[str, 
             with os.scandir(folder) as entries:
                 found = sorted(entries, key=lambda entry: entry.name)
         except NotADirectoryError:
-            status = os.stat(folder)
-            yield folder, status.st_size, status.st_mtime_ns
+            try:
+                yield _named(folder)
+            except OSError as error:
+                unreadable[folder] = error.strerror
             continue
         except OSError as error:
-            unreadable.append(f"{folder}: {error.strerror}")
+            unreadable[folder] = error.strerror
             continue
         for entry in found:
             if entry.name.startswith("."):
@@ -63,16 +80,16 @@ def below(folders: Iterable[str], unreadable: list[str]) -> Iterator[tuple[str, 
                 if entry.is_dir(follow_symlinks=False):
                     waiting.append(entry.path)
                 elif extension_of(entry.name) in FAMILY_OF and entry.is_file():
-                    status = entry.stat()
-                    yield entry.path, status.st_size, status.st_mtime_ns
+                    yield (entry.path, *size_and_time(entry.stat()))
             except OSError as error:
-                unreadable.append(f"{entry.path}: {error.strerror}")
+                unreadable[entry.path] = error.strerror
 
 
 # ---- Rows
 
-# place, label, kind, type, shape, value, number
-NodeRow = tuple[str, str, str, str, Optional[str], str, Optional[float]]
+# level, place, label, kind, type, shape, value, number
+NodeRow = tuple[int, str, str, str, str, Optional[str], str, Optional[float]]
+NODE_FIELDS = ("level", "place", "label", "kind", "type", "shape", "value", "number")
 
 
 class FileRow(NamedTuple):

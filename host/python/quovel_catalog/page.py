@@ -5,8 +5,14 @@ from __future__ import annotations
 import base64
 import html
 import json
+import os
 import sqlite3
 
+from .store import check_replaceable
+
+_BEGIN = (
+    "<!DOCTYPE html><html lang=en><meta charset=utf-8><meta name=viewport content='width=device-width'><title>Catalogue</title>"
+)
 _STYLE = """
 :root { color-scheme: light dark; font: 14px/1.5 system-ui, sans-serif; }
 body { margin: 1.5rem auto; max-width: 80rem; padding: 0 1rem; }
@@ -74,7 +80,10 @@ def _table(heading: str, rows: list[tuple[object, ...]]) -> str:
     return f"<h2>{heading}</h2><table>{cells}</table>"
 
 
-def write(database: sqlite3.Connection, path: str, thumbnails: int) -> None:
+def write(database: sqlite3.Connection, catalogue: str, path: str, thumbnails: int, force: bool) -> None:
+    if os.path.exists(path) and os.path.samefile(path, catalogue):
+        raise ValueError(f"'{path}' is the catalogue itself")
+    check_replaceable(path, (_BEGIN,), force)
     question = (
         "SELECT f.id, f.path, f.size, f.family, f.format, f.nodes, f.error, (SELECT type || ' ' || value FROM nodes"
         " WHERE file = f.id ORDER BY id LIMIT 1) AS root FROM files f ORDER BY f.path"
@@ -88,11 +97,10 @@ def write(database: sqlite3.Connection, path: str, thumbnails: int) -> None:
         "SELECT family, 'files: ' || count(*), 'failed: ' || sum(error IS NOT NULL), 'nodes: ' || sum(nodes) FROM files"
         " GROUP BY family ORDER BY count(*) DESC"
     ).fetchall()
-    data = json.dumps(files).replace("</", "<\\/")
+    data = json.dumps(files).replace("<", "\\u003c")  # "<!--<script>" would hide the end of the element
     with open(path, "w", encoding="utf-8") as out:
         out.write(
-            "<!DOCTYPE html><html lang=en><meta charset=utf-8><meta name=viewport content='width=device-width'>"
-            f"<title>Catalogue</title><style>{_STYLE}</style><h1>Catalogue</h1>{_table('Families', families)}"
+            f"{_BEGIN}<style>{_STYLE}</style><h1>Catalogue</h1>{_table('Families', families)}"
             "<h2>Files</h2><input id=search type=search placeholder='Search in paths, kinds, contents and errors' autofocus>"
             "<p id=told></p><table><thead><tr><th><th>ID<th>Path<th>Family<th>Size<th>Nodes<th>Content or error</thead>"
             f"<tbody id=files></tbody></table><script type=application/json id=data>{data}</script><script>{_SCRIPT}</script></html>"

@@ -2,12 +2,15 @@
 
 from __future__ import annotations
 
+import contextlib
 import multiprocessing
 import multiprocessing.connection
 import os
+import shutil
 import signal
 import sys
 import tempfile
+import threading
 import time
 from collections.abc import Iterable, Iterator
 from typing import Any, NamedTuple
@@ -30,17 +33,32 @@ def _limit_memory(memory: int) -> None:
         resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
 
 
-def _work(connection: Any, progress: Any, memory: int, scratch: str) -> None:
+def _watch_parent(parent: int, scratch: str) -> None:
+    """Ends a worker whose parent was killed, also while it opens a file. No pipe tells: each worker has copies of the parent's
+    ends."""
+    while os.getppid() == parent:
+        time.sleep(0.5)
+    shutil.rmtree(scratch, ignore_errors=True)
+    os._exit(1)
+
+
+def _work(connection: Any, progress: Any, memory: int, scratch: str, parent: int) -> None:
     """The main function of a worker: batches of files come in, lists of parts go out, None after each batch.
 
     progress[0] is 1 + the position of the file in work, 0 between batches; progress[1] is when it was begun.
     """
     signal.signal(signal.SIGINT, signal.SIG_IGN)  # the parent ends its workers
     sys.modules.setdefault("numpy", None)  # type: ignore[arg-type]  # it is not needed, and takes longer to load than all else
-    _limit_memory(memory)
-    from .rows import Opener
+    if sys.platform != "win32":  # which copies no pipes, and gives the same answer after the parent's end
+        threading.Thread(target=_watch_parent, args=(parent, scratch), daemon=True).start()
+    try:
+        _limit_memory(memory)
+        from .rows import Opener
 
-    opener = Opener(scratch)
+        opener = Opener(scratch)
+    except Exception as failure:
+        connection.send(f"{type(failure).__name__}: {failure}".strip(": "))
+        return
     while True:
         try:
             batch = connection.recv()
@@ -74,7 +92,7 @@ class _Worker:
         self._limits = limits
         self.progress: Any = context.RawArray("d", 2)
         self.connection, theirs = context.Pipe()
-        arguments = (theirs, self.progress, limits.memory, scratch)
+        arguments = (theirs, self.progress, limits.memory, scratch, os.getpid())
         self._process = context.Process(target=_work, args=arguments, daemon=True)
         self._process.start()
         theirs.close()
@@ -143,7 +161,8 @@ def _run(batches: Iterable[list[File]], jobs: int, limits: Limits, scratch: str)
         for worker in busy.values():
             worker.kill()
         for worker in idle:
-            worker.connection.send(None)
+            with contextlib.suppress(OSError):  # it may have ended
+                worker.connection.send(None)
         for worker in [*idle, *busy.values()]:
             worker.end()
 
@@ -154,6 +173,8 @@ def _receive(busy: dict[Any, _Worker], worker: _Worker, idle: list[_Worker], aga
     except (EOFError, OSError):
         yield from _lost(busy, worker, again, None)
         return
+    if isinstance(parts, str):
+        raise ValueError(f"a worker could not start ({parts})")
     if parts is None:
         del busy[worker.connection]
         idle.append(worker)
@@ -170,7 +191,7 @@ def _lost(busy: dict[Any, _Worker], worker: _Worker, again: list[list[File]], er
     how = worker.end()
     left = [file for file in worker.batch if file.id not in worker.done]
     if culprit is None and len(left) == len(worker.batch):
-        raise RuntimeError(f"a worker could not start ({how})")
+        raise ValueError(f"a worker could not start ({how})")
     for file in left:
         if culprit is not None and file.id == culprit.id:
             yield failed(file, error or how, time.monotonic() - worker.progress[1])

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import re
 import sqlite3
+import sys
 import urllib.parse
 from collections.abc import Iterator
 from typing import Any
@@ -14,9 +15,28 @@ _NODES = "SELECT f.id, f.path, n.place, n.value FROM nodes n JOIN files f ON f.i
 _CONDITION = re.compile(r"\s*(?:\"([^\"]+)\"|'([^']+)'|(.+?))\s*(<=|>=|!=|<|>|=)\s*(.*?)\s*")
 
 
+# As qv_inspect prints them: control characters, and those that change the direction or break a line.
+_CONTROLS = [*range(0x20), *range(0x7F, 0xA0), 0x61C, 0x200E, 0x200F, *range(0x2028, 0x202F), *range(0x2066, 0x206A)]
+_ESCAPES = {c: f"\\x{c:02x}" if c < 0x100 else f"\\u{c:04x}" for c in _CONTROLS}
+_ESCAPES.update({0x09: "\\t", 0x0A: "\\n", **{c: f"\\u{c:04x}" for c in range(0xD800, 0xE000)}})
+
+
+def printable(text: object) -> str:
+    """A text of a file or about it, without what a terminal would obey or cannot show."""
+    shown = str(text).translate(_ESCAPES)
+    encoding = sys.stdout.encoding or "utf-8"
+    return shown.encode(encoding, "backslashreplace").decode(encoding)
+
+
+def _is_allowed(action: int, *_: object) -> int:
+    """query_only protects this database, and not the files that ATTACH and VACUUM INTO would make."""
+    return sqlite3.SQLITE_DENY if action in (sqlite3.SQLITE_ATTACH, sqlite3.SQLITE_DETACH) else sqlite3.SQLITE_OK
+
+
 def open_read_only(path: str) -> sqlite3.Connection:
     database = sqlite3.connect(f"file:{urllib.parse.quote(path)}?mode=ro", uri=True)
     database.execute("PRAGMA query_only = 1")
+    database.set_authorizer(_is_allowed)
     return database
 
 
@@ -84,9 +104,9 @@ def show(database: sqlite3.Connection, which: str) -> Iterator[str]:
     if error:
         raise ValueError(f"{path}: {error}")
     rows = database.execute(
-        "SELECT place, label, type, value FROM nodes WHERE file = ? ORDER BY id", (number,)
+        "SELECT level, label, type, value FROM nodes WHERE file = ? ORDER BY id", (number,)
     ).fetchall()
-    levels = [0 if place == "/" else place.count("/") for place, *_ in rows]
+    levels = [level for level, *_ in rows]
     last = _last_of_siblings(levels)
     open_levels: list[bool] = []  # whether more siblings follow, per level
     for (_, label, form, value), level, is_last in zip(rows, levels, last):
@@ -96,7 +116,7 @@ def show(database: sqlite3.Connection, which: str) -> Iterator[str]:
         if level > 0:
             open_levels.append(not is_last)
         name = path.rsplit("/", 1)[-1] if level == 0 else label
-        yield f"{bars}{branch}{name}  {form}" + (f"  {value}" if value else "")
+        yield bars + branch + printable(f"{name}  {form}" + (f"  {value}" if value else ""))
     yield ""
     yield f"{nodes} node" + ("" if nodes == 1 else "s")
 

@@ -31,6 +31,7 @@ class _Block(ctypes.Structure):
         ("_capacities", ctypes.c_int64 * 3),
         ("kinds", ctypes.POINTER(ctypes.c_uint32)),
         ("totals", ctypes.POINTER(ctypes.c_uint32)),
+        ("levels", ctypes.POINTER(ctypes.c_uint32)),
         ("flags", ctypes.POINTER(ctypes.c_uint8)),
         ("numbers", ctypes.POINTER(ctypes.c_double)),
         ("nodes", ctypes.POINTER(ctypes.c_void_p)),
@@ -87,9 +88,9 @@ def _blocks(reader: int, root: int) -> Iterator[tuple[list[NodeRow], list[tuple[
             texts = ctypes.string_at(block.texts, 2 * block.units).decode("utf-16-le", "replace").split("\0")
             kinds, totals, flags = block.kinds[:count], block.totals[:count], block.flags[:count]
             rows: list[NodeRow] = [
-                (place, label, KINDS[kind], form, _shape(kind, total, value), value, number if flag & 1 else None)
-                for place, label, form, value, kind, total, flag, number in zip(
-                    texts[0::4], texts[1::4], texts[2::4], texts[3::4], kinds, totals, flags, block.numbers[:count]
+                (level, place, label, KINDS[kind], form, _shape(kind, total, value), value, number if flag & 1 else None)
+                for level, place, label, form, value, kind, total, flag, number in zip(
+                    block.levels[:count], *(texts[i::4] for i in range(4)), kinds, totals, flags, block.numbers[:count]
                 )
             ]
             yield rows, [(block.nodes[i], totals[i]) for i, flag in enumerate(flags) if flag & _IS_IMAGE]
@@ -97,25 +98,30 @@ def _blocks(reader: int, root: int) -> Iterator[tuple[list[NodeRow], list[tuple[
         _walk.qv_walk_end(cursor)
 
 
+def _cut(text: str, units: int) -> str:
+    """As the helper cuts it: at most so many units of UTF-16."""
+    return text if 2 * len(text) <= units else text.encode("utf-16-le")[: 2 * units].decode("utf-16-le", "ignore")
+
+
 def _blocks_without_helper(reader: int, root: int) -> Iterator[tuple[list[NodeRow], list[tuple[int, int]]]]:
     """The same by one call per field."""
     rows: list[NodeRow] = []
     images = []
-    waiting = [(root, "")]
+    waiting = [(root, 0, "", True)]
     while waiting:
-        node, place = waiting.pop()
+        node, level, place, whole_place = waiting.pop()
         kind = library.qv_node_kind(node)
         total = library.qv_node_object_count(node) if kind == 3 else library.qv_node_total_count(node)
         kept = library.qv_node_value_count(node)
         whole = kind == 2 and kept > 1 and not library.qv_node_truncated(node)
         text = library.qv_node_full_value_text(reader, node) if whole else library.qv_node_value_summary(node)
-        value = from_units(text)[:4096]
+        value = _cut(from_units(text), 4096)
         number = None
         if kept == 1 and total == 1 and library.qv_node_value_type_at(node, 0) > 0:
             real = library.qv_node_value_type_at(node, 0) == 2
             number = float((library.qv_node_value_real_at if real else library.qv_node_value_int_at)(node, 0))
-        label, form = from_units(library.qv_node_label(node)), from_units(library.qv_node_type_label(node))
-        rows.append((place or "/", label, KINDS[kind], form, _shape(kind, total, value), value, number))
+        label, form = _cut(from_units(library.qv_node_label(node)), 512), from_units(library.qv_node_type_label(node))
+        rows.append((level, place or "/", label, KINDS[kind], form, _shape(kind, total, value), value, number))
         if kind == 3 and library.qv_node_is_image(node):
             images.append((node, total))
         for index in range(library.qv_node_child_count(node) - 1, -1, -1):
@@ -123,7 +129,9 @@ def _blocks_without_helper(reader: int, root: int) -> Iterator[tuple[list[NodeRo
             segment = from_units(library.qv_node_label(child)).replace("~", "~0").replace("/", "~1") or "~"
             if library.qv_node_path_segment_kind(child) == 1:
                 segment = str(library.qv_node_path_index(child))
-            waiting.append((child, f"{place}/{segment}"))
+            longer = f"{place}/{segment}" if whole_place else place
+            cut = _cut(longer, 512)
+            waiting.append((child, level + 1, cut, whole_place and cut == longer))
         if len(rows) == BLOCK:
             yield rows, images
             rows, images = [], []
@@ -145,41 +153,67 @@ def content_digest(path: str) -> str:
     return str(digest.hexdigest())
 
 
-def _add_pixels(digest: Any, reader: int, node: int, index: int) -> None:
+def _add_pixels(digest: Any, reader: int, node: int, index: int) -> bool:
     """The pixels as they are drawn."""
     numbers = [ctypes.c_uint32() for _ in range(4)]
     buffer = ctypes.c_void_p()
     outputs = [ctypes.byref(number) for number in numbers]
-    if library.qv_extract_image(reader, node, index, *outputs, ctypes.byref(buffer)) == 1:
-        try:
-            width, height, stride, form = (number.value for number in numbers)
-            row = width * (1, 3, 4)[form]
-            digest.update(b"%d %d %d " % (width, height, form))
-            pixels = (ctypes.c_uint8 * (stride * height)).from_address(buffer.value or 0)
-            if row == stride:
-                digest.update(pixels)
-            else:
-                for at in range(0, stride * height, stride):
-                    digest.update(memoryview(pixels)[at : at + row])
-        finally:
-            library.qv_free_buffer(buffer)
+    if library.qv_extract_image(reader, node, index, *outputs, ctypes.byref(buffer)) != 1:
+        return False
+    try:
+        width, height, stride, form = (number.value for number in numbers)
+        row = width * (1, 3, 4)[form]
+        digest.update(b"%d %d %d " % (width, height, form))
+        pixels = (ctypes.c_uint8 * (stride * height)).from_address(buffer.value or 0)
+        if row == stride:
+            digest.update(pixels)
+        else:
+            for at in range(0, stride * height, stride):
+                digest.update(memoryview(pixels)[at : at + row])
+        return True
+    finally:
+        library.qv_free_buffer(buffer)
 
 
-def _add_stored(digest: Any, reader: int, node: int, scratch: str) -> None:
+def _add_stored(digest: Any, reader: int, node: int, scratch: str) -> bool:
     """The stored values, as a TIFF file: drawing would stretch other types than byte, and takes 1, 3 or 4 channels."""
-    if library.qv_save_object_as(reader, node, to_units(scratch)) == 1:
-        digest.update(content_digest(scratch).encode())
+    if library.qv_save_object_as(reader, node, to_units(scratch)) != 1:
+        return False
+    digest.update(content_digest(scratch).encode())
+    return True
 
 
-def _pixel_digest(digest: Any, reader: int, images: list[tuple[int, int]], scratch: str) -> None:
+def _add_several(digest: Any, reader: int, node: int, count: int, scratch: str) -> bool:
+    """Images of one node, of which some may be of other types than byte. An object file has a node for each."""
+    objects = os.path.splitext(scratch)[0] + ".hobj"
+    if library.qv_save_object_as(reader, node, to_units(objects)) != 1:
+        return False
+    second = library.qv_reader_create()
+    if not second:
+        raise MemoryError("no Reader could be created")
+    try:
+        root = library.qv_reader_parse_object_file(second, to_units(objects))
+        if not root or library.qv_node_child_count(root) != count:
+            return False
+        children = [(library.qv_node_child_at(root, index), 1) for index in range(count)]
+        return _pixel_digest(digest, second, children, scratch)
+    finally:
+        library.qv_reader_destroy(second)
+
+
+def _pixel_digest(digest: Any, reader: int, images: list[tuple[int, int]], scratch: str) -> bool:
+    """Whether the pixels of all images are in the digest."""
     for node, count in images:
         summary = from_units(library.qv_node_value_summary(node))
-        drawn = ", byte" in summary and re.search(r", [134]ch", summary)
-        if count == 1 and not drawn:
-            _add_stored(digest, reader, node, scratch)
-            continue
-        for index in range(count):
-            _add_pixels(digest, reader, node, index)
+        if count > 1:
+            added = _add_several(digest, reader, node, count, scratch)
+        elif ", byte" in summary and re.search(r", [134]ch", summary):
+            added = count == 0 or _add_pixels(digest, reader, node, 0)
+        else:
+            added = count == 0 or _add_stored(digest, reader, node, scratch)
+        if not added:
+            return False
+    return True
 
 
 # ---- Files
@@ -206,6 +240,7 @@ class Opener:
         content = pixels = None
         count = 0
         error = None
+        complete = True
         nodes: list[NodeRow] = []
         try:
             content = content_digest(file.path)
@@ -216,8 +251,8 @@ class Opener:
                     yield Part(file.id, nodes, None)
                 nodes = block
                 count += len(block)
-                _pixel_digest(digest, self._reader, images, self._scratch)
-            pixels = digest.hexdigest() if digest.digest() != empty else None
+                complete = complete and _pixel_digest(digest, self._reader, images, self._scratch)
+            pixels = digest.hexdigest() if complete and digest.digest() != empty else None
         except MemoryError:
             error = "memory is exhausted"
         except OSError as failure:
@@ -225,6 +260,8 @@ class Opener:
         except ValueError as failure:
             error = str(failure)
         family, form = files.family_of(file.path), files.format_of(file.path)
+        if error:
+            nodes, count = [], 0
         seconds = round(time.perf_counter() - begin, 6)
         yield Part(file.id, nodes, FileRow(*file, family, form, content, pixels, count, seconds, error))
 

@@ -3,22 +3,25 @@ taken up again, so that no row is lost or doubled."""
 
 from __future__ import annotations
 
+import contextlib
 import csv
 import json
 import os
 import sqlite3
+import sys
 import time
-from typing import IO, Any, Protocol
+from collections.abc import Iterator
+from typing import IO, Any, Callable, Protocol
 
-from .files import File, FileRow, Part
+from .files import NODE_FIELDS, File, FileRow, Part
 
 SCHEMA = """
 CREATE TABLE IF NOT EXISTS files (
   id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, size INTEGER NOT NULL, mtime_ns INTEGER NOT NULL,
   family TEXT NOT NULL, format TEXT NOT NULL, content TEXT, pixels TEXT, nodes INTEGER NOT NULL, seconds REAL NOT NULL, error TEXT);
 CREATE TABLE IF NOT EXISTS nodes (
-  id INTEGER PRIMARY KEY, file INTEGER NOT NULL, place TEXT NOT NULL, label TEXT NOT NULL, kind TEXT NOT NULL,
-  type TEXT NOT NULL, shape TEXT, value TEXT NOT NULL, number REAL);
+  id INTEGER PRIMARY KEY, file INTEGER NOT NULL, level INTEGER NOT NULL, place TEXT NOT NULL, label TEXT NOT NULL,
+  kind TEXT NOT NULL, type TEXT NOT NULL, shape TEXT, value TEXT NOT NULL, number REAL);
 CREATE INDEX IF NOT EXISTS nodes_of_file ON nodes(file);
 CREATE INDEX IF NOT EXISTS numbers ON nodes(label, number) WHERE number IS NOT NULL;
 CREATE INDEX IF NOT EXISTS same_pixels ON files(pixels) WHERE pixels IS NOT NULL;
@@ -29,19 +32,65 @@ _NODES_PER_TRANSACTION = 20_000
 _SECONDS_PER_TRANSACTION = 2.0
 
 
+def _lock(file: IO[bytes]) -> None:
+    """Throws OSError when another process has the lock. The system releases it when the process ends, however it ends."""
+    if sys.platform == "win32":
+        import msvcrt
+
+        msvcrt.locking(file.fileno(), msvcrt.LK_NBLCK, 1)
+    else:
+        import fcntl
+
+        fcntl.lockf(file, fcntl.LOCK_EX | fcntl.LOCK_NB)  # workers do not inherit it
+
+
+@contextlib.contextmanager
+def locked(path: str) -> Iterator[None]:
+    """Only one run at a time writes an output: the second would remove the unfinished rows of the first."""
+    name = path + ".lock"
+    while True:
+        file = open(name, "ab")
+        try:
+            _lock(file)
+        except OSError:
+            file.close()
+            raise ValueError(f"another run is writing '{path}'") from None
+        with contextlib.suppress(OSError):  # another run may have removed it before it was locked
+            if os.path.samestat(os.stat(name), os.fstat(file.fileno())):
+                break
+        file.close()
+    try:
+        yield
+    finally:
+        with contextlib.suppress(OSError):  # Windows removes no open file; it may stay
+            os.remove(name)
+        file.close()
+
+
+def check_replaceable(path: str, beginnings: tuple[str, ...], force: bool) -> None:
+    """Only what this program has written is replaced without --force."""
+    if force or not os.path.isfile(path):
+        return
+    with open(path, "rb") as file:
+        begin = file.read(max(map(len, beginnings)))
+    if begin and not begin.startswith(tuple(text.encode() for text in beginnings)):
+        raise ValueError(f"'{path}' exists and was not written by this program; --force replaces it")
+
+
 class Target(Protocol):
     """Where rows go."""
 
     def begin(self) -> None: ...
     def known(self, path: str, size: int, mtime_ns: int, retry: bool) -> bool: ...
     def add(self, part: Part) -> None: ...
+    def remove_unseen(self, gone: Callable[[str], bool]) -> int: ...
     def finish(self) -> None: ...
 
 
 class Database:
     """The only writer of a catalogue."""
 
-    def __init__(self, path: str) -> None:
+    def __init__(self, path: str, force: bool) -> None:
         self._database = sqlite3.connect(path, isolation_level=None)
         self._database.executescript("PRAGMA synchronous = NORMAL; PRAGMA cache_size = -32000;" + SCHEMA)
         self._written = 0
@@ -49,6 +98,7 @@ class Database:
         self._partial: set[int] = set()
         self._begun = 0.0
         self.next_id = self._max("files") + 1
+        self._seen = bytearray(self.next_id)  # by the id of a file: 1 when this run has seen it
         self._next_node = 0
 
     def _max(self, table: str) -> int:
@@ -69,7 +119,9 @@ class Database:
         self._next_node = self._max("nodes") + 1
 
     def known(self, path: str, size: int, mtime_ns: int, retry: bool) -> bool:
-        found = self._database.execute("SELECT size, mtime_ns, error FROM files WHERE path = ?", (path,)).fetchone()
+        found = self._database.execute("SELECT size, mtime_ns, error, id FROM files WHERE path = ?", (path,)).fetchone()
+        if found is not None:
+            self._seen[found[3]] = 1
         return found is not None and found[:2] == (size, mtime_ns) and not (retry and found[2])
 
     def add(self, part: Part) -> None:
@@ -77,9 +129,9 @@ class Database:
             self._database.execute("BEGIN IMMEDIATE")
             self._database.execute(f"PRAGMA user_version = {_UNFINISHED}")
             self._open, self._begun, self._written = True, time.monotonic(), 0
-        if part.nodes:
+        if part.nodes and not (part.file and part.file.error):
             self._database.executemany(
-                "INSERT INTO nodes(file, place, label, kind, type, shape, value, number) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+                f"INSERT INTO nodes(file, {', '.join(NODE_FIELDS)}) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
                 ((part.id, *row) for row in part.nodes),
             )
             self._written += len(part.nodes)
@@ -100,6 +152,18 @@ class Database:
             self._remove_file_nodes(old[0])
             self._database.execute("DELETE FROM files WHERE id = ?", old)
         self._database.execute(f"INSERT INTO files VALUES ({', '.join('?' * len(row))})", row)
+
+    def remove_unseen(self, gone: Callable[[str], bool]) -> int:
+        """Removes the files that were there before this run, that it has not seen, and that are gone."""
+        self._commit()
+        rows = self._database.execute("SELECT id, path FROM files WHERE id < ?", (len(self._seen),))
+        lost = [number for number, path in rows if not self._seen[number] and gone(path)]
+        self._database.execute("BEGIN IMMEDIATE")
+        for number in lost:
+            self._remove_file_nodes(number)
+            self._database.execute("DELETE FROM files WHERE id = ?", (number,))
+        self._database.execute("COMMIT")
+        return len(lost)
 
     def _remove_file_nodes(self, file: int) -> None:
         self._index()
@@ -133,7 +197,8 @@ class Lines:
 
     next_id = 1
 
-    def __init__(self, path: str) -> None:
+    def __init__(self, path: str, force: bool) -> None:
+        check_replaceable(path, ('{"node": {"file": ', '{"file": {"id": '), force)
         self._out: IO[str] = open(path, "w", encoding="utf-8")
 
     def begin(self) -> None: ...
@@ -142,11 +207,13 @@ class Lines:
         return False
 
     def add(self, part: Part) -> None:
-        names = ("place", "label", "kind", "type", "shape", "value", "number")
         for row in part.nodes:
-            self._write({"node": {"file": part.id, **dict(zip(names, row))}})
+            self._write({"node": {"file": part.id, **dict(zip(NODE_FIELDS, row))}})
         if part.file:
             self._write({"file": part.file._asdict()})
+
+    def remove_unseen(self, gone: Callable[[str], bool]) -> int:
+        return 0
 
     def _write(self, row: dict[str, Any]) -> None:
         self._out.write(json.dumps(row, ensure_ascii=False) + "\n")
@@ -162,12 +229,16 @@ class Tables:
 
     next_id = 1
 
-    def __init__(self, path: str) -> None:
+    def __init__(self, path: str, force: bool) -> None:
         base, extension = os.path.splitext(path)
-        self._files, self._nodes = (open(p, "w", encoding="utf-8", newline="") for p in (path, f"{base}.nodes{extension}"))
+        paths = (path, f"{base}.nodes{extension}")
+        headings = (FileRow._fields, ("file", *NODE_FIELDS))
+        for name, heading in zip(paths, headings):
+            check_replaceable(name, (",".join(heading),), force)
+        self._files, self._nodes = (open(name, "w", encoding="utf-8", newline="") for name in paths)
         self._file_rows, self._node_rows = csv.writer(self._files), csv.writer(self._nodes)
-        self._file_rows.writerow(FileRow._fields)
-        self._node_rows.writerow(("file", "place", "label", "kind", "type", "shape", "value", "number"))
+        self._file_rows.writerow(headings[0])
+        self._node_rows.writerow(headings[1])
 
     def begin(self) -> None: ...
 
@@ -178,6 +249,9 @@ class Tables:
         self._node_rows.writerows((part.id, *row) for row in part.nodes)
         if part.file:
             self._file_rows.writerow(part.file)
+
+    def remove_unseen(self, gone: Callable[[str], bool]) -> int:
+        return 0
 
     def finish(self) -> None:
         self._files.close()
