@@ -20,6 +20,7 @@
 #include "core/failure.h"
 #include "core/limits.h"
 #include "core/memory_limit.h"
+#include "iconic/deferred_image.h"
 #include "iconic/image.h"
 #include "iconic/plane.h"
 #include "images/codec.h"

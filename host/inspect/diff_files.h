@@ -2,7 +2,6 @@
 #ifndef QUOVEL_HOST_DIFF_FILES_H
 #define QUOVEL_HOST_DIFF_FILES_H
 
-#include <cstddef>
 #include <cstdio>
 
 #include "quovel_adapter_2411/quovel_adapter.h"

@@ -23,6 +23,7 @@
 #include "image_info.h"
 #include "page_image.h"
 #include "place.h"
+#include "quovel_adapter_2411/quovel_adapter.h"
 #include "stored_image.h"
 #include "walk.h"
 

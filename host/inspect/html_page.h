@@ -6,7 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "quovel_adapter_2411/quovel_adapter.h"
 #include "session.h"
 
 namespace host {

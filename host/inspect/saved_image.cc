@@ -1,5 +1,6 @@
 #include "saved_image.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 

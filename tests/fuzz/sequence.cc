@@ -1,6 +1,7 @@
 // A list of image files: the text up to the first NUL, what follows is one of the files.
 #include <cstddef>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 #include "driver.h"

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <random>
 #include <system_error>
 
