@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <system_error>
 #include <utility>
 
@@ -70,18 +71,58 @@ std::vector<InputFile> files_behind(const std::vector<std::string>& names) {
   return files;
 }
 
+namespace {
+
+// The files of folders by their names, with and without extension; each folder is listed once.
+class Folders {
+ public:
+  void add_files(const fs::path& named, std::vector<std::string>& to) {
+    const auto [folder, is_new] = folders_.try_emplace(named.parent_path());
+    if (is_new) list(folder->first, folder->second);
+    const auto [first, last] = folder->second.equal_range(key(named.filename()));
+    for (auto file = first; file != last; ++file) to.push_back(file->second);
+  }
+
+ private:
+  using Files = std::multimap<std::string, std::string>;
+
+  static std::string key(const fs::path& name) {
+    std::string text = to_utf8(name);
+    if constexpr (fs::path::preferred_separator == '\\')  // Windows ignores case
+      for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
+  }
+
+  static void list(const fs::path& folder, Files& files) {
+    std::error_code unknown;
+    for (fs::directory_iterator file(folder, unknown), end; file != end; file.increment(unknown)) {
+      const fs::path name = file->path().filename();
+      for (const fs::path& known_as : {name, name.stem()})
+        if (!known_as.empty()) files.emplace(key(known_as), to_utf8(file->path()));
+    }
+  }
+
+  std::map<fs::path, Files> folders_;
+};
+
+}  // namespace
+
+// An entry is looked for in the folder above the list, then beside the list, as it is and with an extension. All that
+// could be meant are taken: a file too many is only kept from being replaced.
 std::vector<std::string> files_read_with(const std::string& path) {
   std::vector<std::string> files{path};
   std::error_code unknown;
   if (extension_of(path) != "seq" || !fs::is_regular_file(native_path(path), unknown)) return files;
   std::ifstream list(native_path(path), std::ios::binary);
-  const fs::path folder = native_path(path).parent_path();
+  const fs::path folder = fs::absolute(native_path(path), unknown).parent_path();
+  Folders folders;
   for (std::string line; std::getline(list, line);) {
     const std::size_t begin = line.find_first_not_of(" \t\r"), end = line.find_last_not_of(" \t\r");
     if (begin == line.npos) continue;
     line = line.substr(begin, end + 1 - begin);
     std::replace(line.begin(), line.end(), '\\', '/');
-    files.push_back(to_utf8(folder / native_path(line)));
+    for (const fs::path& from : {folder.parent_path(), folder}) folders.add_files(from / native_path(line), files);
   }
   return files;
 }
