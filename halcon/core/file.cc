@@ -69,8 +69,12 @@ bool set_position(int file, std::uint64_t position) noexcept {
   return ::lseek(file, static_cast<off_t>(position), SEEK_SET) >= 0;
 }
 void close_file(int file) noexcept { ::close(file); }
+// A pipe that nobody reads is an error (ENXIO), not a wait without end; writing waits for the reader as usual.
 int open_to_write(const fs::path& name, bool is_new) noexcept {
-  return ::open(name.c_str(), O_WRONLY | O_CLOEXEC | (is_new ? O_CREAT | O_EXCL : O_TRUNC), 0666);
+  const int flags = is_new ? O_CREAT | O_EXCL : O_TRUNC | O_NONBLOCK;
+  const int file = ::open(name.c_str(), O_WRONLY | O_CLOEXEC | flags, 0666);
+  if (file >= 0 && !is_new) ::fcntl(file, F_SETFL, 0);
+  return file;
 }
 std::FILE* stream_of(int file) noexcept { return ::fdopen(file, "wb"); }
 bool is_regular(const Status& status) noexcept { return S_ISREG(status.st_mode); }

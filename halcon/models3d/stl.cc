@@ -1,4 +1,4 @@
-// STL, after "StereoLithography Interface Specification" (3D Systems, 1989), as text (solid, facet, outer loop, vertex)
+// STL, after the StereoLithography interface of 3D Systems (1989), as text (solid, facet, outer loop, vertex)
 // and as binary (a header of 80 bytes, a number of facets, 50 bytes per facet). Each triangle holds its corners in
 // full; corners with equal coordinates become one point.
 #include <algorithm>
