@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
